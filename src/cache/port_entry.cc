@@ -1,0 +1,91 @@
+#include "cache/port_entry.h"
+
+#include <memory>
+#include <utility>
+
+#include "cache/classification.h"
+#include "cache/topology_cache.h"
+
+using HostCtl::Hardware::PciDevice;
+
+namespace {
+
+// A device's own port: hosted by the device itself.
+PortEntry MakeOwnPort(const PciDevice* device, const char* suffix) {
+  const std::string name = device->GetName();
+  return MakePCIPortTRef(name + suffix, name, device);
+}
+
+}  // namespace
+
+PortEntry MakePCIPortTRef(const std::string& portName, const std::string& parentName,
+                          const PciDevice* device) {
+  PortEntry entry;
+  entry.parentName = parentName;
+  entry.portName = portName;
+  entry.bus = device->GetBus();
+  entry.deviceName = device->GetName();
+  entry.device = device;
+  return entry;
+}
+
+void MakePCIeDownstreamPortTRef(const PciDevice* device, std::vector<PortEntry>& ports) {
+  const std::unique_ptr<PciDevice> parent = device->GetParent();
+  if (parent == nullptr) return;
+  ports.push_back(MakePCIPortTRef(device->GetName() + kEndpointSuffix, parent->GetName(), device));
+}
+
+void MakePCIeUpstreamPortTRef(const PciDevice* device, std::vector<PortEntry>& ports) {
+  ports.push_back(MakeOwnPort(device, kUpstreamSuffix));
+}
+
+void MakePCIBridgePortTRef(const PciDevice* device, std::vector<PortEntry>& ports) {
+  if (!IsBridgeWithPorts(device->GetClassCode())) return;
+  const std::string name = device->GetName();
+  const std::string primary_name = name + kPrimarySuffix;
+  const std::string secondary_name = name + kSecondarySuffix;
+
+  PortEntry primary = MakePCIPortTRef(primary_name, name, device);
+  primary.peerName = secondary_name;
+  ports.push_back(std::move(primary));
+
+  PortEntry secondary = MakePCIPortTRef(secondary_name, name, device);
+  secondary.peerName = primary_name;
+  ports.push_back(std::move(secondary));
+}
+
+void MakePCIEndpointPortTRef(const PciDevice* device, std::vector<PortEntry>& ports) {
+  ports.push_back(MakeOwnPort(device, kEndpointSuffix));
+}
+
+void MakePortEntryfromDevice(const PciDevice* device, std::vector<PortEntry>& ports) {
+  // Every test asks the device again: a device that answers differently the second time is sorted
+  // by its latest answer (intended).
+  if (IsPortOnSwitch(device) && !IsUpstreamPortOnSwitch(device)) {
+    MakePCIeDownstreamPortTRef(device, ports);
+  } else if (IsPortOnSwitch(device) && IsUpstreamPortOnSwitch(device)) {
+    MakePCIeUpstreamPortTRef(device, ports);
+  } else if (IsBridge(device)) {
+    MakePCIBridgePortTRef(device, ports);
+  } else if (!IsPortOnSwitch(device)) {
+    MakePCIEndpointPortTRef(device, ports);
+  }
+}
+
+void BuildPortDefs(std::vector<PortEntry>& ports) {
+  constexpr std::size_t kSpareEntries = 20;
+  ports.reserve(GetDevicesCache().size() + kSpareEntries);
+  for (const auto& device : GetDevicesCache()) {
+    device->GetName();  // the name is not needed; a device that cannot even say it fails here first
+    MakePortEntryfromDevice(device.get(), ports);
+  }
+}
+
+std::string BuildPortFromDevice(const std::string& deviceName) {
+  std::vector<PortEntry> ports;
+  ports.reserve(2);
+  DeviceIndexEntry found;
+  if (!LookupDevice(deviceName, found)) return {};
+  MakePortEntryfromDevice(GetDevicesCache()[found.position].get(), ports);
+  return ports.empty() ? std::string() : ports.front().portName;
+}
