@@ -1,0 +1,88 @@
+// The object manager as a provider sees it: up-calls, results, contexts, and the memory scope of
+// one element.
+//
+// Thread rule: a CmpiBroker may be used from any thread that serves a request; results, contexts
+// and enumerations belong to one call.
+// Errors: every operation throws CmpiStatus when the CMPI call behind it fails.
+
+#ifndef PLATFORM_OSTINT_CMPI_BROKER_H_
+#define PLATFORM_OSTINT_CMPI_BROKER_H_
+
+#include "platform/cmpi/cmpi.h"
+#include "platform/ostint/cmpi_data.h"
+#include "platform/ostint/cmpi_object.h"
+
+namespace ostInt {
+
+class CmpiContext {
+ public:
+  explicit CmpiContext(const CMPIContext* context) : context_(context) {}
+  const CMPIContext* raw() const { return context_; }
+
+ private:
+  const CMPIContext* context_;
+};
+
+// Takes the results of one operation, one at a time; the object manager copies each.
+class CmpiResult {
+ public:
+  explicit CmpiResult(const CMPIResult* result) : result_(result) {}
+
+  void returnData(const CmpiObjectPath& path);
+  void returnData(const CmpiInstance& instance);
+  void returnDone();
+
+ private:
+  const CMPIResult* result_;
+};
+
+// The answer to an up-call.
+class CmpiEnumeration {
+ public:
+  explicit CmpiEnumeration(const CMPIEnumeration* enumeration) : enumeration_(enumeration) {}
+
+  // The next element, or a null CmpiData when there is none (left).
+  CmpiData getNext();
+
+ private:
+  const CMPIEnumeration* enumeration_;
+};
+
+class CmpiBroker {
+ public:
+  explicit CmpiBroker(const CMPIBroker* broker) : broker_(broker) {}
+
+  // Up-calls to whatever provider serves the class of `path`. The object manager's own status is
+  // thrown when it refuses.
+  CmpiEnumeration enumInstanceNames(const CmpiContext& context, const CmpiObjectPath& path) const;
+  CmpiEnumeration enumInstances(const CmpiContext& context, const CmpiObjectPath& path,
+                                const char** properties) const;
+
+  const CMPIBroker* raw() const { return broker_; }
+
+ private:
+  const CMPIBroker* broker_;
+};
+
+// The process's one broker. Value classes make their objects with it, because their constructors
+// take none. Set when a provider object is constructed; a library only ever meets one.
+void SetProcessBroker(const CMPIBroker* broker);
+const CMPIBroker* ProcessBroker();
+
+// Brackets one element of a walk: what the object manager made for the provider inside the scope is
+// freed at its end, so that a long enumeration runs in flat memory. Does nothing where the broker
+// offers no mark and release.
+class CmpiElementScope {
+ public:
+  CmpiElementScope();
+  ~CmpiElementScope();
+  CmpiElementScope(const CmpiElementScope&) = delete;
+  CmpiElementScope& operator=(const CmpiElementScope&) = delete;
+
+ private:
+  CMPIGcStat* mark_ = nullptr;
+};
+
+}  // namespace ostInt
+
+#endif  // PLATFORM_OSTINT_CMPI_BROKER_H_

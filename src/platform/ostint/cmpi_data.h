@@ -1,0 +1,75 @@
+// One CIM value with its type: what keys, properties and array elements are set from, and what
+// reads answer.
+//
+// Text given as `const char*` travels as CMPI_chars: the pointer is kept, no string object is made,
+// and the text must outlive the call that it is passed to.
+// Conversions throw CmpiStatus: CMPI_RC_ERR_TYPE_MISMATCH for another type,
+// CMPI_RC_ERR_NO_SUCH_PROPERTY for a null value.
+// Thread rule: a plain value.
+
+#ifndef PLATFORM_OSTINT_CMPI_DATA_H_
+#define PLATFORM_OSTINT_CMPI_DATA_H_
+
+#include "platform/cmpi/cmpi.h"
+#include "platform/ostint/cmpi_object.h"
+
+namespace ostInt {
+
+class CmpiData {
+ public:
+  // Implicit on purpose: a property is set as `setProperty("BusNumber", device->GetBus())`.
+  // NOLINTBEGIN(google-explicit-constructor)
+  CmpiData(const char* text) : data_{CMPI_chars, CMPI_goodValue, {}} {
+    data_.value.chars = const_cast<char*>(text);  // NOLINT(cppcoreguidelines-pro-type-const-cast)
+  }
+  CmpiData(unsigned char uint8) : data_{CMPI_uint8, CMPI_goodValue, {}} {
+    data_.value.uint8 = uint8;
+  }
+  CmpiData(unsigned short uint16) : data_{CMPI_uint16, CMPI_goodValue, {}} {
+    data_.value.uint16 = uint16;
+  }
+  CmpiData(const CmpiArray& array)
+      : data_{static_cast<CMPIType>(array.element_type() | CMPI_ARRAY), CMPI_goodValue, {}} {
+    data_.value.array = array.raw();
+  }
+  CmpiData(const CmpiObjectPath& path) : data_{CMPI_ref, CMPI_goodValue, {}} {
+    data_.value.ref = path.raw();
+  }
+  // NOLINTEND(google-explicit-constructor)
+  CmpiData(bool) = delete;  // would be taken for a number
+  explicit CmpiData(const CMPIData& data) : data_(data) {}
+
+  // A value that is not there.
+  static CmpiData Null() { return CmpiData(CMPIData{CMPI_null, CMPI_nullValue, {}}); }
+
+  bool isNull() const { return IsAbsent(data_); }
+
+  // NOLINTBEGIN(google-explicit-constructor): reads as `CmpiString id = path.getKey("DeviceID");`
+  operator CmpiString() const;
+  operator CmpiObjectPath() const;
+  operator CmpiInstance() const;
+  // NOLINTEND(google-explicit-constructor)
+
+  CMPIType type() const { return data_.type; }
+
+  // As CMPI passes values: a pointer to the union, except for CMPI_chars, where the pointer is the
+  // text itself.
+  const CMPIValue* value() const {
+    return data_.type == CMPI_chars ? reinterpret_cast<const CMPIValue*>(data_.value.chars)
+                                    : &data_.value;
+  }
+
+  // Whether a value that was read stands for nothing: absent, null or unusable.
+  static bool IsAbsent(const CMPIData& data) {
+    return (data.state & (CMPI_nullValue | CMPI_notFound | CMPI_badValue)) != 0;
+  }
+
+ private:
+  void RequireType(bool matches, const char* wanted) const;
+
+  CMPIData data_;
+};
+
+}  // namespace ostInt
+
+#endif  // PLATFORM_OSTINT_CMPI_DATA_H_
