@@ -47,6 +47,13 @@ bool IsBridgeWithPorts(std::uint16_t class_code) {
   return subclass == 0x04 || subclass == 0x0a || subclass == 0x0b;
 }
 
+PortKind ClassifyPorts(const HostCtl::Hardware::PciDevice* device) {
+  if (IsPortOnSwitch(device) && !IsUpstreamPortOnSwitch(device)) return PortKind::kSwitchDownstream;
+  if (IsPortOnSwitch(device) && IsUpstreamPortOnSwitch(device)) return PortKind::kSwitchUpstream;
+  if (IsBridge(device)) return PortKind::kBridge;
+  return IsPortOnSwitch(device) ? PortKind::kNone : PortKind::kEndpoint;
+}
+
 const char* SetClassName(const HostCtl::Hardware::PciDevice* device) {
   if (IsBridge(device)) return "Ostrel_PCIBridge";
   if (IsUpstreamPortOnSwitch(device)) return "Ostrel_PCIeSwitch";

@@ -39,6 +39,17 @@ bool IsBridge(const HostCtl::Hardware::PciDevice* device);
 // InfiniBand-to-PCI (0x0b). Host, ISA, CardBus and other bridges have none.
 bool IsBridgeWithPorts(std::uint16_t class_code);
 
+// Which ports a device has, by its kind. Every test behind it asks the device again; a device that
+// changes its answers in between may be kNone (intended).
+enum class PortKind {
+  kSwitchDownstream,
+  kSwitchUpstream,
+  kBridge,  // of any subclass; see IsBridgeWithPorts
+  kEndpoint,
+  kNone,
+};
+PortKind ClassifyPorts(const HostCtl::Hardware::PciDevice* device);
+
 // The CIM class under which the device is reported as an element: "Ostrel_PCIBridge",
 // "Ostrel_PCIeSwitch" (upstream ports) or "Ostrel_PCIDevice". Static text.
 const char* SetClassName(const HostCtl::Hardware::PciDevice* device);

@@ -59,16 +59,12 @@ void MakePCIEndpointPortTRef(const PciDevice* device, std::vector<PortEntry>& po
 }
 
 void MakePortEntryfromDevice(const PciDevice* device, std::vector<PortEntry>& ports) {
-  // Every test asks the device again: a device that answers differently the second time is sorted
-  // by its latest answer (intended).
-  if (IsPortOnSwitch(device) && !IsUpstreamPortOnSwitch(device)) {
-    MakePCIeDownstreamPortTRef(device, ports);
-  } else if (IsPortOnSwitch(device) && IsUpstreamPortOnSwitch(device)) {
-    MakePCIeUpstreamPortTRef(device, ports);
-  } else if (IsBridge(device)) {
-    MakePCIBridgePortTRef(device, ports);
-  } else if (!IsPortOnSwitch(device)) {
-    MakePCIEndpointPortTRef(device, ports);
+  switch (ClassifyPorts(device)) {
+    case PortKind::kSwitchDownstream: return MakePCIeDownstreamPortTRef(device, ports);
+    case PortKind::kSwitchUpstream: return MakePCIeUpstreamPortTRef(device, ports);
+    case PortKind::kBridge: return MakePCIBridgePortTRef(device, ports);
+    case PortKind::kEndpoint: return MakePCIEndpointPortTRef(device, ports);
+    case PortKind::kNone: return;
   }
 }
 
@@ -84,8 +80,8 @@ void BuildPortDefs(std::vector<PortEntry>& ports) {
 std::string BuildPortFromDevice(const std::string& deviceName) {
   std::vector<PortEntry> ports;
   ports.reserve(2);
-  DeviceIndexEntry found;
-  if (!LookupDevice(deviceName, found)) return {};
-  MakePortEntryfromDevice(GetDevicesCache()[found.position].get(), ports);
+  const PciDevice* device = LookupDevice(deviceName);
+  if (device == nullptr) return {};
+  MakePortEntryfromDevice(device, ports);
   return ports.empty() ? std::string() : ports.front().portName;
 }

@@ -154,6 +154,11 @@ bool LookupDevice(const std::string& name, DeviceIndexEntry& out) {
   return true;
 }
 
+const PciDevice* LookupDevice(const std::string& name) {
+  DeviceIndexEntry found;
+  return LookupDevice(name, found) ? process_cache.devices[found.position].get() : nullptr;
+}
+
 bool LookupPort(const std::string& portName, const PciDevice*& out) {
   const PortEntry& entry = LookupPortEntry(portName);
   if (entry.device == nullptr) return false;

@@ -66,6 +66,9 @@ const std::set<std::string>& GetPortNames();
 // is none.
 bool LookupDevice(const std::string& name, DeviceIndexEntry& out);
 
+// The device of that identifier (the first), or null.
+const HostCtl::Hardware::PciDevice* LookupDevice(const std::string& name);
+
 // Finds the device of a port by the port's name. False, and `out` untouched, when there is none.
 bool LookupPort(const std::string& portName, const HostCtl::Hardware::PciDevice*& out);
 
