@@ -1,0 +1,50 @@
+// One PCI function of a snapshot, as callers of the library see it.
+// Thread rule: immutable; safe on any number of threads.
+
+#ifndef PLATFORM_HOSTCTL_PCI_DEVICE_H_
+#define PLATFORM_HOSTCTL_PCI_DEVICE_H_
+
+#include <cstdint>
+#include <memory>
+
+#include "cache/hostctl.h"
+#include "platform/hostctl/snapshot.h"
+
+namespace HostCtl::Linux {
+
+// A view: it keeps its snapshot alive and asks no one else.
+class SnapshotDevice final : public Hardware::PciDevice {
+ public:
+  SnapshotDevice(std::shared_ptr<const Snapshot> snapshot, std::uint32_t index)
+      : snapshot_(std::move(snapshot)), index_(index) {}
+
+  std::string GetName() const override;
+  std::uint16_t GetSegment() const override;  // the low 16 bits of a wider domain
+  std::uint8_t GetBus() const override;
+  std::uint8_t GetDeviceNumber() const override;
+  std::uint8_t GetFunction() const override;
+  std::int32_t GetPhysicalSlot() const override;
+  std::uint16_t GetVendorId() const override;
+  std::string GetVendorName() const override;
+  std::uint16_t GetDeviceId() const override;
+  std::uint16_t GetSubsystemVendorId() const override;
+  std::uint16_t GetSubsystemId() const override;
+  std::string GetDeviceName() const override;
+  std::uint16_t GetClassCode() const override;
+  std::uint8_t GetRevision() const override;
+  std::uint8_t GetSecondaryBus() const override;  // 0: no bridge
+  std::vector<std::uint32_t> GetCapabilities() const override;
+  bool HasCapability(std::uint8_t id) const override;
+  std::int32_t GetPcieDeviceType() const override;  // -1: no PCI Express capability
+  std::unique_ptr<PciDevice> GetParent() const override;
+
+ private:
+  const FunctionRecord& record() const { return snapshot_->functions()[index_]; }
+
+  std::shared_ptr<const Snapshot> snapshot_;
+  std::uint32_t index_;
+};
+
+}  // namespace HostCtl::Linux
+
+#endif  // PLATFORM_HOSTCTL_PCI_DEVICE_H_

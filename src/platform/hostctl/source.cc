@@ -1,0 +1,44 @@
+#include "platform/hostctl/source.h"
+
+#include <sys/utsname.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include "cache/hostctl.h"
+
+namespace HostCtl::Linux {
+namespace {
+
+std::string Environment(const char* name) {
+  const char* value = std::getenv(name);
+  return value ? value : "";
+}
+
+}  // namespace
+
+Source Source::FromEnvironment() {
+  std::string sysfs = Environment("HOSTCTL_PCI_SYSFS");
+  std::string dump = Environment("HOSTCTL_PCI_DUMP");
+  if (!sysfs.empty() && !dump.empty()) {
+    throw Lib::HostCtlException("HOSTCTL_PCI_SYSFS (" + sysfs + ") and HOSTCTL_PCI_DUMP (" + dump +
+                                ") are both set: unset one");
+  }
+  if (!dump.empty()) return {Kind::kDump, std::move(dump)};
+  if (!sysfs.empty()) return {Kind::kSysfs, std::move(sysfs)};
+  return {Kind::kSysfs, "/sys/bus/pci"};
+}
+
+std::string SystemName() {
+  std::string name = Environment("HOSTCTL_SYSTEM_NAME");
+  if (!name.empty()) return name;
+  utsname system;
+  if (uname(&system) != 0) {
+    throw Lib::HostCtlException(std::string("Cannot read the host's name: ") +
+                                std::strerror(errno));
+  }
+  return system.nodename;
+}
+
+}  // namespace HostCtl::Linux

@@ -1,0 +1,125 @@
+#include "platform/hostctl/sysfs_tree.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <climits>
+#include <filesystem>
+#include <optional>
+#include <string_view>
+
+#include "cache/hostctl.h"
+
+namespace HostCtl::Linux {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Calls `visit` with the name of every entry of the folder; gives the error that ended the walk.
+template <typename Visit>
+std::error_code ForEachEntry(const std::string& folder, Visit visit) {
+  std::error_code error;
+  for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+       entry.increment(error)) {
+    visit(entry->path().filename().native());
+  }
+  return error;
+}
+
+// The first line of a small file; empty where it cannot be read. O_NONBLOCK: a pipe in its place
+// must not stop us.
+std::string ReadLine(const std::string& path) {
+  const int file = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (file < 0) return {};
+  std::array<char, 64> buffer;
+  const ssize_t length = read(file, buffer.data(), buffer.size());
+  close(file);
+  std::string text(buffer.data(), length > 0 ? static_cast<std::size_t>(length) : 0);
+  return text.substr(0, text.find('\n'));
+}
+
+std::int32_t LeadingNumber(std::string_view label) {
+  if (label.empty() || label[0] < '0' || label[0] > '9') return -1;
+  std::int32_t number = -1;
+  const auto [stop, error] = std::from_chars(label.data(), label.data() + label.size(), number);
+  return error == std::errc() ? number : -1;
+}
+
+std::uint64_t DeviceKey(const PciAddress& address) {
+  return std::uint64_t{address.domain} << 16 | unsigned{address.bus} << 8 | address.device;
+}
+
+// The last component of a path, removed from it.
+std::string_view TakeLastComponent(std::string_view& path) {
+  const std::size_t slash = path.rfind('/');
+  const std::string_view last = slash == path.npos ? path : path.substr(slash + 1);
+  path = slash == path.npos ? std::string_view{} : path.substr(0, slash);
+  return last;
+}
+
+}  // namespace
+
+void SlotTable::Add(const PciAddress& device, std::int32_t slot) {
+  slots_.emplace(DeviceKey(device), slot);
+}
+
+std::int32_t SlotTable::SlotOf(const PciAddress& function) const {
+  const auto found = slots_.find(DeviceKey(function));
+  return found == slots_.end() ? -1 : found->second;
+}
+
+std::string SysfsTree::FunctionPath(const PciAddress& function) const {
+  return path_ + "/devices/" + FormatAddress(function);
+}
+
+std::vector<PciAddress> SysfsTree::Functions() const {
+  const std::string folder = path_ + "/devices";
+  std::vector<PciAddress> functions;
+  const std::error_code error = ForEachEntry(folder, [&](const std::string& name) {
+    if (name[0] == '.') return;
+    const std::optional<PciAddress> address = ParseAddress(name);
+    // Files are found again by the address: another spelling of it would be another file.
+    if (!address || FormatAddress(*address) != name) {
+      throw Lib::HostCtlException(folder + " holds " + name + ", which is no PCI address");
+    }
+    functions.push_back(*address);
+  });
+  if (error) throw Lib::HostCtlException("Cannot open " + folder + ": " + error.message());
+  std::sort(functions.begin(), functions.end());
+  return functions;
+}
+
+bool SysfsTree::Lists(const PciAddress& function) const {
+  struct stat status;
+  return lstat(FunctionPath(function).c_str(), &status) == 0;
+}
+
+Upstream SysfsTree::UpstreamOf(const PciAddress& function) const {
+  std::array<char, PATH_MAX> buffer;
+  const ssize_t length = readlink(FunctionPath(function).c_str(), buffer.data(), buffer.size());
+  if (length <= 0) return {};
+  // .../pci0000:00/0000:00:03.0/0000:01:00.0 is behind 0000:00:03.0, and that one on a root bus.
+  std::string_view target(buffer.data(), static_cast<std::size_t>(length));
+  if (ParseAddress(TakeLastComponent(target)) != function) return {};
+  const std::string_view folder = TakeLastComponent(target);
+  if (const auto upstream = ParseAddress(folder)) return {Upstream::Kind::kFunction, *upstream};
+  if (folder.starts_with("pci")) return {Upstream::Kind::kRootBus, {}};
+  return {};
+}
+
+SlotTable SysfsTree::Slots() const {
+  SlotTable slots;
+  const std::string folder = path_ + "/slots";
+  // A tree need not have slots, and an empty one names no device.
+  ForEachEntry(folder, [&](const std::string& label) {
+    const std::string device = ReadLine(folder + "/" + label + "/address");
+    if (const auto address = ParseAddress(device + ".0")) slots.Add(*address, LeadingNumber(label));
+  });
+  return slots;
+}
+
+}  // namespace HostCtl::Linux
