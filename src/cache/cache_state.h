@@ -24,18 +24,18 @@ struct TopologyCache {
   pthread_once_t build_guard = PTHREAD_ONCE_INIT;
   std::string system_name;
 
-  DeviceList devices;
+  DeviceVector devices;
   std::unordered_map<std::string, std::size_t> device_index;  // name to position, first wins
 
-  PortList ports;
+  PortVector ports;
   std::unordered_map<std::string, std::size_t> port_index;  // port name to position, first wins
   std::set<std::string> port_names;
   std::vector<std::uint8_t> bus_numbers;
 
   std::unordered_map<std::uint8_t, std::vector<const HostCtl::Hardware::PciDevice*>> bus_members;
   std::unordered_map<std::string, const PortEntry*> device_ports;  // device name, last wins
-  PortPointerList switches;
-  PortPointerList bridges;
+  PortPointers switches;
+  PortPointers bridges;
   PortsByName bridge_ports;
   PortsByName switch_ports;
 

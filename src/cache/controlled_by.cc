@@ -9,9 +9,9 @@ using HostCtl::Hardware::PciDevice;
 
 namespace {
 
-const PortPointerList empty_port_list;  // NOLINT(cert-err58-cpp): default construction
+const PortPointers empty_port_list;  // NOLINT(cert-err58-cpp): default construction
 
-const PortPointerList& FindPortList(const PortsByName& map, const std::string& name) {
+const PortPointers& FindPortList(const PortsByName& map, const std::string& name) {
   const auto found = map.find(name);
   return found == map.end() ? empty_port_list : found->second;
 }
@@ -23,8 +23,8 @@ auto FindPointer(const Map& map, const std::string& name) -> typename Map::mappe
 }
 
 // All ports hosted by the named device, in port order.
-PortPointerList CollectHostedPorts(const std::string& name) {
-  PortPointerList hosted;
+PortPointers CollectHostedPorts(const std::string& name) {
+  PortPointers hosted;
   hosted.reserve(GetPortsCache().size());
   for (const PortEntry& entry : GetPortsCache()) {
     if (entry.parentName == name) hosted.push_back(&entry);
@@ -71,7 +71,7 @@ void AddToMap(const std::string& key, const PortEntry& entry, PortsByName& map) 
 }
 
 const PortEntry& FindConnectedPort(const std::string& name) {
-  const PortPointerList hosted = CollectHostedPorts(name);
+  const PortPointers hosted = CollectHostedPorts(name);
   if (hosted.empty()) return NullPortEntry();
 
   const PortEntry* lowest = hosted.front();
@@ -91,11 +91,11 @@ bool FindPortsInGroup(std::uint8_t bus, std::vector<const PciDevice*>& out) {
   return true;
 }
 
-const PortPointerList& LookupBridgePorts(const std::string& name) {
+const PortPointers& LookupBridgePorts(const std::string& name) {
   return FindPortList(GetBridgePortsCache(), name);
 }
 
-const PortPointerList& LookupSwitchPorts(const std::string& name) {
+const PortPointers& LookupSwitchPorts(const std::string& name) {
   return FindPortList(GetSwitchPortsCache(), name);
 }
 

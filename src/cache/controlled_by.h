@@ -46,8 +46,8 @@ const PortEntry& FindConnectedPort(const std::string& name);
 bool FindPortsInGroup(std::uint8_t bus, std::vector<const HostCtl::Hardware::PciDevice*>& out);
 
 // The ports filed under a bridge, or under a switch upstream port; empty when there are none.
-const PortPointerList& LookupBridgePorts(const std::string& name);
-const PortPointerList& LookupSwitchPorts(const std::string& name);
+const PortPointers& LookupBridgePorts(const std::string& name);
+const PortPointers& LookupSwitchPorts(const std::string& name);
 
 // The last port of a device, or the null port entry.
 const PortEntry& LookupPortByDeviceEntry(const std::string& deviceName);

@@ -138,12 +138,12 @@ void GetPCIData() {
 
 const char* PciGetSystemName() { return process_cache.system_name.c_str(); }
 
-const DeviceList& GetDevicesCache() { return process_cache.devices; }
-const PortList& GetPortsCache() { return process_cache.ports; }
+const DeviceVector& GetDevicesCache() { return process_cache.devices; }
+const PortVector& GetPortsCache() { return process_cache.ports; }
 const PortsByName& GetBridgePortsCache() { return process_cache.bridge_ports; }
 const PortsByName& GetSwitchPortsCache() { return process_cache.switch_ports; }
-const PortPointerList& GetBridgesCache() { return process_cache.bridges; }
-const PortPointerList& GetSwitchCache() { return process_cache.switches; }
+const PortPointers& GetBridgesCache() { return process_cache.bridges; }
+const PortPointers& GetSwitchCache() { return process_cache.switches; }
 const std::vector<std::uint8_t>& GetBusNumbers() { return process_cache.bus_numbers; }
 const std::set<std::string>& GetPortNames() { return process_cache.port_names; }
 

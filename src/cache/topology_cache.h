@@ -20,10 +20,10 @@
 #include "cache/hostctl.h"
 #include "cache/port_entry.h"
 
-using DeviceList = std::vector<std::unique_ptr<HostCtl::Hardware::PciDevice>>;
-using PortList = std::vector<PortEntry>;
-using PortPointerList = std::vector<const PortEntry*>;
-using PortsByName = std::unordered_map<std::string, PortPointerList>;
+using DeviceVector = std::vector<std::unique_ptr<HostCtl::Hardware::PciDevice>>;
+using PortVector = std::vector<PortEntry>;
+using PortPointers = std::vector<const PortEntry*>;
+using PortsByName = std::unordered_map<std::string, PortPointers>;
 
 // What LookupDevice finds: the name and the device's position in the device list.
 struct DeviceIndexEntry {
@@ -46,17 +46,17 @@ void PCICacheSystemName();
 const char* PciGetSystemName();
 
 // Every device that the host reported, in its order, duplicates included.
-const DeviceList& GetDevicesCache();
+const DeviceVector& GetDevicesCache();
 // Every port, in device order, then in the order within a device.
-const PortList& GetPortsCache();
+const PortVector& GetPortsCache();
 // Ports of other devices whose parentName is a bridge, by that name.
 const PortsByName& GetBridgePortsCache();
 // Ports of other devices whose parentName is a switch upstream port, by that name.
 const PortsByName& GetSwitchPortsCache();
 // The primary-side port of every bridge, in port order.
-const PortPointerList& GetBridgesCache();
+const PortPointers& GetBridgesCache();
 // The port of every switch upstream port, in port order.
-const PortPointerList& GetSwitchCache();
+const PortPointers& GetSwitchCache();
 // The distinct buses of all ports, ascending.
 const std::vector<std::uint8_t>& GetBusNumbers();
 // The distinct names of all ports, sorted.
