@@ -95,7 +95,9 @@ Access::Access(unsigned method, const char* parameter, const std::string& value)
   access_->error = OnError;
   access_->warning = OnMessage;
   access_->debug = OnMessage;
-  access_->id_lookup_mode = 0;  // neither the network nor the cache of what it once said
+  // pci.ids alone: no network, no cache of what it once said, and not udev's copy of the list,
+  // which libpci opens anew for every unknown id where it is not installed.
+  access_->id_lookup_mode = PCI_LOOKUP_NO_HWDB;
   CallLibpci([&] {
     pci_set_param(access_.get(), Unconst(parameter), Unconst(value.c_str()));
     pci_init(access_.get());

@@ -48,6 +48,7 @@ class Snapshot::Builder {
     std::array<std::uint8_t, kConfigSize> config;
     std::size_t length = 0;
     Identity identity;
+    tree.RequireRegularFiles(address);
     try {
       identity = access_.ReadFunction(address, config, length);
     } catch (const Lib::HostCtlException&) {

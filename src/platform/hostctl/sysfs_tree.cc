@@ -19,6 +19,22 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// A file descriptor, closed at the end of its scope; -1 where the file could not be opened.
+class File {
+ public:
+  explicit File(int descriptor) : descriptor_(descriptor) {}
+  ~File() {
+    if (descriptor_ >= 0) close(descriptor_);
+  }
+  File(const File&) = delete;
+  File& operator=(const File&) = delete;
+
+  int descriptor() const { return descriptor_; }
+
+ private:
+  int descriptor_;
+};
+
 // Calls `visit` with the name of every entry of the folder; gives the error that ended the walk.
 template <typename Visit>
 std::error_code ForEachEntry(const std::string& folder, Visit visit) {
@@ -33,11 +49,9 @@ std::error_code ForEachEntry(const std::string& folder, Visit visit) {
 // The first line of a small file; empty where it cannot be read. O_NONBLOCK: a pipe in its place
 // must not stop us.
 std::string ReadLine(const std::string& path) {
-  const int file = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-  if (file < 0) return {};
+  const File file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   std::array<char, 64> buffer;
-  const ssize_t length = read(file, buffer.data(), buffer.size());
-  close(file);
+  const ssize_t length = read(file.descriptor(), buffer.data(), buffer.size());
   std::string text(buffer.data(), length > 0 ? static_cast<std::size_t>(length) : 0);
   return text.substr(0, text.find('\n'));
 }
@@ -96,6 +110,18 @@ std::vector<PciAddress> SysfsTree::Functions() const {
 bool SysfsTree::Lists(const PciAddress& function) const {
   struct stat status;
   return lstat(FunctionPath(function).c_str(), &status) == 0;
+}
+
+void SysfsTree::RequireRegularFiles(const PciAddress& function) const {
+  const std::string folder = FunctionPath(function);
+  const File opened(open(folder.c_str(), O_PATH | O_CLOEXEC));
+  for (const char* name : {"vendor", "device", "class", "revision", "subsystem_vendor",
+                           "subsystem_device", "config"}) {
+    struct stat status;
+    if (fstatat(opened.descriptor(), name, &status, 0) == 0 && !S_ISREG(status.st_mode)) {
+      throw Lib::HostCtlException("Cannot read " + folder + "/" + name + ": not a regular file");
+    }
+  }
 }
 
 Upstream SysfsTree::UpstreamOf(const PciAddress& function) const {

@@ -48,6 +48,11 @@ class SysfsTree {
   // Whether the function is still listed: it may be pulled out while the tree is read.
   bool Lists(const PciAddress& function) const;
 
+  // Throws HostCtlException where a pipe, device or folder stands in place of a file that libpci
+  // reads of the function: opening or reading it could take for ever. A missing file is libpci's to
+  // judge.
+  void RequireRegularFiles(const PciAddress& function) const;
+
   // Where the kernel keeps the function's folder. Unknown in a copy that has folders in place of
   // the kernel's links.
   Upstream UpstreamOf(const PciAddress& function) const;
