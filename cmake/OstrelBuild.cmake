@@ -38,12 +38,17 @@ endif()
 # Includes are written from src/.
 include_directories(${PROJECT_SOURCE_DIR}/src)
 
-# ostrel_test(NAME SOURCES... [LIBS ...]): one GoogleTest program, its cases known to CTest. Every
-# test links the fake host control library, so that whatever it loads meets that one.
+# ostrel_test(NAME SOURCES... [LIBS ...] [LABELS ...]): one GoogleTest program, its cases known to
+# CTest. Every test links the fake host control library, so that whatever it loads meets that one;
+# only the tests of the real library and of the installed tool do not.
 function(ostrel_test name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;LABELS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
-  target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gmock_main)
+  target_link_libraries(${name} PRIVATE ${ARG_LIBS})
+  if(NOT CMAKE_CURRENT_SOURCE_DIR MATCHES "/tests/(hostctl|e2e)$")
+    target_link_libraries(${name} PRIVATE fake_hostctl)
+  endif()
+  target_link_libraries(${name} PRIVATE GTest::gmock_main)
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300 LABELS "${ARG_LABELS}")
 endfunction()

@@ -1,0 +1,19 @@
+// What a test must know about the sanitizer that it runs under.
+
+#ifndef SUPPORT_SANITIZERS_H_
+#define SUPPORT_SANITIZERS_H_
+
+// The thread sanitizer's own pthread_once does not let exceptions through: the guard stays taken.
+#if defined(__SANITIZE_THREAD__)
+inline constexpr bool kExceptionsPassOnce = false;
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+inline constexpr bool kExceptionsPassOnce = false;
+#else
+inline constexpr bool kExceptionsPassOnce = true;
+#endif
+#else
+inline constexpr bool kExceptionsPassOnce = true;
+#endif
+
+#endif  // SUPPORT_SANITIZERS_H_
