@@ -37,6 +37,7 @@ auto PathEmitter(CmpiResult& result) {
 template <typename Emit>
 CmpiStatus ForEachAssociation(CmpiResult& result, Emit emit) {
   const CmpiObjectPath system = PciCreateSystemRef();
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): independent of the cache's storage
   const std::vector<std::uint8_t> buses = GetBusNumbers();
   for (const std::uint8_t bus : buses) {
     const ostInt::CmpiElementScope scope;

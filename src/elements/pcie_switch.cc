@@ -36,6 +36,7 @@ CmpiInstance MakeSwitch(const PciDevice* device, const CmpiObjectPath& path,
 // Calls visit(device, path) for each switch, in the order of (a copy of) the switch list.
 template <typename Visit>
 void ForEachSwitch(Visit visit) {
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): a copy
   const PortPointers switches = GetSwitchCache();
   for (const PortEntry* entry : switches) {
     const ostInt::CmpiElementScope scope;

@@ -9,15 +9,15 @@
 
 #include <string>
 
+// NOLINTBEGIN(cert-dcl59-cpp,cert-err58-cpp,google-build-namespaces,cppcoreguidelines-avoid-c-arrays)
 namespace {
 
-// NOLINTBEGIN(cert-err58-cpp,google-build-namespaces,cppcoreguidelines-avoid-c-arrays)
 [[maybe_unused]] const std::string kFlowDirections[4] = {"down", "listen", "advertise", "both"};
 [[maybe_unused]] const std::string kUnspecifiedAddress = "::";
 [[maybe_unused]] const std::string kCongestionControl = "newreno";
 [[maybe_unused]] const std::string kEnabled = "enabled";
-// NOLINTEND(cert-err58-cpp,google-build-namespaces,cppcoreguidelines-avoid-c-arrays)
 
 }  // namespace
+// NOLINTEND(cert-dcl59-cpp,cert-err58-cpp,google-build-namespaces,cppcoreguidelines-avoid-c-arrays)
 
 #endif  // FRAME_HEADER_CONSTANTS_H_

@@ -85,7 +85,7 @@ Mi* CreateMI(Factory<Mi, Table>& factory, const CMPIBroker* broker, const CMPICo
 
 // The trace line of every instance factory call; association factories write none (intended).
 inline void TraceInstanceFactory() {
-  std::fprintf(stderr, "--- _Create_InstanceMI() %s\n", typeid(ostInt::CmpiBaseMI*).name());
+  (void)std::fprintf(stderr, "--- _Create_InstanceMI() %s\n", typeid(ostInt::CmpiBaseMI*).name());
 }
 
 }  // namespace frame
