@@ -1,0 +1,186 @@
+// The in-process object manager: a CMPI broker that loads provider libraries, calls their
+// providers, and streams what they return into a sink. It serves one class itself, the hosting
+// system's.
+//
+//   broker::ObjectManager manager({.system_name = "host"});
+//   manager.Register("Ostrel_PCIDevice", broker::ProviderLibrary::Open("./libOstrelPCI.so"));
+//   broker::Recorder found;
+//   broker::Status status =
+//       manager.EnumerateInstances("Ostrel_PCIDevice", manager.ClassPath("Ostrel_PCIDevice"),
+//                                  std::nullopt, found);
+//
+// It hands requests through as they are and adds nothing to the answer: a sink sees every element
+// at the moment it is returned, every returnDone, and the caller gets the provider's own status. So
+// a GetInstance that returns no instance and CMPI_RC_OK is visible as just that.
+//
+// What a provider makes through the broker belongs to the provider call and is freed when that call
+// returns, or earlier by mark and release. While it checks its guest (Options::check_guest), misuse
+// of the interface answers an error code and is kept in ProviderErrors().
+//
+// Thread rule: thread-safe; many operations may run at once, one per thread, also on the same
+// class. Register everything before the first operation. The manager must outlive its operations.
+
+#ifndef BROKER_OBJECT_MANAGER_H_
+#define BROKER_OBJECT_MANAGER_H_
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "broker/provider_library.h"
+#include "broker/result_sink.h"
+#include "broker/status.h"
+#include "broker/value.h"
+#include "platform/cmpi/cmpi.h"
+
+namespace broker {
+
+class Manager;
+
+// std::nullopt asks for all properties, an empty list for none (but the keys).
+using PropertyList = std::optional<std::vector<std::string>>;
+
+// What an association request narrows by; an absent filter reaches the provider as a null pointer.
+struct AssociationFilter {
+  std::optional<std::string> assoc_class;  // not looked at by References and ReferenceNames
+  std::optional<std::string> result_class;
+  std::optional<std::string> role;
+  std::optional<std::string> result_role;  // not looked at by References and ReferenceNames
+};
+
+enum class ProviderKind { kInstance, kAssociation };
+
+// How the class of the hosting system answers.
+enum class SystemClassMode {
+  kServed,   // with its one instance
+  kEmpty,    // with no instance
+  kRefused,  // with Options::system_class_refusal
+};
+
+// A message that a provider handed to logMessage (severity) or trace (level).
+struct LogEntry {
+  enum class Source { kLog, kTrace };
+  Source source;
+  int level;
+  std::string id;  // message id or component
+  std::string text;
+};
+
+// Something that a provider did and that the interface forbids.
+struct ProviderError {
+  std::string class_name;  // of the provider that was called
+  std::string operation;   // "EnumerateInstances", "factory", "cleanup"
+  std::string function;    // the interface function, "CMPIInstance.setProperty"
+  std::string text;
+};
+
+// "EnumerateInstances of X: CMPIInstance.setProperty: text".
+std::string ToString(const ProviderError& error);
+
+struct Options {
+  std::string system_name = "localhost";  // reported in lower case
+  std::string name_space = "root/cimv2";  // for paths that come without one
+  std::string principal;                  // context entry "CMPIPrincipal"; none while empty
+  SystemClassMode system_class = SystemClassMode::kServed;
+  Status system_class_refusal{CMPI_RC_ERR_FAILED, "system class refused"};
+  bool check_guest = true;
+  // Shorter function tables of version 100, no memory functions: what an old object manager offers.
+  bool imitate_cmpi_1_0 = false;
+  // Called around every factory call instead of the call itself; must run `call` once.
+  std::function<void(std::string_view class_name, ProviderKind kind,
+                     const std::function<void()>& call)>
+      around_factory;
+  // Receives logMessage and trace, on the provider's thread; nothing is written while it is empty.
+  std::function<void(const LogEntry&)> log;
+};
+
+struct Statistics {
+  std::uint64_t peak_call_bytes = 0;  // most object memory that one provider call held at once
+  std::int64_t clones_alive = 0;      // clones made and not yet released
+};
+
+class ObjectManager {
+ public:
+  explicit ObjectManager(Options options);
+  // Cleans up every provider (terminating = true), then lets go of the libraries.
+  ~ObjectManager();
+
+  ObjectManager(const ObjectManager&) = delete;
+  ObjectManager& operator=(const ObjectManager&) = delete;
+
+  // Requests for `class_name` go to the library's provider of that name. Its factories are called
+  // when first needed, the instance and the association factory each by itself. A factory that
+  // throws or answers null makes the request answer CMPI_RC_ERR_FAILED with its text; the next one
+  // tries again.
+  void Register(std::string_view class_name, std::shared_ptr<const ProviderLibrary> library);
+
+  // The registered classes that are `class_name` or below it (in order of registration), and the
+  // system class where it is: whom a deep request for `class_name` concerns.
+  std::vector<std::string> ProvidersFor(std::string_view class_name) const;
+  // Those of them that have an association factory; of all classes where `assoc_class` is absent.
+  std::vector<std::string> AssociationProvidersFor(
+      const std::optional<std::string>& assoc_class) const;
+
+  // The path of a class in the manager's namespace.
+  ObjectPath ClassPath(std::string_view class_name) const;
+  // The path of the hosting system's one instance.
+  ObjectPath SystemPath() const;
+
+  // Operations. `provider` is a registered class or the system class, compared ignoring case;
+  // another one answers CMPI_RC_ERR_INVALID_CLASS. `path` reaches the provider as it is, except
+  // that an empty namespace is filled in. The answer is the provider's own status.
+  Status EnumerateInstances(std::string_view provider, const ObjectPath& path,
+                            const PropertyList& properties, ResultSink& sink);
+  Status EnumerateInstanceNames(std::string_view provider, const ObjectPath& path,
+                                ResultSink& sink);
+  Status GetInstance(std::string_view provider, const ObjectPath& path,
+                     const PropertyList& properties, ResultSink& sink);
+  Status CreateInstance(std::string_view provider, const ObjectPath& path, const Instance& instance,
+                        ResultSink& sink);
+  Status ModifyInstance(std::string_view provider, const ObjectPath& path, const Instance& instance,
+                        const PropertyList& properties, ResultSink& sink);
+  Status DeleteInstance(std::string_view provider, const ObjectPath& path, ResultSink& sink);
+  Status ExecQuery(std::string_view provider, const ObjectPath& path, const std::string& query,
+                   const std::string& language, ResultSink& sink);
+  Status Associators(std::string_view provider, const ObjectPath& source,
+                     const AssociationFilter& filter, const PropertyList& properties,
+                     ResultSink& sink);
+  Status AssociatorNames(std::string_view provider, const ObjectPath& source,
+                         const AssociationFilter& filter, ResultSink& sink);
+  Status References(std::string_view provider, const ObjectPath& source,
+                    const AssociationFilter& filter, const PropertyList& properties,
+                    ResultSink& sink);
+  Status ReferenceNames(std::string_view provider, const ObjectPath& source,
+                        const AssociationFilter& filter, ResultSink& sink);
+
+  // Calls the provider's cleanup, as an object manager does with a class that is idle. The provider
+  // is forgotten, and its factory called again by the next request, unless it answers that it must
+  // stay (and `terminating` is false). CMPI_RC_ERR_NOT_FOUND: there is none to clean up;
+  // CMPI_RC_ERR_FAILED: a request is running in it.
+  Status Cleanup(std::string_view provider, ProviderKind kind, bool terminating);
+
+  // The provider record that the factory handed out, calling the factory if need be; nullptr and
+  // `status` where that fails. For tests that look at the records themselves.
+  CMPIInstanceMI* InstanceProvider(std::string_view provider, Status* status);
+  CMPIAssociationMI* AssociationProvider(std::string_view provider, Status* status);
+
+  // What the providers did wrong so far, oldest first (the first 1000).
+  std::vector<ProviderError> ProviderErrors() const;
+  void ClearProviderErrors();
+
+  Statistics GetStatistics() const;
+
+  // The broker record that the factories receive.
+  const CMPIBroker* broker() const;
+
+ private:
+  std::unique_ptr<Manager> manager_;
+};
+
+}  // namespace broker
+
+#endif  // BROKER_OBJECT_MANAGER_H_

@@ -1,0 +1,124 @@
+// Where the elements that a provider returns go, one at a time, at the moment they are returned.
+//
+// A sink that overrides OnInstance / OnObjectPath gets copies that it may keep. A sink that
+// overrides OnInstanceView / OnObjectPathView reads the object manager's objects in place: no copy,
+// and valid only until the call returns.
+//
+// Thread rule: a sink is called on the thread of its operation, never twice at once.
+
+#ifndef BROKER_RESULT_SINK_H_
+#define BROKER_RESULT_SINK_H_
+
+#include <cstddef>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "broker/status.h"
+#include "broker/value.h"
+#include "platform/cmpi/cmpi.h"
+
+namespace broker {
+
+struct PathObject;
+struct InstanceObject;
+class ObjectPathView;
+class InstanceView;
+
+// One value of an element that is being returned.
+class ValueView {
+ public:
+  explicit ValueView(const CMPIData& data) : data_(&data) {}
+
+  CMPIType type() const { return data_->type; }
+  bool is_null() const { return (data_->state & CMPI_nullValue) != 0; }
+  bool is_array() const { return (data_->type & CMPI_ARRAY) != 0; }
+  // The numbers, booleans and characters stand in here, by type().
+  const CMPIValue& raw() const { return data_->value; }
+  // Of a string or a date; null-terminated.
+  std::string_view text() const;
+  ObjectPathView reference() const;
+  InstanceView embedded_instance() const;
+  // Of an array.
+  std::size_t size() const;
+  ValueView element(std::size_t index) const;
+
+  Value ToValue() const;
+
+ private:
+  const CMPIData* data_;
+};
+
+class ObjectPathView {
+ public:
+  explicit ObjectPathView(const PathObject& path) : path_(&path) {}
+
+  std::string_view host() const;  // empty where none was set
+  std::string_view name_space() const;
+  std::string_view class_name() const;
+  std::size_t key_count() const;
+  std::string_view key_name(std::size_t index) const;
+  ValueView key_value(std::size_t index) const;
+
+  ObjectPath ToObjectPath() const;
+
+  const PathObject& object() const { return *path_; }
+
+ private:
+  const PathObject* path_;
+};
+
+class InstanceView {
+ public:
+  explicit InstanceView(const InstanceObject& instance) : instance_(&instance) {}
+
+  ObjectPathView path() const;
+  std::size_t property_count() const;
+  std::string_view property_name(std::size_t index) const;
+  ValueView property_value(std::size_t index) const;
+
+  Instance ToInstance() const;
+
+  const InstanceObject& object() const { return *instance_; }
+
+ private:
+  const InstanceObject* instance_;
+};
+
+// An exception that a sink throws does not travel through the provider: the provider's return call
+// answers CMPI_RC_ERR_FAILED, and the operation throws it again once the provider has returned.
+class ResultSink {
+ public:
+  virtual ~ResultSink() = default;
+
+  virtual void OnInstance(Instance&& instance);
+  virtual void OnObjectPath(ObjectPath&& path);
+  // Every returnDone of the provider, also a second one.
+  virtual void OnDone() {}
+  // The provider's returnError.
+  virtual void OnError(Status&& error);
+
+  virtual void OnInstanceView(const InstanceView& instance) { OnInstance(instance.ToInstance()); }
+  virtual void OnObjectPathView(const ObjectPathView& path) { OnObjectPath(path.ToObjectPath()); }
+};
+
+// Keeps everything that a provider did to its result, in order: what tests look at.
+class Recorder : public ResultSink {
+ public:
+  enum class Event { kInstance, kObjectPath, kDone, kError };
+
+  std::vector<Event> events;
+  std::vector<Instance> instances;
+  std::vector<ObjectPath> paths;
+  std::vector<Status> errors;
+  int done_count = 0;
+
+  void OnInstance(Instance&& instance) override;
+  void OnObjectPath(ObjectPath&& path) override;
+  void OnDone() override;
+  void OnError(Status&& error) override;
+};
+
+}  // namespace broker
+
+#endif  // BROKER_RESULT_SINK_H_
