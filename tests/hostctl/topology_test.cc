@@ -100,7 +100,7 @@ std::string SlowParent(const Devices& all, const std::vector<Function>& function
 
 TEST(Topology, RandomBusNumbersFollowTheRule) {
   Random random(7);
-  for (int round = 0; round < 200; ++round) {
+  for (int round = 0; round < 100; ++round) {
     std::map<std::string, Function> by_address;
     for (unsigned i = 0, count = 1 + random.Below(30); i < count; ++i) {
       const std::string address = Address(random.Below(2), random.Below(8), random.Below(4));

@@ -26,7 +26,7 @@ struct Trap {
 // libpci's hooks get no argument of ours: the running call is found by its thread.
 thread_local Trap* current_trap = nullptr;
 
-[[noreturn]] PCI_PRINTF(1, 2) void OnError(char* format, ...) {
+PCI_NONRET PCI_PRINTF(1, 2) void OnError(char* format, ...) {
   std::va_list arguments;
   va_start(arguments, format);
   std::vsnprintf(current_trap->text, sizeof current_trap->text, format, arguments);

@@ -16,6 +16,8 @@
 //    more (libpci 3.9); DumpReader reads dumps instead, and libpci decodes what it read.
 //  - attribute files and the name list are closed before their errors are reported, configuration
 //    space is closed by pci_cleanup.
+// Only pci_alloc is out of our hands: it ends the process where its first few hundred bytes cannot
+// be allocated. Freeing and cleaning up report no errors and run outside the trap.
 //
 // Thread rule: an Access and its functions belong to one thread at a time; any number of them may
 // be in use at once.
