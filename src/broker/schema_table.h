@@ -106,6 +106,9 @@ constexpr CodedValue kClassCodes[] = {
     {"15", "Satellite Communication"},
     {"16", "Encryption/Decryption"},
     {"17", "Data Acquisition and Signal Processing"},
+    {"18", "Processing Accelerator"},  // this and the next two are younger than the CIM schema
+    {"19", "Non-Essential Instrumentation"},
+    {"64", "Co-Processor"},
     {"255", "Other"},
 };
 constexpr CodedValue kBridgeTypes[] = {
@@ -217,19 +220,26 @@ constexpr Property kCimMemberOfCollection[] = {
 };
 
 // ---------------------------------------------------------------------------------------------
-// Own classes: what no superclass declares
+// Own classes: what no superclass declares, and the references whose ends are narrower than the
+// inherited ones
 
 // Of devices, bridges and switches alike.
 constexpr Property kSubClassCode = Plain(
-    "SubClassCode", CMPI_uint8, "The subclass of the function: the lower byte of its class code.");
+    "SubClassCode", CMPI_uint8,
+    "The subclass of the function: the lower byte of its class code. What it means depends on "
+    "ClassCode; the PCI Code and ID Assignment Specification lists both.");
 constexpr Property kSegmentNumber =
-    Plain("SegmentNumber", CMPI_uint16, "The PCI segment (domain) of the function.");
+    Plain("SegmentNumber", CMPI_uint16,
+          "The number of the PCI segment (the kernel's PCI domain) in which the function's bus "
+          "number counts: the lower 16 bits. 0 on a host that has one segment.");
 constexpr Property kParentDeviceId =
     Plain("ParentDeviceID", CMPI_string,
-          "The DeviceID of the bridge or switch port above the function; empty at the top.");
+          "The identifier of the function directly above, through which this one is reached: a "
+          "bridge, a root port or a port of a switch. An empty text where there is none.");
 constexpr Property kPhysicalSlot =
     Plain("PhysicalSlot", CMPI_uint8,
-          "The number of the physical slot; absent where the function sits in none.");
+          "The number of the physical slot in which the function sits: its lower 8 bits. NULL "
+          "where it sits in none, or where the platform does not say.");
 
 constexpr Property kOwnPciDevice[] = {
     kSubClassCode,
@@ -242,41 +252,55 @@ constexpr Property kOwnPciBridge[] = {
     kSegmentNumber,
     kParentDeviceId,
     kPhysicalSlot,
-    Plain("SecondaryBusNumber", CMPI_uint8, "The number of the bus behind the bridge."),
+    Plain("SecondaryBusNumber", CMPI_uint8,
+          "The number of the bus directly behind the bridge; 0 for a bridge that has none, such as "
+          "a host bridge."),
 };
 constexpr Property kOwnPciPort[] = {
     Plain("ControllerDeviceID", CMPI_string,
-          "The DeviceID of the device, bridge or switch that controls the port."),
-    Plain("BusNumber", CMPI_uint8, "The number of the bus that the port is on."),
-    Plain("DeviceNumber", CMPI_uint8, "The device number of the port's function, 0 to 31."),
-    Plain("FunctionNumber", CMPI_uint8, "The function number of the port's function, 0 to 7."),
+          "The DeviceID of the device, bridge or switch that controls the port. For a downstream "
+          "port of a switch it is that of the switch."),
+    Plain("BusNumber", CMPI_uint8,
+          "The number of the bus that the port is on. For the secondary port of a bridge it is the "
+          "bus behind the bridge."),
+    Plain("DeviceNumber", CMPI_uint8,
+          "The device number on its bus of the function that has the port, 0 to 31."),
+    Plain("FunctionNumber", CMPI_uint8,
+          "The number of the function that has the port within its device, 0 to 7."),
     Plain("PCIDeviceID", CMPI_uint16,
-          "The identifier of the port's function, given by the vendor."),
-    Plain("VendorID", CMPI_uint16, "The vendor's identifier, given by the PCI-SIG."),
-    Plain("RevisionID", CMPI_uint8, "The revision of the port's function, given by the vendor."),
+          "The device identifier of the function that has the port, given by its vendor."),
+    Plain("VendorID", CMPI_uint16,
+          "The vendor identifier of the function that has the port, given by the PCI-SIG."),
+    Plain("RevisionID", CMPI_uint8,
+          "The revision of the function that has the port, given by its vendor."),
     Coded("ClassCode", CMPI_uint8,
-          "The base class of the port's function: the upper byte of its class code.", kClassCodes),
-    kSubClassCode,
+          "The base class of the function that has the port: the upper byte of its class code.",
+          kClassCodes),
+    Plain("SubClassCode", CMPI_uint8,
+          "The subclass of the function that has the port: the lower byte of its class code. What "
+          "it means depends on ClassCode."),
 };
 constexpr Property kOwnPciSystemDevice[] = {
-    KeyReference("GroupComponent", "CIM_System", "The hosting system."),
-    KeyReference("PartComponent", "CIM_LogicalDevice", "A PCI device or port of the system."),
+    KeyReference("GroupComponent", "CIM_ComputerSystem", "The hosting system."),
+    KeyReference("PartComponent", "CIM_LogicalDevice",
+                 "A device of the class Ostrel_PCIDevice or a port of the class Ostrel_PCIPort."),
 };
 constexpr Property kOwnPciDeviceConnection[] = {
-    KeyReference("Antecedent", "CIM_LogicalDevice", "The port nearer to the host."),
-    KeyReference("Dependent", "CIM_LogicalDevice", "The port connected below it."),
+    KeyReference("Antecedent", "Ostrel_PCIPort", "The port nearer to the host."),
+    KeyReference("Dependent", "Ostrel_PCIPort", "The port below it."),
 };
 constexpr Property kOwnPciControlledBy[] = {
-    KeyReference("Antecedent", "CIM_Controller", "The device, bridge or switch that has the port."),
-    KeyReference("Dependent", "CIM_LogicalDevice", "The port."),
+    KeyReference("Antecedent", "CIM_PCIDevice",
+                 "The device, bridge or switch that controls the port."),
+    KeyReference("Dependent", "Ostrel_PCIPort", "The controlled port."),
 };
 constexpr Property kOwnPciHostedCollection[] = {
-    KeyReference("Antecedent", "CIM_System", "The hosting system."),
-    KeyReference("Dependent", "CIM_SystemSpecificCollection", "The ports of one of its buses."),
+    KeyReference("Antecedent", "CIM_ComputerSystem", "The hosting system."),
+    KeyReference("Dependent", "Ostrel_PCIPortGroup", "The port group of one of its buses."),
 };
 constexpr Property kOwnPciMemberOfCollection[] = {
-    KeyReference("Collection", "CIM_Collection", "The ports of one bus."),
-    KeyReference("Member", "CIM_ManagedElement", "One of these ports."),
+    KeyReference("Collection", "Ostrel_PCIPortGroup", "The port group of a bus."),
+    KeyReference("Member", "Ostrel_PCIPort", "A port on that bus."),
 };
 
 constexpr Class Element(std::string_view name, std::string_view superclass,
@@ -336,26 +360,40 @@ constexpr auto kClasses = std::to_array<Class>({
     Association("CIM_MemberOfCollection", "", "A collection and its member.",
                 kCimMemberOfCollection),
 
-    Element(kSystemClass, "CIM_UnitaryComputerSystem", "The computer that the PCI topology is of."),
+    Element(kSystemClass, "CIM_UnitaryComputerSystem",
+            "The computer whose PCI topology is reported. Name is the host's name in lower case."),
     Element("Ostrel_PCIDevice", "CIM_PCIDevice",
             "A PCI function of the host that is neither a bridge nor a port of a PCI Express "
-            "switch.",
+            "switch. DeviceID is the function's address as the platform writes it, on Linux "
+            "domain:bus:device.function in hexadecimal digits. The state of the function is not "
+            "watched: HealthState, PrimaryStatus, EnabledState and RequestedState are always 0 "
+            "(Unknown).",
             kOwnPciDevice),
     Element("Ostrel_PCIBridge", "CIM_PCIBridge",
-            "A PCI bridge of the host that is not a port of a PCI Express switch.", kOwnPciBridge),
+            "A PCI bridge of the host that is not a port of a PCI Express switch. All that is said "
+            "of Ostrel_PCIDevice holds for it. BridgeType is the PCI subclass of the bridge.",
+            kOwnPciBridge),
     Element("Ostrel_PCIeSwitch", "CIM_PCIeSwitch",
-            "A PCI Express switch of the host, represented by its upstream port.", kOwnPciDevice),
+            "A PCI Express switch of the host, represented by its upstream port, whose address and "
+            "properties it carries. All that is said of Ostrel_PCIDevice holds for it. "
+            "NumberOfPorts counts its downstream ports.",
+            kOwnPciDevice),
     Element("Ostrel_PCIPort", "CIM_PCIPort",
-            "A port of a PCI device, bridge or switch of the host. A bridge has a primary and a "
-            "secondary port.",
+            "A port of a PCI device, bridge or switch of the host. DeviceID is the address of the "
+            "function that has the port, followed by the kind of port: -ep for a device and for a "
+            "downstream port of a switch, -up for the upstream port of a switch, -pri and -sec for "
+            "the two sides of a bridge.",
             kOwnPciPort),
-    Element("Ostrel_PCIPortGroup", "CIM_PCIPortGroup", "The ports of one PCI bus of the host."),
+    Element("Ostrel_PCIPortGroup", "CIM_PCIPortGroup",
+            "The ports of one PCI bus of the host. InstanceID ends in the number of the bus. Buses "
+            "of the same number in several segments are one group."),
     Association("Ostrel_PCISystemDevice", "CIM_SystemDevice",
                 "The hosting system and one of its PCI devices or ports.", kOwnPciSystemDevice),
     Association("Ostrel_PCIDeviceConnection", "CIM_DeviceConnection",
                 "Two PCI ports that are connected.", kOwnPciDeviceConnection),
     Association("Ostrel_PCIControlledBy", "CIM_ControlledBy",
-                "A PCI device, bridge or switch and one of its ports.", kOwnPciControlledBy),
+                "A PCI port and the device, bridge or switch that controls it.",
+                kOwnPciControlledBy),
     Association("Ostrel_PCIHostedCollection", "CIM_HostedCollection",
                 "The hosting system and the port group of one of its buses.",
                 kOwnPciHostedCollection),

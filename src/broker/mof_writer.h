@@ -1,0 +1,21 @@
+// Classes of the class table as MOF text (DSP0004, annex A), laid out as the CIM schema's own files
+// are.
+//
+// Thread rule: pure functions over constant data.
+
+#ifndef BROKER_MOF_WRITER_H_
+#define BROKER_MOF_WRITER_H_
+
+#include <string>
+
+#include "broker/schema.h"
+
+namespace broker::schema {
+
+// The declaration of the class with what it declares itself, references and keys that override
+// inherited ones included; ends with a line feed. Lines stay within 80 columns.
+std::string ClassMof(const Class& cls);
+
+}  // namespace broker::schema
+
+#endif  // BROKER_MOF_WRITER_H_

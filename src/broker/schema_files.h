@@ -1,0 +1,30 @@
+// The files in schema/: what other object managers load to know our classes and who serves them.
+// They are written from the class table, and checked in; a test holds both together.
+//
+// Thread rule: pure functions over constant data.
+
+#ifndef BROKER_SCHEMA_FILES_H_
+#define BROKER_SCHEMA_FILES_H_
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace broker::schema {
+
+struct SchemaFile {
+  std::string_view name;  // without a folder
+  std::string text;
+};
+
+// Ostrel_PCI.mof: the classes that the provider library serves.
+// OMC_UnitaryComputerSystem.mof: the hosting system's class and a template of its one instance.
+// ostrel-pci.sfcb.reg, ostrel-pci.pegasus.mof: the registrations.
+std::vector<SchemaFile> SchemaFiles();
+
+// Stands for the host's name in the instance of OMC_UnitaryComputerSystem.mof.
+inline constexpr std::string_view kSystemNamePlaceholder = "@SYSTEM_NAME@";
+
+}  // namespace broker::schema
+
+#endif  // BROKER_SCHEMA_FILES_H_
