@@ -40,6 +40,7 @@ class PCIControlledBy : virtual public ostInt::CmpiInstanceMI,
                                     const ostInt::CmpiObjectPath& path, const char* resultClass,
                                     const char* role) override;
 };
+
 // The association of a controller and a port path, as path and as instance.
 ostInt::CmpiObjectPath MakePCIControlledByRef(const ostInt::CmpiObjectPath& antecedent,
                                               const ostInt::CmpiObjectPath& dependent);

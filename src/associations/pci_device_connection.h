@@ -39,6 +39,7 @@ class PCIDeviceConnection : virtual public ostInt::CmpiInstanceMI,
                                     const ostInt::CmpiObjectPath& path, const char* resultClass,
                                     const char* role) override;
 };
+
 // The association of two port paths, as instance and as path.
 ostInt::CmpiInstance MakePCIDeviceConnection(const ostInt::CmpiObjectPath& antecedent,
                                              const ostInt::CmpiObjectPath& dependent,

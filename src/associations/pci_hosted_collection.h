@@ -40,6 +40,7 @@ class PCIHostedCollection : virtual public ostInt::CmpiInstanceMI,
                                     const ostInt::CmpiObjectPath& path, const char* resultClass,
                                     const char* role) override;
 };
+
 // The association of the system and one group path, as path and as instance.
 ostInt::CmpiObjectPath MakePCIHostedCollectionRef(const ostInt::CmpiObjectPath& antecedent,
                                                   const ostInt::CmpiObjectPath& dependent);

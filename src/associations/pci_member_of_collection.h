@@ -43,6 +43,7 @@ class PCIMemberOfCollection : virtual public ostInt::CmpiInstanceMI,
                                     const ostInt::CmpiObjectPath& path, const char* resultClass,
                                     const char* role) override;
 };
+
 // The association of a group and a port path, as path and as instance.
 ostInt::CmpiObjectPath MakePCIMemberOfCollectionRef(const ostInt::CmpiObjectPath& collection,
                                                     const ostInt::CmpiObjectPath& member);

@@ -42,6 +42,7 @@ class PCISystemDevice : virtual public ostInt::CmpiInstanceMI,
                                     const ostInt::CmpiObjectPath& path, const char* resultClass,
                                     const char* role) override;
 };
+
 // The association of the system and one part, as instance and as path.
 ostInt::CmpiInstance MakePCISystemDevice(const ostInt::CmpiObjectPath& system,
                                          const ostInt::CmpiObjectPath& part,

@@ -25,9 +25,7 @@ namespace {
 constexpr std::uint16_t kUnknown = 0;  // the state of a device is not watched
 
 std::string ElementName(const PciDevice* device) {
-  std::string name = device->GetVendorName();
-  name += ' ';
-  name += device->GetDeviceName();
+  std::string name = ProductName(device);
   name += " #";
   name += std::to_string(device->GetDeviceNumber());
   return name;
@@ -61,6 +59,13 @@ CmpiInstance MakeDevice(const PciDevice* device, const CmpiObjectPath& path,
 }
 
 }  // namespace
+
+std::string ProductName(const PciDevice* device) {
+  std::string name = device->GetVendorName();
+  name += ' ';
+  name += device->GetDeviceName();
+  return name;
+}
 
 void PopulateDeviceDetails(const PciDevice* device, CmpiInstance& instance) {
   const std::string element_name = ElementName(device);

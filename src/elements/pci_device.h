@@ -8,6 +8,8 @@
 #ifndef ELEMENTS_PCI_DEVICE_H_
 #define ELEMENTS_PCI_DEVICE_H_
 
+#include <string>
+
 #include "cache/classification.h"
 #include "cache/hostctl.h"
 #include "cache/topology_cache.h"
@@ -28,6 +30,9 @@ class PCIDevice : virtual public ostInt::CmpiInstanceMI {
                                  const ostInt::CmpiObjectPath& path,
                                  const char** properties) override;
 };
+
+// The vendor's name and the device's, which open the "ElementName" of devices and ports.
+std::string ProductName(const HostCtl::Hardware::PciDevice* device);
 
 // Sets the nineteen PCI properties that device, bridge and switch instances share. A physical slot
 // that cannot be read is logged and left out.

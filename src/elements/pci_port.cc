@@ -6,6 +6,7 @@
 
 #include "cache/classification.h"
 #include "cache/topology_cache.h"
+#include "elements/pci_device.h"
 #include "frame/header_constants.h"
 #include "frame/object_paths.h"
 #include "frame/registration.h"
@@ -114,8 +115,7 @@ CmpiInstance MakePCIPort(const char** properties, const std::string& portName,
                          std::uint8_t bus) {
   CmpiInstance instance(MakePCIPortRef(portName));
   instance.setProperty("PortType", static_cast<std::uint16_t>(type));
-  instance.setProperty("ElementName",
-                       (device->GetVendorName() + " " + device->GetDeviceName()).c_str());
+  instance.setProperty("ElementName", ProductName(device).c_str());
   instance.setProperty("ControllerDeviceID", controller);
   instance.setProperty("BusNumber", bus);
   instance.setProperty("DeviceNumber", device->GetDeviceNumber());
@@ -143,8 +143,10 @@ void MakePCIeUpstreamPortRef(const PciDevice* device, CmpiResult& result) {
 void MakePCIeDownstreamPort(const PciDevice* device, CmpiResult& result, const char** properties) {
   const std::unique_ptr<PciDevice> parent = device->GetParent();
   if (parent == nullptr) return;
-  ReturnPort(result, properties, device->GetName() + kEndpointSuffix, parent->GetName(), device,
-             PCIPortTypePCIe, device->GetBus());
+  const std::string name = device->GetName();
+  const std::string controller = parent->GetName();
+  ReturnPort(result, properties, name + kEndpointSuffix, controller, device, PCIPortTypePCIe,
+             device->GetBus());
 }
 
 void MakePCIeDownstreamPortRef(const PciDevice* device, CmpiResult& result) {
@@ -153,8 +155,8 @@ void MakePCIeDownstreamPortRef(const PciDevice* device, CmpiResult& result) {
 
 void MakePCIEndpointPort(const PciDevice* device, CmpiResult& result, const char** properties) {
   const std::string name = device->GetName();
-  ReturnPort(result, properties, name + kEndpointSuffix, name, device, EndpointPortType(device),
-             device->GetBus());
+  const PCIPortType type = EndpointPortType(device);
+  ReturnPort(result, properties, name + kEndpointSuffix, name, device, type, device->GetBus());
 }
 
 void MakePCIEndpointPortRef(const PciDevice* device, CmpiResult& result) {

@@ -50,7 +50,8 @@ bool IsChildOf(const PciDevice* parent, PciDevice* device) {
   try {
     const std::unique_ptr<PciDevice> actual = device->GetParent();
     if (actual == nullptr) return false;
-    return actual->GetName() == parent->GetName();
+    const std::string identifier = actual->GetName();
+    return identifier == parent->GetName();
   } catch (const HostCtlException& error) {
     syslog(LOG_ERR, "Check Child of PCIeSwitch class failed,reporting false, error %s",
            error.message.c_str());
