@@ -79,6 +79,7 @@ Mi* CreateMI(Factory<Mi, Table>& factory, const CMPIBroker* broker, const CMPICo
   ostInt::CmpiBaseMI* object = ObtainProvider<Provider>(factory.base, broker, wrapped_context);
   announce();
   factory.record.hdl = object;
+  factory.base.setRecord(&factory.record);
   factory.base.incUseCount();
   return &factory.record;
 }

@@ -16,37 +16,38 @@ CmpiStatus CmpiBaseMI::cleanup(CmpiContext& /*context*/, bool /*terminating*/) {
 }
 bool CmpiBaseMI::isUnloadable() const { return true; }
 
-template <typename Mi>
-CMPIStatus CmpiBaseMI::DriveCleanup(Mi* mi, const CMPIContext* context, CMPIBoolean terminating) {
+CMPIStatus CmpiBaseMI::DriveCleanup(const void* handle, const CMPIContext* context,
+                                    CMPIBoolean terminating) {
   return Drive([&]() -> CmpiStatus {
-    CmpiBaseMI* provider = ObjectBehind(mi->hdl);
+    CmpiBaseMI* provider = ObjectBehind(handle);
     if (provider == nullptr) return CMPI_RC_OK;
     CmpiContext wrapped_context(context);
     CmpiStatus status = provider->cleanup(wrapped_context, terminating != 0);
-    CmpiProviderBase* base = provider->provider_base_;
-    if (base != nullptr && base->dropUse()) mi->hdl = nullptr;
+    if (CmpiProviderBase* base = provider->provider_base_) base->dropUse();
     return status;
   });
 }
 
 CMPIStatus CmpiBaseMI::driveBaseCleanup(CMPIInstanceMI* mi, const CMPIContext* context,
                                         CMPIBoolean terminating) {
-  return DriveCleanup(mi, context, terminating);
+  return DriveCleanup(mi->hdl, context, terminating);
 }
 
 CMPIStatus CmpiBaseMI::driveBaseCleanup(CMPIAssociationMI* mi, const CMPIContext* context,
                                         CMPIBoolean terminating) {
-  return DriveCleanup(mi, context, terminating);
+  return DriveCleanup(mi->hdl, context, terminating);
 }
 
 CmpiProviderBase::~CmpiProviderBase() { delete object_; }
 
-bool CmpiProviderBase::dropUse() {
+void CmpiProviderBase::dropUse() {
   if (use_count_ > 0) --use_count_;
-  if (use_count_ > 0 || object_ == nullptr || !object_->isUnloadable()) return false;
+  if (use_count_ > 0 || object_ == nullptr || !object_->isUnloadable()) return;
   delete object_;
   object_ = nullptr;
-  return true;
+  // Both records lead to the object, whichever of them was cleaned up last.
+  if (instance_record_ != nullptr) instance_record_->hdl = nullptr;
+  if (association_record_ != nullptr) association_record_->hdl = nullptr;
 }
 
 }  // namespace ostInt

@@ -43,8 +43,8 @@ class CmpiBaseMI {
                                      CMPIBoolean terminating);
 
  private:
-  template <typename Mi>
-  static CMPIStatus DriveCleanup(Mi* mi, const CMPIContext* context, CMPIBoolean terminating);
+  static CMPIStatus DriveCleanup(const void* handle, const CMPIContext* context,
+                                 CMPIBoolean terminating);
 
   CmpiBroker broker_;
   CmpiProviderBase* provider_base_ = nullptr;
@@ -64,14 +64,20 @@ class CmpiProviderBase {
   void setBaseMI(CmpiBaseMI* object) { object_ = object; }
 
   void incUseCount() { ++use_count_; }
-  // Drops one use and deletes the object when it was the last one and the object is unloadable.
-  // True when the object was deleted.
-  bool dropUse();
+  // Drops one use. When it was the last one and the object is unloadable, deletes the object and
+  // clears the handles of the MI records that led to it.
+  void dropUse();
   unsigned useCount() const { return use_count_; }
+
+  // The MI records whose handle is the object; one of each kind, which outlive the base's use.
+  void setRecord(CMPIInstanceMI* record) { instance_record_ = record; }
+  void setRecord(CMPIAssociationMI* record) { association_record_ = record; }
 
  private:
   CmpiBaseMI* object_ = nullptr;
   unsigned use_count_ = 0;
+  CMPIInstanceMI* instance_record_ = nullptr;
+  CMPIAssociationMI* association_record_ = nullptr;
 };
 
 // A provider of instances.

@@ -59,13 +59,16 @@ class CmpiData {
                                     : &data_.value;
   }
 
-  // Whether a value that was read stands for nothing: absent, null or unusable.
+  // Whether a value that was read stands for nothing: absent, null or unusable by its state, or a
+  // null pointer under a good one.
   static bool IsAbsent(const CMPIData& data) {
-    return (data.state & (CMPI_nullValue | CMPI_notFound | CMPI_badValue)) != 0;
+    if ((data.state & (CMPI_nullValue | CMPI_notFound | CMPI_badValue)) != 0) return true;
+    return data.type == CMPI_null || (IsPointer(data.type) && data.value.dataPtr.ptr == nullptr);
   }
 
  private:
-  void RequireType(bool matches, const char* wanted) const;
+  static bool IsPointer(CMPIType type) { return type >= CMPI_instance; }
+  void RequireType(CMPIType type, const char* wanted) const;
 
   CMPIData data_;
 };

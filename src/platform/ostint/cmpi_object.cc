@@ -1,9 +1,6 @@
 #include "platform/ostint/cmpi_object.h"
 
-#include <strings.h>
-
-#include <cstring>
-
+#include "platform/ostint/cim_name.h"
 #include "platform/ostint/cmpi_broker.h"
 #include "platform/ostint/cmpi_data.h"
 
@@ -72,7 +69,7 @@ bool CmpiObjectPath::FindKeyIgnoringCase(const char* name, CMPIData& found) cons
     CMPIString* key = nullptr;
     const CMPIData data = raw()->ft->getKeyAt(raw(), index, &key, &status);
     if (status.rc != CMPI_RC_OK || key == nullptr || CmpiData::IsAbsent(data)) continue;
-    if (strcasecmp(CmpiString(key).charPtr(), name) != 0) continue;
+    if (!SameName(CmpiString(key).charPtr(), name)) continue;
     found = data;
     return true;
   }

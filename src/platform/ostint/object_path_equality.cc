@@ -1,11 +1,10 @@
 // Equality of object paths and of the key values in them.
 
-#include <strings.h>
-
 #include <cstdint>
 #include <cstring>
 #include <utility>
 
+#include "platform/ostint/cim_name.h"
 #include "platform/ostint/cmpi_data.h"
 #include "platform/ostint/cmpi_object.h"
 
@@ -28,22 +27,14 @@ std::pair<bool, std::uint64_t> IntegerOf(const CMPIData& data) {
     return std::pair<bool, std::uint64_t>(value < 0, static_cast<std::uint64_t>(value));
   };
   switch (data.type) {
-    case CMPI_uint8:
-      return {false, data.value.uint8};
-    case CMPI_uint16:
-      return {false, data.value.uint16};
-    case CMPI_uint32:
-      return {false, data.value.uint32};
-    case CMPI_uint64:
-      return {false, data.value.uint64};
-    case CMPI_sint8:
-      return as_signed(data.value.sint8);
-    case CMPI_sint16:
-      return as_signed(data.value.sint16);
-    case CMPI_sint32:
-      return as_signed(data.value.sint32);
-    default:
-      return as_signed(data.value.sint64);
+    case CMPI_uint8: return {false, data.value.uint8};
+    case CMPI_uint16: return {false, data.value.uint16};
+    case CMPI_uint32: return {false, data.value.uint32};
+    case CMPI_uint64: return {false, data.value.uint64};
+    case CMPI_sint8: return as_signed(data.value.sint8);
+    case CMPI_sint16: return as_signed(data.value.sint16);
+    case CMPI_sint32: return as_signed(data.value.sint32);
+    default: return as_signed(data.value.sint64);
   }
 }
 
@@ -63,24 +54,18 @@ bool SameValue(const CMPIData& left, const CMPIData& right) {
   if (IsInteger(left.type) && IsInteger(right.type)) return IntegerOf(left) == IntegerOf(right);
   if (left.type != right.type) return false;
   switch (left.type) {
-    case CMPI_ref:
-      return CmpiObjectPath(left.value.ref) == CmpiObjectPath(right.value.ref);
-    case CMPI_boolean:
-      return (left.value.boolean != 0) == (right.value.boolean != 0);
-    case CMPI_char16:
-      return left.value.char16 == right.value.char16;
-    case CMPI_real32:
-      return left.value.real32 == right.value.real32;
-    case CMPI_real64:
-      return left.value.real64 == right.value.real64;
+    case CMPI_ref: return CmpiObjectPath(left.value.ref) == CmpiObjectPath(right.value.ref);
+    case CMPI_boolean: return (left.value.boolean != 0) == (right.value.boolean != 0);
+    case CMPI_char16: return left.value.char16 == right.value.char16;
+    case CMPI_real32: return left.value.real32 == right.value.real32;
+    case CMPI_real64: return left.value.real64 == right.value.real64;
     case CMPI_dateTime: {
       const auto text = [](const CMPIDateTime* time) {
         return TextOf(time->ft->getStringFormat(time, nullptr));
       };
       return std::strcmp(text(left.value.dateTime), text(right.value.dateTime)) == 0;
     }
-    default:
-      return false;  // no other type can be a key (DSP0004, Key qualifier)
+    default: return false;  // no other type can be a key (DSP0004, Key qualifier)
   }
 }
 
@@ -90,9 +75,18 @@ struct Key {
 };
 
 Key KeyAt(const CMPIObjectPath* path, CMPICount index) {
+  CMPIStatus status{CMPI_RC_OK, nullptr};
   CMPIString* name = nullptr;
-  const CMPIData value = path->ft->getKeyAt(path, index, &name, nullptr);
+  const CMPIData value = path->ft->getKeyAt(path, index, &name, &status);
+  ThrowUnlessOk(status);
   return {TextOf(name), value};
+}
+
+CMPICount KeyCount(const CMPIObjectPath* path) {
+  CMPIStatus status{CMPI_RC_OK, nullptr};
+  const CMPICount count = path->ft->getKeyCount(path, &status);
+  ThrowUnlessOk(status);
+  return count;
 }
 
 // Whether every key of `left` stands in `right` with the same value. Paths have a handful of keys.
@@ -100,7 +94,7 @@ bool KeysAreIn(const CMPIObjectPath* left, const CMPIObjectPath* right, CMPICoun
   for (CMPICount index = 0; index < count; ++index) {
     const Key wanted = KeyAt(left, index);
     CMPICount other = 0;
-    while (other < count && strcasecmp(KeyAt(right, other).name, wanted.name) != 0) ++other;
+    while (other < count && !SameName(KeyAt(right, other).name, wanted.name)) ++other;
     if (other == count || !SameValue(wanted.value, KeyAt(right, other).value)) return false;
   }
   return true;
@@ -109,12 +103,14 @@ bool KeysAreIn(const CMPIObjectPath* left, const CMPIObjectPath* right, CMPICoun
 bool SameNameSpace(const CMPIObjectPath* left, const CMPIObjectPath* right) {
   const char* left_name = TextOf(left->ft->getNameSpace(left, nullptr));
   const char* right_name = TextOf(right->ft->getNameSpace(right, nullptr));
-  return *left_name == '\0' || *right_name == '\0' || strcasecmp(left_name, right_name) == 0;
+  return *left_name == '\0' || *right_name == '\0' || SameName(left_name, right_name);
 }
 
-bool SameClass(const CMPIObjectPath* left, const CMPIObjectPath* right) {
-  return strcasecmp(TextOf(left->ft->getClassName(left, nullptr)),
-                    TextOf(right->ft->getClassName(right, nullptr))) == 0;
+const char* ClassNameOf(const CMPIObjectPath* path) {
+  CMPIStatus status{CMPI_RC_OK, nullptr};
+  const CMPIString* name = path->ft->getClassName(path, &status);
+  ThrowUnlessOk(status);
+  return TextOf(name);
 }
 
 }  // namespace
@@ -123,10 +119,11 @@ bool operator==(const CmpiObjectPath& left, const CmpiObjectPath& right) {
   const CMPIObjectPath* left_path = left.raw();
   const CMPIObjectPath* right_path = right.raw();
   if (left_path == right_path) return true;
-  const CMPICount count = left_path->ft->getKeyCount(left_path, nullptr);
-  return count == right_path->ft->getKeyCount(right_path, nullptr) &&
-         SameClass(left_path, right_path) && SameNameSpace(left_path, right_path) &&
-         KeysAreIn(left_path, right_path, count);
+  const CMPICount count = KeyCount(left_path);
+  return count == KeyCount(right_path) &&
+         SameName(ClassNameOf(left_path), ClassNameOf(right_path)) &&
+         SameNameSpace(left_path, right_path) && KeysAreIn(left_path, right_path, count) &&
+         KeysAreIn(right_path, left_path, count);
 }
 
 }  // namespace ostInt
