@@ -1,0 +1,209 @@
+// The files of schema/ against the class table, and the class table against the rules of CIM.
+
+#include "broker/schema_files.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+#include "broker/mof_reader.h"
+#include "broker/mof_writer.h"
+#include "broker/schema.h"
+#include "broker/value.h"
+
+namespace {
+
+using broker::schema::AllClasses;
+using broker::schema::FindClass;
+using broker::schema::FindProperty;
+using broker::schema::IsA;
+using testing::ElementsAre;
+using testing::SizeIs;
+
+std::string CheckedIn(std::string_view name) {
+  const std::string path = std::string(SCHEMA_FOLDER) + '/' + std::string(name);
+  const std::ifstream file(path, std::ios::binary);
+  if (!file) throw std::runtime_error("cannot read " + path);
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+std::vector<const broker::schema::Class*> ServedClasses() {
+  std::vector<const broker::schema::Class*> served;
+  for (const broker::schema::Class& cls : AllClasses()) {
+    if (cls.name.starts_with("Ostrel_")) served.push_back(&cls);
+  }
+  return served;
+}
+
+TEST(SchemaFiles, StandCheckedInAsTheClassTableWritesThem) {
+  for (const broker::schema::SchemaFile& file : broker::schema::SchemaFiles()) {
+    EXPECT_EQ(CheckedIn(file.name), file.text) << file.name << " is stale: run script/schema";
+  }
+}
+
+TEST(SchemaFiles, KeepTheirLinesWithinEightyColumns) {
+  for (const broker::schema::SchemaFile& file : broker::schema::SchemaFiles()) {
+    std::istringstream lines(file.text);
+    for (std::string line; std::getline(lines, line);) {
+      EXPECT_LE(line.size(), 80U) << file.name << ": " << line;
+      EXPECT_FALSE(line.ends_with(' ')) << file.name << ": " << line;
+    }
+  }
+}
+
+// What the class table says, in the reader's terms.
+mof::Literals CodesOf(const broker::schema::Property& property,
+                      std::string_view broker::schema::CodedValue::*field) {
+  mof::Literals codes;
+  for (const broker::schema::CodedValue& value : property.values) {
+    codes.emplace_back(value.*field);
+  }
+  return codes;
+}
+
+void ExpectSameProperty(const mof::Property& read, const broker::schema::Property& declared) {
+  EXPECT_EQ(read.name, declared.name);
+  const std::string type = declared.type == CMPI_ref
+                               ? std::string(declared.reference_class) + " REF"
+                               : broker::TypeName(declared.type);
+  EXPECT_EQ(read.type + (read.array ? "[]" : ""), type);
+  EXPECT_EQ(read.qualifiers.contains("Key"), declared.key);
+  EXPECT_THAT(read.qualifiers.at("Description"), ElementsAre(std::string(declared.description)));
+  if (declared.values.empty()) return;
+  EXPECT_EQ(read.qualifiers.at("ValueMap"), CodesOf(declared, &broker::schema::CodedValue::code));
+  EXPECT_EQ(read.qualifiers.at("Values"), CodesOf(declared, &broker::schema::CodedValue::meaning));
+}
+
+void ExpectSameClass(const mof::Class& read, const broker::schema::Class& declared) {
+  SCOPED_TRACE(read.name);
+  EXPECT_EQ(read.name, declared.name);
+  EXPECT_EQ(read.superclass, declared.superclass);
+  EXPECT_EQ(read.qualifiers.contains("Association"), declared.association);
+  EXPECT_THAT(read.qualifiers.at("Version"), ElementsAre(std::string(declared.version)));
+  EXPECT_THAT(read.qualifiers.at("Description"), ElementsAre(std::string(declared.description)));
+  ASSERT_EQ(read.properties.size(), declared.properties.size());
+  for (std::size_t i = 0; i < read.properties.size(); ++i) {
+    ExpectSameProperty(read.properties[i], declared.properties[i]);
+    const broker::schema::Class* superclass = FindClass(declared.superclass);
+    const bool inherited =
+        superclass != nullptr && FindProperty(*superclass, read.properties[i].name) != nullptr;
+    EXPECT_EQ(read.properties[i].qualifiers.contains("Override"), inherited);
+  }
+}
+
+TEST(SchemaFiles, DeclareTheServedClassesAsTheClassTableDoes) {
+  const mof::File file = mof::Read(CheckedIn("Ostrel_PCI.mof"));
+  const auto served = ServedClasses();
+  EXPECT_THAT(file.instances, SizeIs(0));
+  ASSERT_EQ(file.classes.size(), served.size());
+  for (std::size_t i = 0; i < served.size(); ++i) ExpectSameClass(file.classes[i], *served[i]);
+}
+
+TEST(SchemaFiles, GiveTheSystemClassOneInstanceWithAllKeys) {
+  const mof::File file = mof::Read(CheckedIn("OMC_UnitaryComputerSystem.mof"));
+  ASSERT_THAT(file.classes, SizeIs(1));
+  const broker::schema::Class* system = FindClass(broker::schema::kSystemClass);
+  ExpectSameClass(file.classes.front(), *system);
+  ASSERT_THAT(file.instances, SizeIs(1));
+  EXPECT_EQ(file.instances.front().class_name, system->name);
+  for (const std::string_view key : broker::schema::KeyNames(*system)) {
+    EXPECT_TRUE(file.instances.front().properties.contains(std::string(key))) << key;
+  }
+  for (const auto& [name, value] : file.instances.front().properties) {
+    EXPECT_NE(FindProperty(*system, name), nullptr) << name;
+  }
+}
+
+TEST(SchemaFiles, WriteEveryClassOfTheTableSoThatItReadsBack) {
+  for (const broker::schema::Class& cls : AllClasses()) {
+    const mof::File file = mof::Read(broker::schema::ClassMof(cls));
+    ASSERT_THAT(file.classes, SizeIs(1)) << cls.name;
+    ExpectSameClass(file.classes.front(), cls);
+  }
+}
+
+TEST(SchemaFiles, RegisterEveryServedClassWithSfcbOnce) {
+  std::string expected;
+  for (const broker::schema::Class* cls : ServedClasses()) {
+    expected += "[" + std::string(cls->name) + "] provider: " + std::string(cls->name) +
+                " location: OstrelPCI type: instance" + (cls->association ? " association" : "") +
+                " namespace: root/cimv2 ";
+  }
+  std::istringstream lines(CheckedIn("ostrel-pci.sfcb.reg"));
+  std::string stanzas;
+  for (std::string line; std::getline(lines, line);) {
+    if (line.empty() || line.starts_with('#')) continue;
+    stanzas += line.substr(line.find_first_not_of(' ')) + ' ';
+  }
+  EXPECT_EQ(stanzas, expected);
+}
+
+TEST(SchemaFiles, RegisterEveryServedClassWithOpenPegasusOnce) {
+  const mof::File file = mof::Read(CheckedIn("ostrel-pci.pegasus.mof"));
+  const auto served = ServedClasses();
+  ASSERT_EQ(file.instances.size(), 1 + 2 * served.size());
+  const mof::Instance& module = file.instances.front();
+  EXPECT_EQ(module.class_name, "PG_ProviderModule");
+  EXPECT_THAT(module.properties.at("Location"), ElementsAre("OstrelPCI"));
+  EXPECT_THAT(module.properties.at("InterfaceType"), ElementsAre("CMPI"));
+  EXPECT_THAT(module.properties.at("InterfaceVersion"), ElementsAre("2.0.0"));
+
+  for (std::size_t i = 0; i < served.size(); ++i) {
+    const mof::Literals name = {std::string(served[i]->name)};
+    const mof::Instance& provider = file.instances[1 + 2 * i];
+    EXPECT_EQ(provider.class_name, "PG_Provider");
+    EXPECT_EQ(provider.properties.at("Name"), name);
+    EXPECT_EQ(provider.properties.at("ProviderModuleName"), module.properties.at("Name"));
+    const mof::Instance& capabilities = file.instances[2 + 2 * i];
+    EXPECT_EQ(capabilities.class_name, "PG_ProviderCapabilities");
+    EXPECT_EQ(capabilities.properties.at("ProviderModuleName"), module.properties.at("Name"));
+    EXPECT_EQ(capabilities.properties.at("ProviderName"), name);
+    EXPECT_EQ(capabilities.properties.at("ClassName"), name);
+    EXPECT_THAT(capabilities.properties.at("Namespaces"), ElementsAre("root/cimv2"));
+    const mof::Literals kinds =
+        served[i]->association ? mof::Literals{"2", "3"} : mof::Literals{"2"};
+    EXPECT_EQ(capabilities.properties.at("ProviderType"), kinds);
+  }
+}
+
+// An override may narrow a reference, and nothing else (DSP0004, 5.6.3.34).
+TEST(ClassTable, RedeclaresOnlyKeysOfTheSameTypeAndNarrowerReferences) {
+  for (const broker::schema::Class& cls : AllClasses()) {
+    const broker::schema::Class* superclass = FindClass(cls.superclass);
+    if (superclass == nullptr) continue;
+    for (const broker::schema::Property& declared : cls.properties) {
+      const broker::schema::Property* inherited = FindProperty(*superclass, declared.name);
+      if (inherited == nullptr) continue;
+      SCOPED_TRACE(std::string(cls.name) + "." + std::string(declared.name));
+      EXPECT_TRUE(declared.key && inherited->key);
+      EXPECT_EQ(declared.type, inherited->type);
+      EXPECT_TRUE(IsA(declared.reference_class, inherited->reference_class));
+    }
+  }
+}
+
+TEST(ClassTable, DescribesAndVersionsEveryServedClassAndProperty) {
+  for (const broker::schema::Class* cls : ServedClasses()) {
+    EXPECT_FALSE(cls->version.empty()) << cls->name;
+    EXPECT_TRUE(cls->description.ends_with('.')) << cls->name;
+    EXPECT_NE(FindClass(cls->superclass), nullptr) << cls->name;
+    for (const broker::schema::Property& property : cls->properties) {
+      EXPECT_TRUE(property.description.ends_with('.')) << cls->name << '.' << property.name;
+    }
+  }
+}
+
+TEST(MofReader, RefusesWhatIsNoMof) {
+  EXPECT_THROW(mof::Read("class A { uint8 B }; "), std::runtime_error);
+  EXPECT_THROW(mof::Read("class A { uint8 B; }"), std::runtime_error);
+  EXPECT_THROW(mof::Read("[Description ( \"open )] class A { };"), std::runtime_error);
+  EXPECT_THROW(mof::Read("[Key, Key] class A { };"), std::runtime_error);
+}
+
+}  // namespace
