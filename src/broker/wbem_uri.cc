@@ -38,12 +38,14 @@ std::string RealText(double number) {
   return text;
 }
 
-void AppendKeyValue(std::string& out, const Value& value) {
+std::string Print(const ObjectPath& path, int depth);
+
+void AppendKeyValue(std::string& out, const Value& value, int depth) {
   if (value.is_array() || value.embedded_instance() != nullptr) {
     throw std::invalid_argument("a key of type " + TypeName(value.type()));
   }
   if (const ObjectPath* path = value.reference()) {
-    AppendQuoted(out, ToWbemUri(*path));
+    AppendQuoted(out, Print(*path, depth + 1));
   } else if (const std::string* text = value.text()) {
     AppendQuoted(out, *text);
   } else if (const auto* time = value.get<DateTime>()) {
@@ -61,9 +63,8 @@ void AppendKeyValue(std::string& out, const Value& value) {
   }
 }
 
-}  // namespace
-
-std::string ToWbemUri(const ObjectPath& path) {
+std::string Print(const ObjectPath& path, int depth) {
+  if (depth > kMaxReferenceDepth) throw std::invalid_argument("references nested too deeply");
   std::string out;
   if (path.host) out += "//" + *path.host + "/";
   if (!path.name_space.empty() || path.host) out += path.name_space + ":";
@@ -73,11 +74,15 @@ std::string ToWbemUri(const ObjectPath& path) {
     out += separator;
     out += name;
     out += '=';
-    AppendKeyValue(out, value);
+    AppendKeyValue(out, value, depth);
     separator = ',';
   }
   return out;
 }
+
+}  // namespace
+
+std::string ToWbemUri(const ObjectPath& path) { return Print(path, 0); }
 
 // ---------------------------------------------------------------------------------------------
 // Parsing

@@ -1,0 +1,150 @@
+// CMPIInstance.
+
+#include "broker/guest.h"
+#include "broker/tables.h"
+#include "broker/text.h"
+
+namespace broker {
+
+namespace {
+
+CMPIStatus Release(CMPIInstance* inst) {
+  return ReleaseObject<InstanceObject>(inst, "CMPIInstance.release");
+}
+
+CMPIInstance* Clone(const CMPIInstance* inst, CMPIStatus* rc) {
+  return CloneObject<InstanceObject>(inst, rc, "CMPIInstance.clone");
+}
+
+CMPIData GetProperty(const CMPIInstance* inst, const char* name, CMPIStatus* rc) {
+  const auto* instance = Use<InstanceObject>(inst, "CMPIInstance.getProperty");
+  if (instance == nullptr) return Unusable(rc);
+  return NamedByName(instance->properties, name, rc, "CMPIInstance.getProperty");
+}
+
+CMPIData GetPropertyAt(const CMPIInstance* inst, CMPICount index, CMPIString** name,
+                       CMPIStatus* rc) {
+  const auto* instance = Use<InstanceObject>(inst, "CMPIInstance.getPropertyAt");
+  if (instance == nullptr) return Unusable(rc);
+  return NamedAt(instance->state, instance->properties, index, name, rc);
+}
+
+CMPICount GetPropertyCount(const CMPIInstance* inst, CMPIStatus* rc) {
+  const auto* instance = Use<InstanceObject>(inst, "CMPIInstance.getPropertyCount");
+  if (instance == nullptr) return Answer(rc, CMPI_RC_ERR_INVALID_HANDLE, CMPICount{0});
+  return Answer(rc, CMPI_RC_OK, instance->properties.size);
+}
+
+// Whether the instance's class has the property with that type; reports where it has not.
+CMPIrc CheckAgainstClass(const InstanceObject& instance, const char* name, CMPIType type,
+                         const schema::Property* declared, const char* function) {
+  if (instance.cls == nullptr) return CMPI_RC_OK;
+  const std::string property = instance.cls->name.data() + ("." + std::string(name));
+  if (declared == nullptr) {
+    ReportMisuse(function, property + ": the class has no such property");
+    return CMPI_RC_ERR_NO_SUCH_PROPERTY;
+  }
+  if (type == CMPI_null || KeptType(type) == declared->type) return CMPI_RC_OK;
+  ReportMisuse(function, property + ": " + TypeName(type) + " where the class says " +
+                             TypeName(declared->type));
+  return CMPI_RC_ERR_TYPE_MISMATCH;
+}
+
+CMPIStatus Set(const CMPIInstance* inst, const char* name, const CMPIValue* value, CMPIType type,
+               const char* function) {
+  auto* instance = Use<InstanceObject>(inst, function);
+  if (instance == nullptr) return Answer(CMPI_RC_ERR_INVALID_HANDLE);
+  if (name == nullptr) {
+    ReportMisuse(function, "a null name");
+    return Answer(CMPI_RC_ERR_INVALID_PARAMETER);
+  }
+  const schema::Property* declared =
+      instance->cls != nullptr ? schema::FindProperty(*instance->cls, name) : nullptr;
+  CMPIrc code = CheckAgainstClass(*instance, name, type, declared, function);
+  if (code != CMPI_RC_OK) return Answer(code);
+  Region& region = *instance->state.region;
+  CMPIData taken;
+  code = TakeValue(region, value, type, function, &taken);
+  if (code != CMPI_RC_OK) return Answer(code);
+  if (type == CMPI_null && declared != nullptr) taken.type = declared->type;
+  if (declared != nullptr && declared->name == name) {
+    // The name of a declared property is a constant: nothing to copy.
+    SetNamedConstant(region, instance->properties, declared->name, taken);
+  } else {
+    SetNamed(region, instance->properties, name, taken);
+  }
+  return Answer(CMPI_RC_OK);
+}
+
+CMPIStatus SetProperty(const CMPIInstance* inst, const char* name, const CMPIValue* value,
+                       CMPIType type) {
+  return Set(inst, name, value, type, "CMPIInstance.setProperty");
+}
+
+CMPIStatus SetPropertyWithOrigin(const CMPIInstance* inst, const char* name, const CMPIValue* value,
+                                 const CMPIType type, const char*) {
+  return Set(inst, name, value, type, "CMPIInstance.setPropertyWithOrigin");
+}
+
+CMPIObjectPath* GetObjectPath(const CMPIInstance* inst, CMPIStatus* rc) {
+  const auto* instance = Use<InstanceObject>(inst, "CMPIInstance.getObjectPath");
+  if (instance == nullptr) {
+    return Answer(rc, CMPI_RC_ERR_INVALID_HANDLE, static_cast<CMPIObjectPath*>(nullptr));
+  }
+  return Made(rc, Copy(RegionFor(instance->state), *instance->path));
+}
+
+bool IsListed(const char** list, std::string_view name) {
+  for (; list != nullptr && *list != nullptr; ++list) {
+    if (EqualIgnoringCase(*list, name)) return true;
+  }
+  return false;
+}
+
+bool IsKey(const InstanceObject& instance, std::string_view name) {
+  if (instance.path->keys.Find(name) != nullptr) return true;
+  const schema::Property* declared =
+      instance.cls != nullptr ? schema::FindProperty(*instance.cls, name) : nullptr;
+  return declared != nullptr && declared->key;
+}
+
+// Object managers keep the keys, listed or not.
+CMPIStatus SetPropertyFilter(CMPIInstance* inst, const char** listed, const char** keys) {
+  auto* instance = Use<InstanceObject>(inst, "CMPIInstance.setPropertyFilter");
+  if (instance == nullptr) return Answer(CMPI_RC_ERR_INVALID_HANDLE);
+  if (listed == nullptr) return Answer(CMPI_RC_OK);
+  NamedList& properties = instance->properties;
+  std::uint32_t kept = 0;
+  for (const NamedData& property : properties) {
+    if (IsListed(listed, property.name) || IsListed(keys, property.name) ||
+        IsKey(*instance, property.name)) {
+      properties.items[kept++] = property;
+    }
+  }
+  properties.size = kept;
+  return Answer(CMPI_RC_OK);
+}
+
+CMPIStatus SetObjectPath(CMPIInstance* inst, const CMPIObjectPath* op) {
+  constexpr const char* kFunction = "CMPIInstance.setObjectPath";
+  auto* instance = Use<InstanceObject>(inst, kFunction);
+  const auto* path = Use<PathObject>(op, kFunction);
+  if (instance == nullptr || path == nullptr) return Answer(CMPI_RC_ERR_INVALID_HANDLE);
+  Region& region = *instance->state.region;
+  instance->path = Copy(region, *path);
+  instance->cls = schema::FindClass(path->class_name);
+  for (const NamedData& key : instance->path->keys) {
+    SetNamedConstant(region, instance->properties, key.name, key.data);
+  }
+  return Answer(CMPI_RC_OK);
+}
+
+}  // namespace
+
+CMPIInstanceFT instance_table = {
+    CMPIVersion200,        Release,     Clone,         GetProperty,       GetPropertyAt,
+    GetPropertyCount,      SetProperty, GetObjectPath, SetPropertyFilter, SetObjectPath,
+    SetPropertyWithOrigin,
+};
+
+}  // namespace broker

@@ -1,0 +1,138 @@
+// Behind ObjectManager: the providers, the requests to them, and what is counted.
+//
+// Thread rule: thread-safe. A request takes no lock unless it is the first of its class.
+
+#ifndef BROKER_MANAGER_H_
+#define BROKER_MANAGER_H_
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "broker/call.h"
+#include "broker/object_manager.h"
+#include "broker/objects.h"
+#include "broker/provider_slot.h"
+#include "broker/tables.h"
+
+namespace broker {
+
+enum class Operation {
+  kEnumerateInstances,
+  kEnumerateInstanceNames,
+  kGetInstance,
+  kCreateInstance,
+  kModifyInstance,
+  kDeleteInstance,
+  kExecQuery,
+  kAssociators,
+  kAssociatorNames,
+  kReferences,
+  kReferenceNames,
+};
+
+// One request to one provider. It comes from a caller of ObjectManager, as values, or from a
+// provider, as objects of its call; of each pair one is null. Texts may be null, as the interface
+// has it.
+struct Request {
+  Operation operation;
+  std::string_view provider;
+  const ObjectPath* path = nullptr;
+  const PathObject* path_object = nullptr;
+  const Instance* instance = nullptr;
+  const InstanceObject* instance_object = nullptr;
+  const char** properties = nullptr;
+  const char* assoc_class = nullptr;
+  const char* result_class = nullptr;
+  const char* role = nullptr;
+  const char* result_role = nullptr;
+  const char* query = nullptr;
+  const char* language = nullptr;
+};
+
+class Manager {
+ public:
+  explicit Manager(Options options);
+  ~Manager();
+
+  Manager(const Manager&) = delete;
+  Manager& operator=(const Manager&) = delete;
+
+  static Manager& Of(const CMPIBroker* broker) { return *static_cast<Manager*>(broker->hdl); }
+
+  const Options& options() const { return options_; }
+  bool checking() const { return options_.check_guest; }
+  const std::string& system_name() const { return system_name_; }
+  const Tables& tables() const { return tables_; }
+  const CMPIBroker* broker() const { return broker_.get(); }
+
+  void Register(std::string_view class_name, std::shared_ptr<const ProviderLibrary> library);
+  std::vector<std::string> ProvidersFor(std::string_view class_name) const;
+  std::vector<std::string> AssociationProvidersFor(const char* assoc_class) const;
+
+  // Runs the request in a call of its own.
+  Status Run(const Request& request, ResultSink& sink);
+
+  Status Cleanup(std::string_view provider, ProviderKind kind, bool terminating);
+  CMPIInstanceMI* InstanceProvider(std::string_view provider, Status* status);
+  CMPIAssociationMI* AssociationProvider(std::string_view provider, Status* status);
+
+  void AddError(ProviderError error);
+  std::vector<ProviderError> Errors() const;
+  void ClearErrors();
+
+  Region& NewCloneRegion();
+  void EndClone(Region& region);
+
+  void NotePeak(std::size_t bytes);
+  Statistics GetStatistics() const;
+
+ private:
+  struct Provider {
+    std::string name;
+    std::shared_ptr<const ProviderLibrary> library;
+    ProviderSlot<CMPIInstanceMI> instance;
+    ProviderSlot<CMPIAssociationMI> association;
+  };
+
+  Provider* Find(std::string_view name) const;
+  Status RunInProvider(Provider& provider, const Request& request, ResultSink& sink);
+  Status RunInSystemClass(const Request& request, ResultSink& sink);
+  Status AnswerForSystem(const Request& request, Call& call);
+  template <class MI, class Factory>
+  Status CallFactory(const Provider& provider, ProviderKind kind, Factory factory, MI** made);
+  Status MakeInstanceProvider(const Provider& provider, CMPIInstanceMI** made);
+  Status MakeAssociationProvider(const Provider& provider, CMPIAssociationMI** made);
+  template <class MI>
+  Status CleanupSlot(const Provider& provider, ProviderSlot<MI>& slot, bool terminating);
+  PathObject* RequestPath(Region& region, const Request& request) const;
+  ContextObject* RequestContext(Region& region) const;
+
+  struct FreeMemory {
+    void operator()(void* memory) const;
+  };
+
+  const Options options_;
+  const std::string system_name_;
+  const Tables& tables_;
+  const std::unique_ptr<CMPIBroker, FreeMemory> broker_;
+  std::vector<std::unique_ptr<Provider>> providers_;
+
+  mutable std::mutex errors_mutex_;
+  std::vector<ProviderError> errors_;
+
+  std::mutex clones_mutex_;
+  Region* clones_ = nullptr;
+
+  std::atomic<std::uint64_t> peak_call_bytes_{0};
+  std::atomic<std::int64_t> clones_alive_{0};
+};
+
+}  // namespace broker
+
+#endif  // BROKER_MANAGER_H_

@@ -1,0 +1,66 @@
+#include "broker/result_sink.h"
+
+#include "broker/objects.h"
+
+namespace broker {
+
+std::string_view ValueView::text() const {
+  if (data_->type == CMPI_dateTime) return Behind<DateTimeObject>(data_->value.dateTime)->text;
+  return Behind<StringObject>(data_->value.string)->view();
+}
+ObjectPathView ValueView::reference() const {
+  return ObjectPathView(*Behind<PathObject>(data_->value.ref));
+}
+InstanceView ValueView::embedded_instance() const {
+  return InstanceView(*Behind<InstanceObject>(data_->value.inst));
+}
+std::size_t ValueView::size() const { return Behind<ArrayObject>(data_->value.array)->size; }
+ValueView ValueView::element(std::size_t index) const {
+  return ValueView(Behind<ArrayObject>(data_->value.array)->elements[index]);
+}
+Value ValueView::ToValue() const { return broker::ToValue(*data_); }
+
+std::string_view ObjectPathView::host() const { return path_->host; }
+std::string_view ObjectPathView::name_space() const { return path_->name_space; }
+std::string_view ObjectPathView::class_name() const { return path_->class_name; }
+std::size_t ObjectPathView::key_count() const { return path_->keys.size; }
+std::string_view ObjectPathView::key_name(std::size_t index) const {
+  return path_->keys.items[index].name;
+}
+ValueView ObjectPathView::key_value(std::size_t index) const {
+  return ValueView(path_->keys.items[index].data);
+}
+ObjectPath ObjectPathView::ToObjectPath() const { return ToValue(*path_); }
+
+ObjectPathView InstanceView::path() const { return ObjectPathView(*instance_->path); }
+std::size_t InstanceView::property_count() const { return instance_->properties.size; }
+std::string_view InstanceView::property_name(std::size_t index) const {
+  return instance_->properties.items[index].name;
+}
+ValueView InstanceView::property_value(std::size_t index) const {
+  return ValueView(instance_->properties.items[index].data);
+}
+Instance InstanceView::ToInstance() const { return ToValue(*instance_); }
+
+void ResultSink::OnInstance(Instance&&) {}
+void ResultSink::OnObjectPath(ObjectPath&&) {}
+void ResultSink::OnError(Status&&) {}
+
+void Recorder::OnInstance(Instance&& instance) {
+  events.push_back(Event::kInstance);
+  instances.push_back(std::move(instance));
+}
+void Recorder::OnObjectPath(ObjectPath&& path) {
+  events.push_back(Event::kObjectPath);
+  paths.push_back(std::move(path));
+}
+void Recorder::OnDone() {
+  events.push_back(Event::kDone);
+  ++done_count;
+}
+void Recorder::OnError(Status&& error) {
+  events.push_back(Event::kError);
+  errors.push_back(std::move(error));
+}
+
+}  // namespace broker

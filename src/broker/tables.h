@@ -1,0 +1,53 @@
+// The function tables that guests read. All are constant; the CMPI records only lack the const.
+//
+// Thread rule: constant data.
+
+#ifndef BROKER_TABLES_H_
+#define BROKER_TABLES_H_
+
+#include "platform/cmpi/cmpi.h"
+
+namespace broker {
+
+struct Tables {
+  CMPIBrokerFT* services;
+  CMPIBrokerEncFT* encapsulation;
+  CMPIBrokerExtFT* system;
+  CMPIBrokerMemFT* memory;  // null where the version has none
+  CMPIStringFT* string;
+  CMPIArrayFT* array;
+  CMPIObjectPathFT* path;
+  CMPIInstanceFT* instance;
+  CMPIArgsFT* args;
+  CMPIContextFT* context;
+  CMPIResultFT* result;
+  CMPIEnumerationFT* enumeration;
+  CMPIDateTimeFT* date_time;
+  CMPIErrorFT* error;  // null where the version has none
+};
+
+// Version 200, every slot filled.
+const Tables& CurrentTables();
+
+// Version 100: each table ends where that version's does, and so does its memory.
+const Tables& OldTables();
+
+// One per source file; CurrentTables() puts them together.
+extern CMPIBrokerFT broker_services;
+extern CMPIBrokerEncFT broker_encapsulation;
+extern CMPIBrokerExtFT broker_system;
+extern CMPIBrokerMemFT broker_memory;
+extern CMPIStringFT string_table;
+extern CMPIArrayFT array_table;
+extern CMPIObjectPathFT path_table;
+extern CMPIInstanceFT instance_table;
+extern CMPIArgsFT args_table;
+extern CMPIContextFT context_table;
+extern CMPIResultFT result_table;
+extern CMPIEnumerationFT enumeration_table;
+extern CMPIDateTimeFT date_time_table;
+extern CMPIErrorFT error_table;
+
+}  // namespace broker
+
+#endif  // BROKER_TABLES_H_
