@@ -1,0 +1,29 @@
+// Classes as users name them: in any letter case, with or without the "Ostrel_" and "PCI" in front,
+// in the singular or the plural ("Ostrel_PCIDevice", "pcidevice", "devices").
+//
+// Thread rule: pure functions.
+
+#ifndef TOOL_CLASS_NAMES_H_
+#define TOOL_CLASS_NAMES_H_
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "broker/schema.h"
+
+namespace tool {
+
+// The ten classes of the provider library, in the schema's order.
+std::vector<const broker::schema::Class*> ServedClasses();
+
+// The class that the user means. Throws CommandError (CMPI_RC_ERR_INVALID_CLASS) with the nearest
+// names where there is none.
+const broker::schema::Class& ResolveClass(std::string_view name);
+
+// Names a user may have meant, nearest first, three at most.
+std::vector<std::string> NearClassNames(std::string_view name);
+
+}  // namespace tool
+
+#endif  // TOOL_CLASS_NAMES_H_

@@ -1,0 +1,44 @@
+// The command line: what is asked for, read with CLI11.
+//
+// Thread rule: pure functions.
+
+#ifndef TOOL_COMMAND_LINE_H_
+#define TOOL_COMMAND_LINE_H_
+
+#include <optional>
+#include <ostream>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "broker/object_manager.h"
+#include "tool/host_source.h"
+
+namespace tool {
+
+enum class Command { kClasses, kEnumerate, kGet, kAssociators, kReferences, kTree };
+enum class Format { kTable, kJson, kMof, kXml, kDot };
+
+struct Arguments {
+  Command command = Command::kTree;
+  std::string operand;  // the class or the path
+  Format format = Format::kTable;
+  bool names = false;
+  std::vector<std::string> properties;
+  broker::AssociationFilter filter;  // class names as the user wrote them
+  bool ports = false;
+  bool buses = false;
+  bool ascii = false;
+  bool verbose = false;
+  HostSource source;
+  std::optional<std::string> library;
+};
+
+// Reads the command line (argv[0] is the program). Help and version go to `out`, what is wrong to
+// `err`. Gives the arguments, or the exit status where there is nothing left to do.
+std::variant<Arguments, int> ParseCommandLine(int argc, const char* const* argv, std::ostream& out,
+                                              std::ostream& err);
+
+}  // namespace tool
+
+#endif  // TOOL_COMMAND_LINE_H_

@@ -1,0 +1,249 @@
+#include "tool/commands.h"
+
+#include <fmt/format.h>
+#include <fmt/ostream.h>
+#include <langinfo.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <clocale>
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <iostream>
+#include <sstream>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "broker/text.h"
+#include "broker/wbem_uri.h"
+#include "tool/class_names.h"
+#include "tool/command_line.h"
+#include "tool/element_writer.h"
+#include "tool/errors.h"
+#include "tool/json_value.h"
+#include "tool/output.h"
+#include "tool/path_completion.h"
+#include "tool/session.h"
+#include "tool/table.h"
+#include "tool/topology_render.h"
+#include "tool/topology_walk.h"
+
+namespace tool {
+namespace {
+
+using broker::ObjectPath;
+using broker::schema::Class;
+
+bool Utf8Locale() { return std::string_view(nl_langinfo(CODESET)) == "UTF-8"; }
+
+std::unique_ptr<ElementWriter> MakeWriter(const Arguments& arguments, std::ostream& out) {
+  switch (arguments.format) {
+    case Format::kJson: return MakeJsonWriter(out);
+    case Format::kMof: return MakeMofWriter(out);
+    case Format::kXml: return MakeXmlWriter(out);
+    case Format::kTable:
+    case Format::kDot: break;
+  }
+  if (arguments.command == Command::kGet) return MakeSheetWriter(out);
+  return MakeTableWriter(out, {TerminalWidth(STDOUT_FILENO), Utf8Locale(), arguments.properties});
+}
+
+// ---------------------------------------------------------------------------------------------
+// classes
+
+// Of a description of several sentences.
+std::string FirstSentence(std::string_view description) {
+  const std::size_t end = description.find(". ");
+  return std::string(description.substr(0, end == std::string_view::npos ? end : end + 1));
+}
+
+void ListClasses(const Arguments& arguments, std::ostream& out) {
+  Table table{{"CLASS", "SUPERCLASS", "DESCRIPTION"}, {}};
+  Json json = Json::array();
+  for (const Class* cls : ServedClasses()) {
+    table.rows.push_back(
+        {std::string(cls->name), std::string(cls->superclass), FirstSentence(cls->description)});
+    json.push_back({{"className", cls->name},
+                    {"superclass", cls->superclass},
+                    {"association", cls->association},
+                    {"description", cls->description}});
+  }
+  if (arguments.format == Format::kJson) {
+    out << json.dump(2) << '\n';
+  } else {
+    PrintTable(table, TerminalWidth(STDOUT_FILENO), Utf8Locale() ? "\u2026" : "...", out);
+  }
+}
+
+// ---------------------------------------------------------------------------------------------
+// Requests for instances and object paths
+
+broker::PropertyList Properties(const Arguments& arguments) {
+  if (arguments.properties.empty()) return std::nullopt;
+  return arguments.properties;
+}
+
+// "CLASS" or "NAMESPACE:CLASS".
+const Class& ReadClass(const std::string& operand, const ObjectPath& system) {
+  if (operand.find_first_of(":.") == std::string::npos) return ResolveClass(operand);
+  const ObjectPath path = ReadPath(operand, system);
+  if (broker::ParseWbemUri(operand).keys.empty()) return ResolveClass(path.class_name);
+  throw UsageError(fmt::format("\"{}\" names an instance, not a class", operand));
+}
+
+// The user's class names as the schema spells them.
+broker::AssociationFilter ResolvedFilter(broker::AssociationFilter filter) {
+  for (std::optional<std::string>* name : {&filter.assoc_class, &filter.result_class}) {
+    if (*name) *name = ResolveClass(**name).name;
+  }
+  return filter;
+}
+
+void Enumerate(const Arguments& arguments, Session& session, ElementWriter& writer) {
+  const Class& cls = ReadClass(arguments.operand, session.system());
+  if (arguments.names) return session.EnumerateNames(cls, writer);
+  session.Enumerate(cls, Properties(arguments), writer);
+}
+
+void Associators(const Arguments& arguments, Session& session, ElementWriter& writer) {
+  const ObjectPath source = ReadPath(arguments.operand, session.system());
+  const broker::AssociationFilter filter = ResolvedFilter(arguments.filter);
+  if (arguments.names) return session.AssociatorNames(source, filter, writer);
+  session.Associators(source, filter, Properties(arguments), writer);
+}
+
+void References(const Arguments& arguments, Session& session, ElementWriter& writer) {
+  const ObjectPath source = ReadPath(arguments.operand, session.system());
+  const broker::AssociationFilter filter = ResolvedFilter(arguments.filter);
+  if (arguments.names) return session.ReferenceNames(source, filter, writer);
+  session.References(source, filter, Properties(arguments), writer);
+}
+
+// Whether the found path has the asked one's keys; what was not asked for does not count.
+bool Answers(const ObjectPath& found, const ObjectPath& asked) {
+  for (const auto& [name, value] : asked.keys) {
+    const broker::Value* key = found.Key(name);
+    if (key == nullptr) return false;
+    const bool same = value.reference() != nullptr && key->reference() != nullptr
+                          ? Answers(*key->reference(), *value.reference())
+                          : *key == value;
+    if (!same) return false;
+  }
+  return true;
+}
+
+// Asked for one port of a bridge, the provider answers both: only the one asked for is shown.
+// Where none has exactly the keys asked for, what the provider answered is.
+void Get(const Arguments& arguments, Session& session, ElementWriter& writer) {
+  const ObjectPath path = ReadPath(arguments.operand, session.system());
+  broker::Recorder found;
+  session.Get(path, Properties(arguments), found);
+  const bool exact =
+      std::any_of(found.instances.begin(), found.instances.end(),
+                  [&](const broker::Instance& instance) { return Answers(instance.path, path); });
+  for (broker::Instance& instance : found.instances) {
+    if (exact && !Answers(instance.path, path)) continue;
+    if (arguments.names) {
+      writer.OnObjectPath(std::move(instance.path));
+    } else {
+      writer.OnInstance(std::move(instance));
+    }
+  }
+  if (found.instances.empty()) {
+    throw CommandError("not found: there is no instance " + ToWbemUri(path));
+  }
+}
+
+void Tree(const Arguments& arguments, Session& session, std::ostream& out) {
+  TreeStyle style;
+  style.ports = arguments.ports;
+  style.buses = arguments.buses;
+  style.utf8 = !arguments.ascii && Utf8Locale();
+  style.width = TerminalWidth(STDOUT_FILENO);
+  const Topology topology = WalkTopology(session, arguments.buses);
+  switch (arguments.format) {
+    case Format::kJson: return RenderJson(topology, style, out);
+    case Format::kDot: return RenderDot(topology, style, out);
+    default: return RenderText(topology, style, out);
+  }
+}
+
+void ShowElements(const Arguments& arguments, Session& session, std::ostream& out) {
+  const std::unique_ptr<ElementWriter> writer = MakeWriter(arguments, out);
+  try {
+    switch (arguments.command) {
+      case Command::kEnumerate: Enumerate(arguments, session, *writer); break;
+      case Command::kGet: Get(arguments, session, *writer); break;
+      case Command::kAssociators: Associators(arguments, session, *writer); break;
+      case Command::kReferences: References(arguments, session, *writer); break;
+      default: break;
+    }
+  } catch (const CommandError&) {
+    writer->Finish(true);
+    throw;
+  }
+  writer->Finish(false);
+}
+
+void Run(const Arguments& arguments, std::ostream& out) {
+  if (arguments.command == Command::kClasses) return ListClasses(arguments, out);
+  SelectHost(arguments.source);
+  Session session({arguments.library, SystemName(), arguments.verbose});
+  if (SeesOnlyPart()) {
+    fmt::print(stderr,
+               "ostrel-pci: without root the kernel shows 64 bytes of each function's "
+               "configuration space: capabilities and port types are unknown; run as root\n");
+  }
+  if (arguments.command == Command::kTree) return Tree(arguments, session, out);
+  ShowElements(arguments, session, out);
+}
+
+int Fail(std::string_view what, int status) {
+  fmt::print(stderr, "ostrel-pci: {}\n", what);
+  return status;
+}
+
+int OutputFailed(const std::system_error& error) {
+  // Whoever read the data has had enough, as "head" does.
+  if (error.code().value() == EPIPE) return kExitOk;
+  return Fail(fmt::format("writing the output failed: {}", error.code().message()), kExitFailed);
+}
+
+// Help and version, which may go to a full disk as well.
+int WriteHelp(const std::string& help, int status) {
+  FileOutput out(STDOUT_FILENO);
+  out << help;
+  out.flush();
+  return status;
+}
+
+int ReadAndRun(int argc, const char* const* argv) {
+  std::ostringstream help;
+  const auto parsed = ParseCommandLine(argc, argv, help, std::cerr);
+  if (const int* status = std::get_if<int>(&parsed)) return WriteHelp(help.str(), *status);
+  FileOutput out(STDOUT_FILENO);
+  Run(std::get<Arguments>(parsed), out);
+  out.flush();
+  return kExitOk;
+}
+
+}  // namespace
+
+int Main(int argc, const char* const* argv) {
+  std::setlocale(LC_CTYPE, "");
+  std::signal(SIGPIPE, SIG_IGN);
+  try {
+    return ReadAndRun(argc, argv);
+  } catch (const CommandError& error) {
+    return Fail(error.what(), error.exit_status());
+  } catch (const std::system_error& error) {
+    return OutputFailed(error);
+  } catch (const std::exception& error) {
+    return Fail(error.what(), kExitFailed);
+  }
+}
+
+}  // namespace tool

@@ -1,0 +1,34 @@
+// Which host is shown: this one, a copy of a sysfs tree, or a text dump. The host control library
+// reads its choice from the environment; so do other programs that load it.
+//
+// Thread rule: changes the environment; call before any other thread exists.
+
+#ifndef TOOL_HOST_SOURCE_H_
+#define TOOL_HOST_SOURCE_H_
+
+#include <optional>
+#include <string>
+
+namespace tool {
+
+struct HostSource {
+  std::optional<std::string> sysfs;        // folder with devices/ (--sysfs)
+  std::optional<std::string> dump;         // file as "lspci -x" prints it (--dump)
+  std::optional<std::string> system_name;  // (--system-name)
+};
+
+// Puts the choice into the environment, HOSTCTL_PCI_SYSFS, HOSTCTL_PCI_DUMP and
+// HOSTCTL_SYSTEM_NAME; an option takes the place of both source variables. What the options leave
+// open stays as the environment has it. Throws CommandError where a named source does not exist,
+// UsageError where both are named.
+void SelectHost(const HostSource& source);
+
+// The name that the host control library will report, once SelectHost was called.
+std::string SystemName();
+
+// Whether the kernel shows a part of what there is only: the running host, seen without root.
+bool SeesOnlyPart();
+
+}  // namespace tool
+
+#endif  // TOOL_HOST_SOURCE_H_

@@ -1,0 +1,58 @@
+#include "tool/output.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <system_error>
+
+namespace tool {
+
+FileBuffer::FileBuffer(int descriptor) : descriptor_(descriptor) {
+  setp(buffer_.data(), buffer_.data() + buffer_.size());
+}
+
+void FileBuffer::WriteOut() {
+  const char* next = pbase();
+  const char* const end = pptr();
+  // What could not be written is not tried again.
+  setp(buffer_.data(), buffer_.data() + buffer_.size());
+  while (next != end) {
+    const ssize_t written = write(descriptor_, next, static_cast<std::size_t>(end - next));
+    if (written >= 0) {
+      next += written;
+    } else if (errno != EINTR) {
+      throw std::system_error(errno, std::generic_category());
+    }
+  }
+}
+
+FileBuffer::int_type FileBuffer::overflow(int_type c) {
+  WriteOut();
+  if (traits_type::eq_int_type(c, traits_type::eof())) return traits_type::not_eof(c);
+  return sputc(traits_type::to_char_type(c));
+}
+
+int FileBuffer::sync() {
+  WriteOut();
+  return 0;
+}
+
+FileOutput::FileOutput(int descriptor) : std::ostream(nullptr), buffer_(descriptor) {
+  rdbuf(&buffer_);
+  exceptions(std::ios::badbit);
+}
+
+std::size_t TerminalWidth(int descriptor) {
+  if (isatty(descriptor) == 0) return 0;
+  if (const char* columns = std::getenv("COLUMNS")) {
+    const long width = std::strtol(columns, nullptr, 10);
+    if (width > 0) return static_cast<std::size_t>(width);
+  }
+  winsize size{};
+  if (ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) return size.ws_col;
+  return 80;
+}
+
+}  // namespace tool

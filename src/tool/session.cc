@@ -1,0 +1,235 @@
+#include "tool/session.h"
+
+#include <fmt/format.h>
+#include <syslog.h>
+
+#include <cstdio>
+#include <exception>
+#include <functional>
+#include <utility>
+
+#include "broker/provider_library.h"
+#include "broker/status.h"
+#include "tool/class_names.h"
+#include "tool/errors.h"
+#include "tool/library_file.h"
+#include "tool/quiet_factory.h"
+
+namespace tool {
+namespace {
+
+using broker::AssociationFilter;
+using broker::Instance;
+using broker::ObjectPath;
+using broker::PropertyList;
+using broker::ResultSink;
+using broker::Status;
+using broker::schema::Class;
+
+broker::Options ManagerOptions(const SessionOptions& options) {
+  broker::Options manager;
+  manager.system_name = options.system_name;
+  if (options.verbose) {
+    manager.log = [](const broker::LogEntry& entry) {
+      fmt::print(stderr, "{} [{}] {}: {}\n",
+                 entry.source == broker::LogEntry::Source::kLog ? "log" : "trace", entry.level,
+                 entry.id, entry.text);
+    };
+  } else {
+    manager.around_factory = [](std::string_view, broker::ProviderKind,
+                                const std::function<void()>& call) { WithoutTraceLines(call); };
+  }
+  return manager;
+}
+
+std::shared_ptr<const broker::ProviderLibrary> OpenLibrary(
+    const std::optional<std::string>& option) {
+  const std::string file = FindLibrary(option);
+  try {
+    return broker::ProviderLibrary::Open(file);
+  } catch (const std::runtime_error& error) {
+    throw CommandError(fmt::format("the provider library cannot be loaded: {}", error.what()));
+  }
+}
+
+// Passes on what is an instance of the wanted class, and keeps the provider's own error.
+class FilteringSink : public ResultSink {
+ public:
+  FilteringSink(ResultSink& next, std::string_view result_class)
+      : next_(next), result_class_(result_class) {}
+
+  void OnInstance(Instance&& instance) override {
+    if (Wanted(instance.path)) next_.OnInstance(std::move(instance));
+  }
+  void OnObjectPath(ObjectPath&& path) override {
+    if (Wanted(path)) next_.OnObjectPath(std::move(path));
+  }
+  void OnError(Status&& error) override {
+    if (error_.ok()) error_ = std::move(error);
+  }
+
+  const Status& error() const { return error_; }
+
+ private:
+  bool Wanted(const ObjectPath& path) const {
+    return result_class_.empty() || broker::schema::IsA(path.class_name, result_class_);
+  }
+
+  ResultSink& next_;
+  std::string result_class_;
+  Status error_;
+};
+
+// Asks one provider after the other; throws the first failure when all were asked.
+void AskEach(std::string_view operation, const std::vector<std::string>& providers,
+             std::string_view result_class, ResultSink& sink,
+             const std::function<Status(const std::string& provider, ResultSink& sink)>& ask) {
+  std::optional<StatusError> failure;
+  for (const std::string& provider : providers) {
+    FilteringSink filter(sink, result_class);
+    Status status = ask(provider, filter);
+    if (status.ok()) status = filter.error();
+    if (!status.ok() && !failure) {
+      failure.emplace(fmt::format("{} of {}", operation, provider), status);
+    }
+  }
+  if (failure) throw *failure;
+}
+
+// What stands at the reference is an instance of both classes, as far as the class tree tells.
+bool MayStand(const Class& association, const std::string& role, std::string_view class_name) {
+  const broker::schema::Property* reference = broker::schema::FindProperty(association, role);
+  if (reference == nullptr || reference->type != CMPI_ref) return false;
+  return class_name.empty() || broker::schema::IsA(class_name, reference->reference_class) ||
+         broker::schema::IsA(reference->reference_class, class_name);
+}
+
+AssociationFilter Narrowed(AssociationFilter filter, std::string_view provider) {
+  // Object managers hand a provider its own class where the client named one of its ancestors.
+  if (filter.assoc_class) filter.assoc_class = provider;
+  return filter;
+}
+
+AssociationFilter NarrowedReferences(AssociationFilter filter, std::string_view provider) {
+  if (filter.result_class) filter.result_class = provider;
+  return filter;
+}
+
+}  // namespace
+
+bool RolesFit(const Class& association, const ObjectPath& source, const AssociationFilter& filter) {
+  if (filter.role && !MayStand(association, *filter.role, source.class_name)) return false;
+  return !filter.result_role ||
+         MayStand(association, *filter.result_role, filter.result_class.value_or(""));
+}
+
+Session::Session(const SessionOptions& options)
+    : verbose_(options.verbose), manager_(ManagerOptions(options)), system_(manager_.SystemPath()) {
+  openlog("ostrel-pci", options.verbose ? LOG_PERROR : 0, LOG_USER);
+  const auto library = OpenLibrary(options.library);
+  for (const Class* cls : ServedClasses()) {
+    if (library->FindInstanceFactory(cls->name) == nullptr) {
+      throw CommandError(fmt::format("the library has no provider of {}", cls->name));
+    }
+    manager_.Register(cls->name, library);
+  }
+}
+
+Session::~Session() {
+  if (!verbose_) return;
+  for (const broker::ProviderError& error : manager_.ProviderErrors()) {
+    fmt::print(stderr, "provider error: {}\n", broker::ToString(error));
+  }
+}
+
+std::vector<std::string> Session::ServedBelow(const Class& cls) const {
+  std::vector<std::string> providers = manager_.ProvidersFor(cls.name);
+  if (providers.empty()) {
+    throw CommandError(fmt::format("{}: no provider serves {} or a class below it",
+                                   broker::StatusName(CMPI_RC_ERR_INVALID_CLASS), cls.name));
+  }
+  return providers;
+}
+
+std::vector<std::string> Session::AssociationsOf(const ObjectPath& source,
+                                                 const std::optional<std::string>& association,
+                                                 const AssociationFilter& filter) const {
+  std::vector<std::string> providers = manager_.AssociationProvidersFor(association);
+  if (providers.empty()) {
+    throw CommandError(fmt::format("{}: {} is no association class with a provider",
+                                   broker::StatusName(CMPI_RC_ERR_INVALID_CLASS), *association));
+  }
+  std::erase_if(providers, [&](const std::string& provider) {
+    return !RolesFit(*broker::schema::FindClass(provider), source, filter);
+  });
+  return providers;
+}
+
+void Session::Enumerate(const Class& cls, const PropertyList& properties, ResultSink& sink) {
+  AskEach("enumeration", ServedBelow(cls), {}, sink,
+          [&](const std::string& provider, ResultSink& results) {
+            return manager_.EnumerateInstances(provider, manager_.ClassPath(provider), properties,
+                                               results);
+          });
+}
+
+void Session::EnumerateNames(const Class& cls, ResultSink& sink) {
+  AskEach("enumeration", ServedBelow(cls), {}, sink,
+          [&](const std::string& provider, ResultSink& results) {
+            return manager_.EnumerateInstanceNames(provider, manager_.ClassPath(provider), results);
+          });
+}
+
+void Session::Get(const ObjectPath& path, const PropertyList& properties, ResultSink& sink) {
+  AskEach("get", {path.class_name}, {}, sink,
+          [&](const std::string& provider, ResultSink& results) {
+            return manager_.GetInstance(provider, path, properties, results);
+          });
+}
+
+bool Session::TryGet(const ObjectPath& path, ResultSink& sink) {
+  const Status status = manager_.GetInstance(path.class_name, path, std::nullopt, sink);
+  if (!status.ok() && status.code != CMPI_RC_ERR_NOT_FOUND) {
+    throw StatusError("get of " + path.class_name, status);
+  }
+  return status.ok();
+}
+
+void Session::Associators(const ObjectPath& source, const AssociationFilter& filter,
+                          const PropertyList& properties, ResultSink& sink) {
+  AskEach("associators", AssociationsOf(source, filter.assoc_class, filter),
+          filter.result_class.value_or(""), sink,
+          [&](const std::string& provider, ResultSink& results) {
+            return manager_.Associators(provider, source, Narrowed(filter, provider), properties,
+                                        results);
+          });
+}
+
+void Session::AssociatorNames(const ObjectPath& source, const AssociationFilter& filter,
+                              ResultSink& sink) {
+  AskEach("associator names", AssociationsOf(source, filter.assoc_class, filter),
+          filter.result_class.value_or(""), sink,
+          [&](const std::string& provider, ResultSink& results) {
+            return manager_.AssociatorNames(provider, source, Narrowed(filter, provider), results);
+          });
+}
+
+void Session::References(const ObjectPath& source, const AssociationFilter& filter,
+                         const PropertyList& properties, ResultSink& sink) {
+  AskEach("references", AssociationsOf(source, filter.result_class, filter), {}, sink,
+          [&](const std::string& provider, ResultSink& results) {
+            return manager_.References(provider, source, NarrowedReferences(filter, provider),
+                                       properties, results);
+          });
+}
+
+void Session::ReferenceNames(const ObjectPath& source, const AssociationFilter& filter,
+                             ResultSink& sink) {
+  AskEach("reference names", AssociationsOf(source, filter.result_class, filter), {}, sink,
+          [&](const std::string& provider, ResultSink& results) {
+            return manager_.ReferenceNames(provider, source, NarrowedReferences(filter, provider),
+                                           results);
+          });
+}
+
+}  // namespace tool

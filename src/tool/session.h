@@ -1,0 +1,78 @@
+// The object manager with the provider library in it, and the requests of the commands. This is all
+// that the tool knows of providers.
+//
+// Thread rule: one thread at a time.
+
+#ifndef TOOL_SESSION_H_
+#define TOOL_SESSION_H_
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "broker/object_manager.h"
+#include "broker/result_sink.h"
+#include "broker/schema.h"
+
+namespace tool {
+
+struct SessionOptions {
+  std::optional<std::string> library;  // --library
+  std::string system_name;
+  bool verbose = false;  // log and trace lines of the library go to standard error
+};
+
+class Session {
+ public:
+  // Loads the library and registers its ten classes. Throws CommandError where that fails.
+  explicit Session(const SessionOptions& options);
+  // In a verbose session, tells on standard error what the providers did wrong.
+  ~Session();
+
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  const broker::ObjectPath& system() const { return system_; }
+
+  // Requests. Each asks every provider that is concerned and goes on with the next one when one
+  // fails; then throws StatusError with the first failure. Elements reach the sink as they come.
+  // `cls` may be a superclass of served ones.
+  void Enumerate(const broker::schema::Class& cls, const broker::PropertyList& properties,
+                 broker::ResultSink& sink);
+  void EnumerateNames(const broker::schema::Class& cls, broker::ResultSink& sink);
+  void Get(const broker::ObjectPath& path, const broker::PropertyList& properties,
+           broker::ResultSink& sink);
+  // Whether the answer was CMPI_RC_OK, which it may be without an instance. CMPI_RC_ERR_NOT_FOUND
+  // is no failure here, any other status is.
+  bool TryGet(const broker::ObjectPath& path, broker::ResultSink& sink);
+  // Elements that are no instance of filter.result_class are left out: the providers hand out all.
+  void Associators(const broker::ObjectPath& source, const broker::AssociationFilter& filter,
+                   const broker::PropertyList& properties, broker::ResultSink& sink);
+  void AssociatorNames(const broker::ObjectPath& source, const broker::AssociationFilter& filter,
+                       broker::ResultSink& sink);
+  // filter.result_class names the association class.
+  void References(const broker::ObjectPath& source, const broker::AssociationFilter& filter,
+                  const broker::PropertyList& properties, broker::ResultSink& sink);
+  void ReferenceNames(const broker::ObjectPath& source, const broker::AssociationFilter& filter,
+                      broker::ResultSink& sink);
+
+ private:
+  std::vector<std::string> ServedBelow(const broker::schema::Class& cls) const;
+  std::vector<std::string> AssociationsOf(const broker::ObjectPath& source,
+                                          const std::optional<std::string>& association,
+                                          const broker::AssociationFilter& filter) const;
+
+  bool verbose_;
+  broker::ObjectManager manager_;
+  broker::ObjectPath system_;
+};
+
+// Whether elements tied to `source` by the association class may answer the filter's roles: the
+// class has a reference of that name, and what stands there may be the source or the result.
+bool RolesFit(const broker::schema::Class& association, const broker::ObjectPath& source,
+              const broker::AssociationFilter& filter);
+
+}  // namespace tool
+
+#endif  // TOOL_SESSION_H_
