@@ -376,8 +376,11 @@ int CarryOutIn(const fs::path& folder, const RegisterOptions& options, std::ostr
 std::string FindSchemaFolder() {
   std::error_code ignored;
   const fs::path program = fs::read_symlink("/proc/self/exe", ignored).parent_path();
-  const fs::path candidates[] = {program / OSTREL_DATA_FROM_BIN, OSTREL_FULL_DATADIR,
-                                 OSTREL_SOURCE_SCHEMA};
+  const fs::path candidates[] = {
+      program / ".." / OSTREL_DATADIR / "ostrel-pci",
+      program / "../../schema",  // of the build tree
+      fs::path(OSTREL_FULL_DATADIR) / "ostrel-pci",
+  };
   std::vector<std::string> tried;
   for (const fs::path& candidate : candidates) {
     tried.push_back(candidate.lexically_normal());

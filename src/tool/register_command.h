@@ -27,8 +27,8 @@ struct RegisterOptions {
   std::vector<std::string> provider_folders;
 };
 
-// The folder of the schema files: under the prefix that the program is installed in, or in the
-// source tree that it was built from. Throws CommandError where there is none.
+// The folder of the schema files: under the prefix that the program is installed in, in the build
+// tree, or where it was configured to be. Throws CommandError where there is none.
 std::string FindSchemaFolder();
 
 // Looks what is missing, then carries out the server's steps in order. The steps go to `out`, each
