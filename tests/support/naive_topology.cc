@@ -28,17 +28,17 @@ Model::Model(fake::Host host, Failures failures, bool dump_file)
 void Model::Call(const char* operation, const fake::Faults& faults) {
   const std::size_t n = ++topology_.calls;
   if (failures_.calls.contains(n)) {
-    throw Failure{"injected failure at call " + std::to_string(n), failures_.thrown};
+    throw Failure{"injected failure at call " + std::to_string(n - first_call_), failures_.thrown};
   }
   if (const auto fault = faults.find(operation); fault != faults.end()) {
     throw Failure{fault->second.text, fault->second.thrown};
   }
 }
 
-template <typename Value>
-const Value& Model::Ask(const char* operation, const fake::Device& device, const Value& value) {
-  Call(operation, device.faults);
-  return value;
+void Model::FailAt(const Failures& from_now) {
+  first_call_ = topology_.calls;
+  failures_ = {{}, from_now.thrown};
+  for (const std::size_t call : from_now.calls) failures_.calls.insert(topology_.calls + call);
 }
 
 void Model::Log(int priority, const std::string& text) {

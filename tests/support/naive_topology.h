@@ -108,11 +108,19 @@ class Model {
     fake::Thrown thrown;
   };
 
- private:
+  // One call of the host control library: counted, and made to fail where it has to.
   void Call(const char* operation, const fake::Faults& faults);
+  // The same on a device: the fact that the operation answers with.
   template <typename Value>
-  const Value& Ask(const char* operation, const fake::Device& device, const Value& value);
+  const Value& Ask(const char* operation, const fake::Device& device, const Value& value) {
+    Call(operation, device.faults);
+    return value;
+  }
+  // From now on the calls of these numbers fail, 1 being the next one.
+  void FailAt(const Failures& from_now);
   void Log(int priority, const std::string& text);
+
+ private:
   void FetchSystemName();
   void BuildWithinGuard();
   void IndexDevices();
@@ -123,6 +131,7 @@ class Model {
 
   fake::Host host_;
   Failures failures_;
+  std::size_t first_call_ = 0;  // failures are numbered from here
   int progress_;
   std::set<std::string> bridge_names_;
   std::set<std::string> switch_names_;
