@@ -91,7 +91,7 @@ struct RecordingBroker::State {
 
 namespace {
 
-RecordingBroker::State* current = nullptr;
+thread_local RecordingBroker::State* current = nullptr;
 
 template <typename Made>
 Made* NewObject(std::vector<std::unique_ptr<Object>>& store) {

@@ -12,7 +12,8 @@
 // Objects made through the tables are freed by release after a mark, as soon as asked; those that
 // the test makes itself (Path, Text, ...) live as long as the broker.
 //
-// Thread rule: one broker at a time, on the test's own thread.
+// Thread rule: one broker per thread at a time. The tables of every broker act on the broker of the
+// calling thread, so that threads that share one process broker each record their own calls.
 
 #ifndef OSTINT_RECORDING_BROKER_H_
 #define OSTINT_RECORDING_BROKER_H_
