@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "bench/synthetic_host.h"
 #include "broker/object_manager.h"
@@ -17,6 +18,9 @@ constexpr const char* kClasses[] = {"Ostrel_PCIDevice",           "Ostrel_PCIBri
                                     "Ostrel_PCIPortGroup",        "Ostrel_PCISystemDevice",
                                     "Ostrel_PCIDeviceConnection", "Ostrel_PCIControlledBy",
                                     "Ostrel_PCIHostedCollection", "Ostrel_PCIMemberOfCollection"};
+
+constexpr const char* kLibrary = OSTREL_PCI_LIBRARY;
+constexpr const char* kFloor = OSTREL_PCI_FLOOR;
 
 // Names in the synthetic host (see synthetic_host.cc): the first bridge group follows 16 buses of
 // switches.
@@ -33,12 +37,11 @@ class CountingSink : public broker::ResultSink {
   std::size_t count = 0;
 };
 
-// The provider library loaded on a host of one size. One at a time: the library's cache is built
-// once per load.
+// A provider library loaded on a host of one size. A library learns its host once per load.
 struct Stack {
-  explicit Stack(std::size_t functions) : manager(MakeOptions()) {
+  Stack(const char* library_file, std::size_t functions) : manager(MakeOptions()) {
     bench::UseSyntheticHost(functions);
-    const auto library = broker::ProviderLibrary::Open(OSTREL_PCI_LIBRARY);
+    const auto library = broker::ProviderLibrary::Open(library_file);
     for (const char* name : kClasses) manager.Register(name, library);
   }
 
@@ -52,23 +55,25 @@ struct Stack {
   broker::ObjectManager manager;
 };
 
-// The stack for a size, kept from one benchmark to the next of the same size.
-Stack& StackOf(const benchmark::State& state) {
-  static std::size_t size = 0;
+// The stack that is asked for, kept from one benchmark to the next that asks for the same.
+Stack& StackOf(const char* library_file, std::size_t functions) {
+  static const char* current_file = nullptr;
+  static std::size_t current_functions = 0;
   static std::unique_ptr<Stack> stack;
-  const auto wanted = static_cast<std::size_t>(state.range(0));
-  if (size != wanted) {
+  if (current_file != library_file || current_functions != functions) {
     stack.reset();
-    stack = std::make_unique<Stack>(wanted);
-    size = wanted;
+    stack = std::make_unique<Stack>(library_file, functions);
+    current_file = library_file;
+    current_functions = functions;
   }
   return *stack;
 }
 
 // Runs `request(manager, sink)` and reports how much was returned and the time per element.
 template <typename Request>
-void Measure(benchmark::State& state, Request request) {
-  broker::ObjectManager& manager = StackOf(state).manager;
+void Measure(benchmark::State& state, Request request, const char* library_file = kLibrary) {
+  broker::ObjectManager& manager =
+      StackOf(library_file, static_cast<std::size_t>(state.range(0))).manager;
   std::size_t returned = 0;
   for (auto _ : state) {
     CountingSink sink;
@@ -84,17 +89,23 @@ void Measure(benchmark::State& state, Request request) {
   }
 }
 
-void Enumerate(benchmark::State& state, const char* class_name) {
-  Measure(state, [&](broker::ObjectManager& manager, broker::ResultSink& sink) {
-    return manager.EnumerateInstances(class_name, manager.ClassPath(class_name), std::nullopt,
-                                      sink);
-  });
+void Enumerate(benchmark::State& state, const char* class_name, const char* library_file) {
+  Measure(
+      state,
+      [&](broker::ObjectManager& manager, broker::ResultSink& sink) {
+        return manager.EnumerateInstances(class_name, manager.ClassPath(class_name), std::nullopt,
+                                          sink);
+      },
+      library_file);
 }
 
-void EnumerateNames(benchmark::State& state, const char* class_name) {
-  Measure(state, [&](broker::ObjectManager& manager, broker::ResultSink& sink) {
-    return manager.EnumerateInstanceNames(class_name, manager.ClassPath(class_name), sink);
-  });
+void EnumerateNames(benchmark::State& state, const char* class_name, const char* library_file) {
+  Measure(
+      state,
+      [&](broker::ObjectManager& manager, broker::ResultSink& sink) {
+        return manager.EnumerateInstanceNames(class_name, manager.ClassPath(class_name), sink);
+      },
+      library_file);
 }
 
 broker::ObjectPath ElementPath(const broker::ObjectManager& manager, const char* class_name,
@@ -142,8 +153,8 @@ void Register(const std::string& name, void (*function)(benchmark::State&, Argum
 void RegisterAll(std::size_t functions) {
   Register("GetInstance/Ostrel_PCIDevice", GetOneDevice, functions);
   for (const char* name : kClasses) {
-    Register(std::string("Enumerate/") + name, Enumerate, functions, name);
-    Register(std::string("EnumerateNames/") + name, EnumerateNames, functions, name);
+    Register(std::string("Enumerate/") + name, Enumerate, functions, name, kLibrary);
+    Register(std::string("EnumerateNames/") + name, EnumerateNames, functions, name, kLibrary);
   }
   const struct {
     const char* kind;
@@ -156,6 +167,11 @@ void RegisterAll(std::size_t functions) {
     const std::string suffix = std::string("/") + walk.class_name + "/" + walk.kind;
     Register("Associators" + suffix, Associators, functions, walk.class_name, walk.kind);
     Register("References" + suffix, References, functions, walk.class_name, walk.kind);
+  }
+  for (const char* name : kClasses) {
+    if (std::string_view(name) == "Ostrel_PCIDeviceConnection") continue;  // nothing to return here
+    Register(std::string("Floor/Enumerate/") + name, Enumerate, functions, name, kFloor);
+    Register(std::string("Floor/EnumerateNames/") + name, EnumerateNames, functions, name, kFloor);
   }
 }
 
