@@ -1,0 +1,37 @@
+// The read operations of CIM (DSP0200, 5.4.2) on an object manager. Every other intrinsic method,
+// and every extrinsic one, is CIM_ERR_NOT_SUPPORTED.
+//
+// What the standard leaves to the server, or asks for beyond what the object manager does:
+// - An enumeration asks the providers of all classes below the named one, one after the other.
+// - Associations are followed through every association provider below AssocClass (or ResultClass
+// of
+//   References); their results are held against the class and role filters here, because providers
+//   are free to ignore these.
+// - LocalOnly and IncludeQualifiers of instance operations are deprecated: all properties are
+//   returned, and no qualifiers.
+// - A class as the source of an association request is CIM_ERR_NOT_SUPPORTED.
+//
+// Thread rule: thread-safe.
+
+#ifndef WBEM_OPERATIONS_H_
+#define WBEM_OPERATIONS_H_
+
+#include <string>
+
+#include "broker/object_manager.h"
+#include "wbem/answer_stream.h"
+#include "wbem/cim_xml_request.h"
+
+namespace wbem {
+
+// The one namespace that is served.
+inline constexpr const char* kNameSpace = "root/cimv2";
+
+// Carries out the request and writes the response. `host` is the host that paths name. Throws
+// StreamBroken when the response cannot be completed.
+void Answer(broker::ObjectManager& manager, const Request& request, const std::string& host,
+            ByteSink& sink);
+
+}  // namespace wbem
+
+#endif  // WBEM_OPERATIONS_H_

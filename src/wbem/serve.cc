@@ -1,0 +1,48 @@
+#include "wbem/serve.h"
+
+#include <csignal>
+#include <ctime>
+
+namespace wbem {
+
+namespace {
+
+// Blocks the signals that end the process, so that one thread can wait for them.
+class BlockedSignals {
+ public:
+  BlockedSignals() {
+    sigemptyset(&signals_);
+    sigaddset(&signals_, SIGINT);
+    sigaddset(&signals_, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &signals_, &before_);
+  }
+  ~BlockedSignals() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+  BlockedSignals(const BlockedSignals&) = delete;
+  BlockedSignals& operator=(const BlockedSignals&) = delete;
+
+  // Whether one of them arrives within a second.
+  bool Await() const {
+    constexpr timespec kSecond{1, 0};
+    return sigtimedwait(&signals_, nullptr, &kSecond) > 0;
+  }
+
+ private:
+  sigset_t signals_{};
+  sigset_t before_{};
+};
+
+}  // namespace
+
+int Serve(broker::ObjectManager& manager, const ServerOptions& options, std::ostream& out) {
+  const BlockedSignals signals;
+  Server server(manager, options);
+  server.Start();
+  out << "listening on " << server.Url() << std::endl;
+  while (!signals.Await()) {
+    if (!server.is_running()) return 1;
+  }
+  server.Stop();
+  return 0;
+}
+
+}  // namespace wbem

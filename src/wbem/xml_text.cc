@@ -1,0 +1,91 @@
+#include "wbem/xml_text.h"
+
+#include <charconv>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+namespace wbem {
+
+namespace {
+
+constexpr std::string_view kReplacement = "\xef\xbf\xbd";  // U+FFFD
+
+constexpr bool IsXmlCharacter(std::uint32_t c) {
+  if (c < 0x20) return c == '\t' || c == '\n' || c == '\r';
+  return c <= 0xd7ff || (c >= 0xe000 && c <= 0xfffd) || (c >= 0x10000 && c <= 0x10ffff);
+}
+
+// How many bytes the first character of a text that is not empty takes; 0 where they are no UTF-8
+// or spell a character that XML does not allow.
+std::size_t FirstCharacter(std::string_view text) {
+  const auto lead = static_cast<unsigned char>(text.front());
+  if (lead < 0x80) return IsXmlCharacter(lead) ? 1 : 0;
+  const std::size_t length = lead >= 0xf0   ? (lead <= 0xf4 ? 4U : 0U)
+                             : lead >= 0xe0 ? 3U
+                             : lead >= 0xc2 ? 2U
+                                            : 0U;
+  if (length == 0 || text.size() < length) return 0;
+  std::uint32_t character = lead & (0xffU >> (length + 1));
+  for (std::size_t i = 1; i < length; ++i) {
+    const auto next = static_cast<unsigned char>(text[i]);
+    if ((next & 0xc0) != 0x80) return 0;
+    character = (character << 6) | (next & 0x3fU);
+  }
+  constexpr std::uint32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
+  return character >= kSmallest[length] && IsXmlCharacter(character) ? length : 0;
+}
+
+// The character that "&#" stands before: "65;" or "x41;".
+std::optional<std::uint32_t> ReferredCharacter(std::string_view reference) {
+  const bool hexadecimal = !reference.empty() && reference.front() == 'x';
+  if (hexadecimal) reference.remove_prefix(1);
+  std::uint32_t character = 0;
+  const auto* end = reference.data() + reference.size();
+  const auto read = std::from_chars(reference.data(), end, character, hexadecimal ? 16 : 10);
+  if (read.ec != std::errc() || read.ptr == end || *read.ptr != ';') return std::nullopt;
+  return character;
+}
+
+std::string_view Escape(char c) {
+  switch (c) {
+    case '&': return "&amp;";
+    case '<': return "&lt;";
+    case '>': return "&gt;";
+    case '"': return "&quot;";
+    case '\r': return "&#13;";
+    default: return {};
+  }
+}
+
+}  // namespace
+
+bool IsXmlText(std::string_view text) {
+  while (!text.empty()) {
+    const std::size_t length = FirstCharacter(text);
+    if (length == 0) return false;
+    if (text.starts_with("&#")) {
+      const auto character = ReferredCharacter(text.substr(2, 12));
+      if (!character || !IsXmlCharacter(*character)) return false;
+    }
+    text.remove_prefix(length);
+  }
+  return true;
+}
+
+void AppendEscaped(std::string& out, std::string_view text) {
+  while (!text.empty()) {
+    const std::size_t length = FirstCharacter(text);
+    const std::string_view escape = Escape(text.front());
+    if (length == 0) {
+      out += kReplacement;
+    } else if (!escape.empty()) {
+      out += escape;
+    } else {
+      out += text.substr(0, length);
+    }
+    text.remove_prefix(length == 0 ? 1 : length);
+  }
+}
+
+}  // namespace wbem
