@@ -19,7 +19,11 @@ constexpr const char* kExamples = R"(Examples:
   ostrel-pci enumerate device
   ostrel-pci get 'PCIDevice.DeviceID="0000:00:1f.2"'
   ostrel-pci associators system --result-class PCIPort -o json
-"ostrel-pci COMMAND --help" has more for each command. Options may also follow the command.)";
+"ostrel-pci COMMAND --help" has more for each command; all options may follow the command.)";
+
+constexpr const char* kCommonHint =
+    "\n\"ostrel-pci --help\" has the options of all commands, which may follow the command as "
+    "well.";
 
 constexpr const char* kClassesExamples = R"(Examples:
   ostrel-pci classes
@@ -60,6 +64,14 @@ constexpr const char* kTreeExamples = R"(Examples:
   ostrel-pci tree -o json
   ostrel-pci tree -o dot | dot -Tsvg > host.svg)";
 
+constexpr const char* kRegisterExamples =
+    R"(Calls the object manager's own tools; "ostrel-pci unregister" takes back what "register" did.
+With --dry-run the steps are printed and none is carried out.
+Examples:
+  ostrel-pci register --for sfcb --dry-run
+  sudo ostrel-pci register --for sfcb --with-system
+  sudo ostrel-pci unregister --for pegasus)";
+
 class Parser {
  public:
   Parser() : app_("Shows the host's PCI topology through its CIM providers.", "ostrel-pci") {
@@ -77,6 +89,8 @@ class Parser {
     AddReferences("references", "ri", false);
     AddReferences("rin", "", true);
     AddTree();
+    AddRegister("register", "Make an object manager serve the PCI classes", false);
+    AddRegister("unregister", "Make an object manager forget the PCI classes", true);
   }
 
   std::variant<Arguments, int> Parse(int argc, const char* const* argv, std::ostream& out,
@@ -123,7 +137,7 @@ class Parser {
                        const std::string& description, const char* footer) {
     CLI::App* subcommand = app_.add_subcommand(name, description);
     if (!alias.empty()) subcommand->alias(alias);
-    subcommand->footer(footer);
+    subcommand->footer(std::string(footer) + kCommonHint);
     subcommand->callback([this, command] { arguments_.command = command; });
     return subcommand;
   }
@@ -197,6 +211,26 @@ class Parser {
     command->add_flag("--ports", arguments_.ports, "With the ports of every function");
     command->add_flag("--buses", arguments_.buses, "With the port groups, one to a bus");
     command->add_flag("--ascii", arguments_.ascii, "Draw with plain characters");
+  }
+
+  void AddRegister(const char* name, const char* description, bool unregister) {
+    RegisterOptions& options = arguments_.registration;
+    CLI::App* command = AddCommand(name, "", Command::kRegister, description, kRegisterExamples);
+    command->parse_complete_callback([&options, unregister] { options.unregister = unregister; });
+    const std::map<std::string, Server> servers = {{"sfcb", Server::kSfcb},
+                                                   {"pegasus", Server::kPegasus}};
+    command->add_option("--for", options.server, "The object manager: sfcb or pegasus")
+        ->required()
+        ->transform(CLI::Transformer(servers))
+        ->type_name("SERVER");
+    command->add_flag("--dry-run", options.dry_run, "Print the steps, carry out none");
+    command->add_flag("--with-system", options.with_system,
+                      "The hosting system's class too, where no other provider serves it");
+    command
+        ->add_option("--provider-dir", options.provider_folders,
+                     "Where the object manager looks for providers, if not in its usual folders")
+        ->allow_extra_args(false)
+        ->type_name("DIR");
   }
 
   // The formats that a command knows.

@@ -1,7 +1,7 @@
 #include "tool/commands.h"
 
 #include <fmt/format.h>
-#include <fmt/ostream.h>
+#include <fmt/ranges.h>
 #include <langinfo.h>
 #include <unistd.h>
 
@@ -24,8 +24,10 @@
 #include "tool/element_writer.h"
 #include "tool/errors.h"
 #include "tool/json_value.h"
+#include "tool/library_file.h"
 #include "tool/output.h"
 #include "tool/path_completion.h"
+#include "tool/register_command.h"
 #include "tool/session.h"
 #include "tool/table.h"
 #include "tool/topology_render.h"
@@ -135,21 +137,43 @@ bool Answers(const ObjectPath& found, const ObjectPath& asked) {
   return true;
 }
 
+// The keys of the class that neither the user nor the host's system determines.
+std::string MissingKeys(const ObjectPath& path) {
+  std::vector<std::string_view> missing;
+  for (const std::string_view key : broker::schema::KeyNames(ResolveClass(path.class_name))) {
+    if (path.Key(key) == nullptr) missing.push_back(key);
+  }
+  return fmt::format("{}", fmt::join(missing, ", "));
+}
+
+// A provider may do with a part of the keys; where it does not, the user should know what lacks.
+broker::Recorder GetAll(const ObjectPath& path, const broker::PropertyList& properties,
+                        Session& session) {
+  broker::Recorder found;
+  try {
+    session.Get(path, properties, found);
+  } catch (const StatusError& error) {
+    const std::string missing = MissingKeys(path);
+    if (missing.empty()) throw;
+    throw CommandError(fmt::format("{}; the path has no {}", error.what(), missing));
+  }
+  return found;
+}
+
 // Asked for one port of a bridge, the provider answers both: only the one asked for is shown.
 // Where none has exactly the keys asked for, what the provider answered is.
 void Get(const Arguments& arguments, Session& session, ElementWriter& writer) {
   const ObjectPath path = ReadPath(arguments.operand, session.system());
-  broker::Recorder found;
-  session.Get(path, Properties(arguments), found);
+  const broker::Recorder found = GetAll(path, Properties(arguments), session);
   const bool exact =
       std::any_of(found.instances.begin(), found.instances.end(),
                   [&](const broker::Instance& instance) { return Answers(instance.path, path); });
-  for (broker::Instance& instance : found.instances) {
+  for (const broker::Instance& instance : found.instances) {
     if (exact && !Answers(instance.path, path)) continue;
     if (arguments.names) {
-      writer.OnObjectPath(std::move(instance.path));
+      writer.OnObjectPath(ObjectPath(instance.path));
     } else {
-      writer.OnInstance(std::move(instance));
+      writer.OnInstance(broker::Instance(instance));
     }
   }
   if (found.instances.empty()) {
@@ -188,8 +212,22 @@ void ShowElements(const Arguments& arguments, Session& session, std::ostream& ou
   writer->Finish(false);
 }
 
-void Run(const Arguments& arguments, std::ostream& out) {
-  if (arguments.command == Command::kClasses) return ListClasses(arguments, out);
+int Register(const Arguments& arguments, std::ostream& out) {
+  SelectHost(arguments.source);
+  RegisterOptions options = arguments.registration;
+  options.root = geteuid() == 0;
+  if (!options.unregister) options.library = FindLibrary(arguments.library);
+  options.schema_folder = FindSchemaFolder();
+  options.system_name = SystemName();
+  return RunRegister(options, out, std::cerr);
+}
+
+int Run(const Arguments& arguments, std::ostream& out) {
+  if (arguments.command == Command::kRegister) return Register(arguments, out);
+  if (arguments.command == Command::kClasses) {
+    ListClasses(arguments, out);
+    return kExitOk;
+  }
   SelectHost(arguments.source);
   Session session({arguments.library, SystemName(), arguments.verbose});
   if (SeesOnlyPart()) {
@@ -197,8 +235,12 @@ void Run(const Arguments& arguments, std::ostream& out) {
                "ostrel-pci: without root the kernel shows 64 bytes of each function's "
                "configuration space: capabilities and port types are unknown; run as root\n");
   }
-  if (arguments.command == Command::kTree) return Tree(arguments, session, out);
-  ShowElements(arguments, session, out);
+  if (arguments.command == Command::kTree) {
+    Tree(arguments, session, out);
+  } else {
+    ShowElements(arguments, session, out);
+  }
+  return session.incomplete() ? kExitFailed : kExitOk;
 }
 
 int Fail(std::string_view what, int status) {
@@ -225,9 +267,9 @@ int ReadAndRun(int argc, const char* const* argv) {
   const auto parsed = ParseCommandLine(argc, argv, help, std::cerr);
   if (const int* status = std::get_if<int>(&parsed)) return WriteHelp(help.str(), *status);
   FileOutput out(STDOUT_FILENO);
-  Run(std::get<Arguments>(parsed), out);
+  const int status = Run(std::get<Arguments>(parsed), out);
   out.flush();
-  return kExitOk;
+  return status;
 }
 
 }  // namespace

@@ -48,7 +48,7 @@ std::optional<Value> KnownKey(const Class& cls, const broker::schema::Property& 
   if (EqualIgnoringCase(key.name, "CreationClassName")) return Value(cls.name);
   if (EqualIgnoringCase(key.name, "SystemCreationClassName")) return Value(system.class_name);
   if (EqualIgnoringCase(key.name, "SystemName")) return *system.Key("Name");
-  if (EqualIgnoringCase(key.reference_class, "CIM_System")) return Value(system);
+  if (broker::schema::IsA(key.reference_class, "CIM_System")) return Value(system);
   return std::nullopt;
 }
 

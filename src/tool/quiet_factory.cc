@@ -1,6 +1,7 @@
 #include "tool/quiet_factory.h"
 
 #include <sys/mman.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <array>
@@ -12,6 +13,7 @@ namespace tool {
 namespace {
 
 constexpr std::string_view kTrace = "--- _Create_InstanceMI() ";
+constexpr std::string_view kIncomplete = "reporting may be incomplete";
 
 // Standard error goes into memory while this lives.
 class CaughtStderr {
@@ -25,45 +27,85 @@ class CaughtStderr {
   CaughtStderr& operator=(const CaughtStderr&) = delete;
 
   ~CaughtStderr() {
-    std::fflush(stderr);
-    if (stderr_ >= 0) {
-      dup2(stderr_, 2);
-      close(stderr_);
-      WriteOutRest();
-    }
+    Restore();
     if (memory_ >= 0) close(memory_);
   }
 
- private:
-  std::string Caught() const {
+  // Ends the catching.
+  void Restore() {
+    if (stderr_ < 0) return;
+    std::fflush(stderr);
+    dup2(stderr_, 2);
+    close(stderr_);
+    stderr_ = -1;
+  }
+
+  std::string Text() const {
     std::string text;
     std::array<char, 4096> block;
-    lseek(memory_, 0, SEEK_SET);
+    if (memory_ < 0 || lseek(memory_, 0, SEEK_SET) != 0) return text;
     for (ssize_t got; (got = read(memory_, block.data(), block.size())) > 0;) {
       text.append(block.data(), static_cast<std::size_t>(got));
     }
     return text;
   }
 
-  void WriteOutRest() const {
-    const std::string caught = Caught();
-    for (std::string_view rest = caught; !rest.empty();) {
-      const std::string_view line = rest.substr(0, rest.find('\n') + 1);  // all where there is none
-      const std::string_view taken = line.empty() ? rest : line;
-      if (!taken.starts_with(kTrace)) std::fwrite(taken.data(), 1, taken.size(), stderr);
-      rest.remove_prefix(taken.size());
-    }
-  }
-
+ private:
   int memory_;
   int stderr_;
 };
 
+// The log goes to standard error while this lives; outside of a verbose process, errors alone.
+class LoggedErrors {
+ public:
+  explicit LoggedErrors(bool verbose) : verbose_(verbose) {
+    if (verbose_) return;
+    OpenLog(true);
+    mask_ = setlogmask(LOG_MASK(LOG_ERR));
+  }
+  LoggedErrors(const LoggedErrors&) = delete;
+  LoggedErrors& operator=(const LoggedErrors&) = delete;
+
+  ~LoggedErrors() {
+    if (verbose_) return;
+    setlogmask(mask_);
+    OpenLog(false);
+  }
+
+ private:
+  bool verbose_;
+  int mask_ = 0;
+};
+
+void WriteOut(std::string_view caught, bool with_trace) {
+  while (!caught.empty()) {
+    const std::size_t end = caught.find('\n');
+    const std::string_view line = caught.substr(0, end == caught.npos ? end : end + 1);
+    if (with_trace || !line.starts_with(kTrace)) std::fwrite(line.data(), 1, line.size(), stderr);
+    caught.remove_prefix(line.size());
+  }
+}
+
 }  // namespace
 
-void WithoutTraceLines(const std::function<void()>& call) {
-  const CaughtStderr caught;
-  call();
+void OpenLog(bool verbose) { openlog("ostrel-pci", verbose ? LOG_PERROR : 0, LOG_USER); }
+
+bool RunFactory(const std::function<void()>& call, bool verbose) {
+  CaughtStderr caught;
+  const auto finish = [&] {
+    caught.Restore();
+    const std::string text = caught.Text();
+    WriteOut(text, verbose);
+    return text.find(kIncomplete) != text.npos;
+  };
+  try {
+    const LoggedErrors errors(verbose);
+    call();
+  } catch (...) {
+    finish();
+    throw;
+  }
+  return finish();
 }
 
 }  // namespace tool

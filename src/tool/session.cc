@@ -1,7 +1,6 @@
 #include "tool/session.h"
 
 #include <fmt/format.h>
-#include <syslog.h>
 
 #include <cstdio>
 #include <exception>
@@ -26,7 +25,7 @@ using broker::ResultSink;
 using broker::Status;
 using broker::schema::Class;
 
-broker::Options ManagerOptions(const SessionOptions& options) {
+broker::Options ManagerOptions(const SessionOptions& options, bool& incomplete) {
   broker::Options manager;
   manager.system_name = options.system_name;
   if (options.verbose) {
@@ -35,10 +34,12 @@ broker::Options ManagerOptions(const SessionOptions& options) {
                  entry.source == broker::LogEntry::Source::kLog ? "log" : "trace", entry.level,
                  entry.id, entry.text);
     };
-  } else {
-    manager.around_factory = [](std::string_view, broker::ProviderKind,
-                                const std::function<void()>& call) { WithoutTraceLines(call); };
   }
+  manager.around_factory = [&incomplete, verbose = options.verbose](
+                               std::string_view, broker::ProviderKind,
+                               const std::function<void()>& call) {
+    incomplete = RunFactory(call, verbose) || incomplete;
+  };
   return manager;
 }
 
@@ -124,8 +125,10 @@ bool RolesFit(const Class& association, const ObjectPath& source, const Associat
 }
 
 Session::Session(const SessionOptions& options)
-    : verbose_(options.verbose), manager_(ManagerOptions(options)), system_(manager_.SystemPath()) {
-  openlog("ostrel-pci", options.verbose ? LOG_PERROR : 0, LOG_USER);
+    : verbose_(options.verbose),
+      manager_(ManagerOptions(options, incomplete_)),
+      system_(manager_.SystemPath()) {
+  OpenLog(options.verbose);
   const auto library = OpenLibrary(options.library);
   for (const Class* cls : ServedClasses()) {
     if (library->FindInstanceFactory(cls->name) == nullptr) {

@@ -35,6 +35,10 @@ class Session {
 
   const broker::ObjectPath& system() const { return system_; }
 
+  // Whether the library could not read the whole host; standard error says why. The requests are
+  // answered with what there is.
+  bool incomplete() const { return incomplete_; }
+
   // Requests. Each asks every provider that is concerned and goes on with the next one when one
   // fails; then throws StatusError with the first failure. Elements reach the sink as they come.
   // `cls` may be a superclass of served ones.
@@ -64,6 +68,7 @@ class Session {
                                           const broker::AssociationFilter& filter) const;
 
   bool verbose_;
+  bool incomplete_ = false;
   broker::ObjectManager manager_;
   broker::ObjectPath system_;
 };
