@@ -213,15 +213,21 @@ class Parser {
     command->add_flag("--ascii", arguments_.ascii, "Draw with plain characters");
   }
 
+  static Server ServerOf(const std::string& name) {
+    if (name == "sfcb") return Server::kSfcb;
+    if (name == "pegasus") return Server::kPegasus;
+    throw UsageError("--for " + name + ": this command knows pegasus, sfcb");
+  }
+
   void AddRegister(const char* name, const char* description, bool unregister) {
     RegisterOptions& options = arguments_.registration;
     CLI::App* command = AddCommand(name, "", Command::kRegister, description, kRegisterExamples);
     command->parse_complete_callback([&options, unregister] { options.unregister = unregister; });
-    const std::map<std::string, Server> servers = {{"sfcb", Server::kSfcb},
-                                                   {"pegasus", Server::kPegasus}};
-    command->add_option("--for", options.server, "The object manager: sfcb or pegasus")
+    command
+        ->add_option_function<std::string>(
+            "--for", [&options](const std::string& server) { options.server = ServerOf(server); },
+            "The object manager: sfcb or pegasus")
         ->required()
-        ->transform(CLI::Transformer(servers))
         ->type_name("SERVER");
     command->add_flag("--dry-run", options.dry_run, "Print the steps, carry out none");
     command->add_flag("--with-system", options.with_system,

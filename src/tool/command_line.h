@@ -13,10 +13,11 @@
 
 #include "broker/object_manager.h"
 #include "tool/host_source.h"
+#include "tool/register_command.h"
 
 namespace tool {
 
-enum class Command { kClasses, kEnumerate, kGet, kAssociators, kReferences, kTree };
+enum class Command { kClasses, kEnumerate, kGet, kAssociators, kReferences, kTree, kRegister };
 enum class Format { kTable, kJson, kMof, kXml, kDot };
 
 struct Arguments {
@@ -32,6 +33,7 @@ struct Arguments {
   bool verbose = false;
   HostSource source;
   std::optional<std::string> library;
+  RegisterOptions registration;  // what the options of register and unregister say
 };
 
 // Reads the command line (argv[0] is the program). Help and version go to `out`, what is wrong to
