@@ -84,7 +84,7 @@ std::string ToString(const ProviderError& error);
 struct Options {
   std::string system_name = "localhost";  // reported in lower case
   std::string name_space = "root/cimv2";  // for paths that come without one
-  std::string principal;                  // context entry "CMPIPrincipal"; none while empty
+  std::string principal = {};             // context entry "CMPIPrincipal"; none while empty
   SystemClassMode system_class = SystemClassMode::kServed;
   Status system_class_refusal{CMPI_RC_ERR_FAILED, "system class refused"};
   bool check_guest = true;
@@ -93,9 +93,9 @@ struct Options {
   // Called around every factory call instead of the call itself; must run `call` once.
   std::function<void(std::string_view class_name, ProviderKind kind,
                      const std::function<void()>& call)>
-      around_factory;
+      around_factory = {};
   // Receives logMessage and trace, on the provider's thread; nothing is written while it is empty.
-  std::function<void(const LogEntry&)> log;
+  std::function<void(const LogEntry&)> log = {};
 };
 
 struct Statistics {

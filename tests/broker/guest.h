@@ -1,0 +1,48 @@
+// An object manager with the guest libraries of this folder loaded.
+
+#ifndef TESTS_BROKER_GUEST_H_
+#define TESTS_BROKER_GUEST_H_
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "broker/object_manager.h"
+
+namespace broker {
+
+inline std::shared_ptr<const ProviderLibrary> GuestLibrary() {
+  return ProviderLibrary::Open(GUEST_PROVIDER);
+}
+
+// Registers `classes` of the guest library.
+inline std::unique_ptr<ObjectManager> ManagerWith(const std::vector<std::string>& classes,
+                                                  Options options = {}) {
+  auto manager = std::make_unique<ObjectManager>(std::move(options));
+  const auto library = GuestLibrary();
+  for (const std::string& name : classes) manager->Register(name, library);
+  return manager;
+}
+
+inline ObjectPath PathWith(const std::string& class_name, const std::string& key, Value value) {
+  return {std::nullopt, "root/cimv2", class_name, {{key, std::move(value)}}};
+}
+
+// Enumerates the instances of the class by itself and answers what happened.
+struct Outcome {
+  Status status;
+  Recorder found;
+  std::vector<ProviderError> errors;
+};
+inline Outcome Enumerate(ObjectManager& manager, const std::string& class_name) {
+  Outcome outcome;
+  outcome.status = manager.EnumerateInstances(class_name, manager.ClassPath(class_name),
+                                              std::nullopt, outcome.found);
+  outcome.errors = manager.ProviderErrors();
+  return outcome;
+}
+
+}  // namespace broker
+
+#endif  // TESTS_BROKER_GUEST_H_

@@ -1,0 +1,116 @@
+// What a provider must not do: it is answered with an error code and kept for the one who asks.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "guest.h"
+
+namespace broker {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+struct Misuse {
+  const char* class_name;
+  CMPIrc code;
+  const char* function;
+  const char* text;
+};
+
+void PrintTo(const Misuse& misuse, std::ostream* out) { *out << misuse.class_name; }
+
+class GuestCheck : public ::testing::TestWithParam<Misuse> {};
+
+TEST_P(GuestCheck, ReportsTheMisuse) {
+  const Misuse& misuse = GetParam();
+  const auto manager = ManagerWith({misuse.class_name});
+  const Outcome outcome = Enumerate(*manager, misuse.class_name);
+  EXPECT_EQ(StatusName(outcome.status.code), StatusName(misuse.code));
+  EXPECT_THAT(outcome.found.instances, IsEmpty());
+  ASSERT_FALSE(outcome.errors.empty());
+  const ProviderError& error = outcome.errors.back();
+  EXPECT_EQ(error.class_name, misuse.class_name);
+  EXPECT_EQ(error.operation, "EnumerateInstances");
+  EXPECT_EQ(error.function, misuse.function);
+  EXPECT_THAT(error.text, HasSubstr(misuse.text));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Misuses, GuestCheck,
+    ::testing::Values(
+        Misuse{"Guest_WrongType", CMPI_RC_ERR_TYPE_MISMATCH, "CMPIInstance.setProperty",
+               "Ostrel_PCIPortGroup.BusNumber: uint16 where the class says uint8"},
+        Misuse{"Guest_UnknownProperty", CMPI_RC_ERR_NO_SUCH_PROPERTY, "CMPIInstance.setProperty",
+               "Colour: the class has no such property"},
+        Misuse{"Guest_AfterMark", CMPI_RC_ERR_INVALID_HANDLE, "CMPIResult.returnInstance",
+               "used after its release"},
+        Misuse{"Guest_DoubleMarkRelease", CMPI_RC_ERR_INVALID_HANDLE, "CMPIBroker.release",
+               "no open mark"},
+        Misuse{"Guest_DoubleRelease", CMPI_RC_ERR_INVALID_HANDLE, "CMPIObjectPath.release",
+               "used after its release"},
+        Misuse{"Guest_AfterDone", CMPI_RC_ERR_FAILED, "CMPIResult.returnInstance",
+               "after returnDone"},
+        Misuse{"Guest_AfterError", CMPI_RC_ERR_FAILED, "CMPIResult.returnInstance",
+               "after returnError"},
+        Misuse{"Guest_PathForInstance", CMPI_RC_ERR_FAILED, "CMPIResult.returnObjectPath",
+               "returns instances"},
+        Misuse{"Guest_WrongKind", CMPI_RC_ERR_INVALID_HANDLE, "CMPIResult.returnInstance",
+               "a CMPIObjectPath where a CMPIInstance belongs"},
+        Misuse{"Guest_Null", CMPI_RC_ERR_INVALID_HANDLE, "CMPIResult.returnInstance",
+               "a null object"},
+        Misuse{"Guest_Outer", CMPI_RC_ERR_INVALID_HANDLE, "CMPIObjectPath.getKeyCount",
+               "an object of another call"},
+        Misuse{"Guest_Throwing", CMPI_RC_ERR_FAILED, "EnumerateInstances", "out of the operation"}),
+    [](const auto& tested) { return std::string(tested.param.class_name).substr(6); });
+
+TEST(GuestCheck, MeetsAnObjectThatWasKeptFromAnEarlierCall) {
+  const auto manager = ManagerWith({"Guest_Keeper"});
+  EXPECT_TRUE(Enumerate(*manager, "Guest_Keeper").status.ok());
+  const Outcome late = Enumerate(*manager, "Guest_Keeper");
+  EXPECT_EQ(late.status.code, CMPI_RC_ERR_INVALID_HANDLE);
+  ASSERT_EQ(late.errors.size(), 1U);
+  EXPECT_EQ(ToString(late.errors[0]),
+            "EnumerateInstances of Guest_Keeper: CMPIResult.returnInstance: an object used after "
+            "its release");
+}
+
+TEST(GuestCheck, ReportsEveryNullOfACall) {
+  const auto manager = ManagerWith({"Guest_Null"});
+  const Outcome outcome = Enumerate(*manager, "Guest_Null");
+  ASSERT_EQ(outcome.errors.size(), 4U);
+  EXPECT_EQ(outcome.errors[0].text, "a null name");
+  EXPECT_EQ(outcome.errors[1].text, "a null value");
+  EXPECT_EQ(outcome.errors[2].function, "CMPIBroker.newObjectPath");
+  manager->ClearProviderErrors();
+  EXPECT_THAT(manager->ProviderErrors(), IsEmpty());
+}
+
+TEST(GuestCheck, ReportsThreadsThatAreNotAttached) {
+  const auto manager = ManagerWith({"Guest_Unattached"});
+  const Outcome outcome = Enumerate(*manager, "Guest_Unattached");
+  ASSERT_EQ(outcome.errors.size(), 2U);
+  EXPECT_EQ(outcome.errors[0].function, "CMPIObjectPath.getKeyCount");
+  EXPECT_EQ(outcome.errors[1].function, "CMPIBroker.newString");
+  for (const ProviderError& error : outcome.errors) {
+    EXPECT_EQ(error.operation, "outside of any request");
+    EXPECT_EQ(error.text, "a thread that is not attached");
+  }
+}
+
+TEST(GuestCheck, HandsAReturnedErrorToTheSink) {
+  const auto manager = ManagerWith({"Guest_AfterError"});
+  const Outcome outcome = Enumerate(*manager, "Guest_AfterError");
+  ASSERT_EQ(outcome.found.errors.size(), 1U);
+  EXPECT_EQ(outcome.found.errors[0], (Status{CMPI_RC_ERR_FAILED, "it went wrong"}));
+}
+
+TEST(GuestCheck, MayBeLeftOut) {
+  const auto manager = ManagerWith({"Guest_Plain", "Guest_Outer"}, {.check_guest = false});
+  EXPECT_EQ(Enumerate(*manager, "Guest_Plain").found.instances.size(), 3U);
+  EXPECT_TRUE(Enumerate(*manager, "Guest_Outer").status.ok());
+  EXPECT_THAT(manager->ProviderErrors(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace broker

@@ -1,0 +1,499 @@
+// A provider library for the tests of the object manager: well-behaved classes, and classes that
+// each misuse the interface in one way. It knows nothing but the C interface.
+
+#include <pthread.h>
+
+#include <cstring>
+#include <stdexcept>
+#include <string>
+
+#include "platform/cmpi/cmpi.h"
+
+namespace {
+
+const CMPIBroker* broker = nullptr;
+
+constexpr CMPIStatus kOk = {CMPI_RC_OK, nullptr};
+
+CMPIStatus Failed(CMPIrc code, const char* text) {
+  return {code, broker->eft->newString(broker, text, nullptr)};
+}
+
+const CMPIValue* Chars(const char* text) { return reinterpret_cast<const CMPIValue*>(text); }
+
+const char* Text(const CMPIString* string) {
+  return string != nullptr ? string->ft->getCharPtr(string, nullptr) : "";
+}
+
+CMPIObjectPath* NewPath(const char* class_name, const char* name) {
+  CMPIObjectPath* path = broker->eft->newObjectPath(broker, "root/cimv2", class_name, nullptr);
+  path->ft->addKey(path, "Name", Chars(name), CMPI_chars);
+  return path;
+}
+
+CMPIInstance* NewInstance(const char* class_name, const char* name) {
+  return broker->eft->newInstance(broker, NewPath(class_name, name), nullptr);
+}
+
+void SetUint32(CMPIInstance* instance, const char* name, CMPIUint32 number) {
+  CMPIValue value;
+  value.uint32 = number;
+  instance->ft->setProperty(instance, name, &value, CMPI_uint32);
+}
+
+CMPIUint32 NumberKey(const CMPIObjectPath* path, const char* name) {
+  CMPIStatus rc = kOk;
+  const CMPIData data = path->ft->getKey(path, name, &rc);
+  return rc.rc == CMPI_RC_OK ? data.value.uint32 : 0;
+}
+
+CMPIStatus ReturnNamed(const CMPIResult* result, const char* class_name, const char* name) {
+  return result->ft->returnInstance(result, NewInstance(class_name, name));
+}
+
+// What the entry points of a class get.
+struct Call {
+  const CMPIContext* context;
+  const CMPIResult* result;
+  const CMPIObjectPath* path;
+  const char** properties;
+};
+
+// ---------------------------------------------------------------------------------------------
+// Well-behaved
+
+const char* const kNames[] = {"one", "two", "three"};
+
+CMPIStatus PlainInstances(const Call& call) {
+  for (CMPIUint32 i = 0; i < 3; ++i) {
+    CMPIInstance* instance = NewInstance("Guest_Plain", kNames[i]);
+    SetUint32(instance, "Number", i + 1);
+    instance->ft->setProperty(instance, "Text", Chars("a \"text\""), CMPI_chars);
+    instance->ft->setPropertyFilter(instance, call.properties, nullptr);
+    call.result->ft->returnInstance(call.result, instance);
+  }
+  return call.result->ft->returnDone(call.result);
+}
+
+CMPIStatus PlainNames(const Call& call) {
+  for (const char* name : kNames) {
+    call.result->ft->returnObjectPath(call.result, NewPath("Guest_Plain", name));
+  }
+  call.result->ft->returnDone(call.result);
+  return call.result->ft->returnDone(call.result);  // twice is once
+}
+
+CMPIStatus PlainInstance(const Call& call) {
+  CMPIStatus rc = kOk;
+  const CMPIData name = call.path->ft->getKey(call.path, "NAME", &rc);
+  if (rc.rc != CMPI_RC_OK) return Failed(rc.rc, "no key");
+  for (const char* known : kNames) {
+    if (std::strcmp(Text(name.value.string), known) == 0) {
+      return ReturnNamed(call.result, "Guest_Plain", known);
+    }
+  }
+  return kOk;  // and no instance
+}
+
+// Asks for a class, its name in the key "Ask", and returns what it finds.
+CMPIStatus AskInstances(const Call& call) {
+  const char* asked = Text(call.path->ft->getKey(call.path, "Ask", nullptr).value.string);
+  CMPIObjectPath* path = broker->eft->newObjectPath(broker, "root/cimv2", asked, nullptr);
+  CMPIStatus rc = kOk;
+  CMPIEnumeration* found =
+      broker->bft->enumerateInstances(broker, call.context, path, call.properties, &rc);
+  if (found == nullptr) return rc;
+  while (found->ft->hasNext(found, nullptr) != 0) {
+    const CMPIData data = found->ft->getNext(found, nullptr);
+    call.result->ft->returnData(call.result, &data.value, CMPI_instance);
+  }
+  return call.result->ft->returnDone(call.result);
+}
+
+CMPIStatus AskNames(const Call& call) {
+  const char* asked = Text(call.path->ft->getKey(call.path, "Ask", nullptr).value.string);
+  CMPIObjectPath* path = broker->eft->newObjectPath(broker, "root/cimv2", asked, nullptr);
+  CMPIStatus rc = kOk;
+  CMPIEnumeration* found = broker->bft->enumerateInstanceNames(broker, call.context, path, &rc);
+  if (found == nullptr) return rc;
+  while (found->ft->hasNext(found, nullptr) != 0) {
+    const CMPIData data = found->ft->getNext(found, nullptr);
+    call.result->ft->returnObjectPath(call.result, data.value.ref);
+  }
+  return kOk;
+}
+
+CMPIStatus AskInstance(const Call& call) {
+  const char* asked = Text(call.path->ft->getKey(call.path, "Ask", nullptr).value.string);
+  const char* name = Text(call.path->ft->getKey(call.path, "Name", nullptr).value.string);
+  CMPIStatus rc = kOk;
+  CMPIInstance* found =
+      broker->bft->getInstance(broker, call.context, NewPath(asked, name), call.properties, &rc);
+  if (found == nullptr) return rc;
+  return call.result->ft->returnInstance(call.result, found);
+}
+
+// Each level returns itself after the levels below it, asked for through the object manager.
+CMPIStatus RecursiveInstances(const Call& call) {
+  const CMPIUint32 depth = NumberKey(call.path, "Depth");
+  if (depth > 0) {
+    CMPIObjectPath* below = NewPath("Guest_Recursive", "below");
+    CMPIValue value;
+    value.uint32 = depth - 1;
+    below->ft->addKey(below, "Depth", &value, CMPI_uint32);
+    CMPIStatus rc = kOk;
+    CMPIEnumeration* found =
+        broker->bft->enumerateInstances(broker, call.context, below, nullptr, &rc);
+    if (found == nullptr) return rc;
+    while (found->ft->hasNext(found, nullptr) != 0) {
+      call.result->ft->returnInstance(call.result, found->ft->getNext(found, nullptr).value.inst);
+    }
+  }
+  CMPIInstance* instance = NewInstance("Guest_Recursive", "level");
+  SetUint32(instance, "Depth", depth);
+  return call.result->ft->returnInstance(call.result, instance);
+}
+
+// As many instances as the key "Count" says, each between mark and release where there are any.
+CMPIStatus LongInstances(const Call& call) {
+  const CMPIUint32 count = NumberKey(call.path, "Count");
+  const bool marks = (broker->bft->brokerCapabilities & CMPI_MB_Supports_MemEnhancements) != 0 &&
+                     NumberKey(call.path, "Mark") != 0;
+  for (CMPIUint32 i = 0; i < count; ++i) {
+    CMPIGcStat* mark = marks ? broker->mft->mark(broker, nullptr) : nullptr;
+    CMPIInstance* instance = NewInstance("Guest_Long", "element");
+    SetUint32(instance, "Number", i);
+    for (const char* property : {"A", "B", "C", "D"}) {
+      instance->ft->setProperty(instance, property, Chars("some text of a usual length"),
+                                CMPI_chars);
+    }
+    call.result->ft->returnInstance(call.result, instance);
+    if (marks) broker->mft->release(broker, mark);
+  }
+  return call.result->ft->returnDone(call.result);
+}
+
+// Grows an instance that is older than the mark, inside of the mark.
+CMPIStatus GrowInstances(const Call& call) {
+  CMPIInstance* instance = NewInstance("Guest_Grow", "grown");
+  for (int i = 0; i < 100; ++i) {
+    CMPIGcStat* mark = broker->mft->mark(broker, nullptr);
+    const std::string name = "Property" + std::to_string(i);
+    instance->ft->setProperty(instance, name.c_str(), Chars(name.c_str()), CMPI_chars);
+    broker->mft->release(broker, mark);
+  }
+  return call.result->ft->returnInstance(call.result, instance);
+}
+
+struct Errand {
+  CMPIContext* context;
+  const CMPIResult* result;
+};
+
+void* RunErrand(void* parameter) {
+  auto* errand = static_cast<Errand*>(parameter);
+  broker->bft->attachThread(broker, errand->context);
+  ReturnNamed(errand->result, "Guest_Thread", "from a thread");
+  broker->bft->detachThread(broker, errand->context);
+  return nullptr;
+}
+
+CMPIStatus ThreadInstances(const Call& call) {
+  Errand errand{broker->bft->prepareAttachThread(broker, call.context), call.result};
+  void* thread = broker->xft->newThread(RunErrand, &errand, 0);
+  broker->xft->joinThread(thread, nullptr);
+  return call.result->ft->returnDone(call.result);
+}
+
+// Shows what it was given: the context's entries, the class and the property list.
+CMPIStatus EchoInstances(const Call& call) {
+  CMPIInstance* instance = NewInstance("Guest_Echo", "echo");
+  const CMPICount count = call.context->ft->getEntryCount(call.context, nullptr);
+  for (CMPICount i = 0; i < count; ++i) {
+    CMPIString* name = nullptr;
+    const CMPIData data = call.context->ft->getEntryAt(call.context, i, &name, nullptr);
+    instance->ft->setProperty(instance, Text(name), &data.value, data.type);
+  }
+  const CMPIString* path = broker->eft->toString(broker, call.path, nullptr);
+  instance->ft->setProperty(instance, "Path", Chars(Text(path)), CMPI_chars);
+  std::string listed = call.properties == nullptr ? "all" : "";
+  for (const char** name = call.properties; name != nullptr && *name != nullptr; ++name) {
+    listed += *name;
+    listed += ' ';
+  }
+  instance->ft->setProperty(instance, "Listed", Chars(listed.c_str()), CMPI_chars);
+  return call.result->ft->returnInstance(call.result, instance);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Misbehaving
+
+CMPIStatus WrongTypeInstances(const Call& call) {
+  CMPIObjectPath* path =
+      broker->eft->newObjectPath(broker, "root/cimv2", "Ostrel_PCIPortGroup", nullptr);
+  path->ft->addKey(path, "InstanceID", Chars("Ostrel:bus-1"), CMPI_chars);
+  CMPIInstance* instance = broker->eft->newInstance(broker, path, nullptr);
+  CMPIValue value;
+  value.uint16 = 1;
+  return instance->ft->setProperty(instance, "BusNumber", &value, CMPI_uint16);
+  (void)call;
+}
+
+CMPIStatus UnknownPropertyInstances(const Call&) {
+  CMPIObjectPath* path =
+      broker->eft->newObjectPath(broker, "root/cimv2", "Ostrel_PCIPortGroup", nullptr);
+  CMPIInstance* instance = broker->eft->newInstance(broker, path, nullptr);
+  return instance->ft->setProperty(instance, "Colour", Chars("red"), CMPI_chars);
+}
+
+CMPIStatus AfterMarkInstances(const Call& call) {
+  CMPIGcStat* mark = broker->mft->mark(broker, nullptr);
+  CMPIInstance* instance = NewInstance("Guest_AfterMark", "gone");
+  broker->mft->release(broker, mark);
+  return call.result->ft->returnInstance(call.result, instance);
+}
+
+CMPIStatus DoubleMarkReleaseInstances(const Call&) {
+  CMPIGcStat* mark = broker->mft->mark(broker, nullptr);
+  broker->mft->release(broker, mark);
+  return broker->mft->release(broker, mark);
+}
+
+CMPIStatus DoubleReleaseInstances(const Call&) {
+  CMPIObjectPath* path = NewPath("Guest_DoubleRelease", "gone");
+  CMPIObjectPath* clone = path->ft->clone(path, nullptr);
+  clone->ft->release(clone);
+  return clone->ft->release(clone);
+}
+
+// Keeps an object from one call to the next.
+CMPIInstance* kept = nullptr;
+
+CMPIStatus KeeperInstances(const Call& call) {
+  if (kept == nullptr) {
+    kept = NewInstance("Guest_Keeper", "kept");
+    return kOk;
+  }
+  CMPIInstance* late = kept;
+  kept = nullptr;
+  return call.result->ft->returnInstance(call.result, late);
+}
+
+// Uses an object of the call that asked, which is another one and still runs.
+const CMPIObjectPath* outer_path = nullptr;
+
+CMPIStatus OuterInstances(const Call& call) {
+  if (outer_path != nullptr) {
+    CMPIStatus rc = kOk;
+    outer_path->ft->getKeyCount(outer_path, &rc);
+    return rc;
+  }
+  outer_path = call.path;
+  CMPIStatus rc = kOk;
+  broker->bft->enumerateInstances(broker, call.context, call.path, nullptr, &rc);
+  outer_path = nullptr;
+  return rc;
+}
+
+CMPIStatus AfterDoneInstances(const Call& call) {
+  call.result->ft->returnDone(call.result);
+  return ReturnNamed(call.result, "Guest_AfterDone", "late");
+}
+
+CMPIStatus AfterErrorInstances(const Call& call) {
+  CMPIError* error = broker->eft->newCMPIError(broker, "guest", "1", "it went wrong", ErrSevHigh,
+                                               ErrProbCauseUnknown, CMPI_RC_ERR_FAILED, nullptr);
+  call.result->ft->returnError(call.result, error);
+  return ReturnNamed(call.result, "Guest_AfterError", "late");
+}
+
+CMPIStatus PathForInstanceInstances(const Call& call) {
+  return call.result->ft->returnObjectPath(call.result, NewPath("Guest_Plain", "path"));
+}
+
+CMPIStatus WrongKindInstances(const Call& call) {
+  CMPIObjectPath* path = NewPath("Guest_WrongKind", "path");
+  return call.result->ft->returnInstance(call.result, reinterpret_cast<CMPIInstance*>(path));
+}
+
+CMPIStatus NullInstances(const Call& call) {
+  CMPIObjectPath* path = NewPath("Guest_Null", "path");
+  path->ft->addKey(path, nullptr, Chars("value"), CMPI_chars);
+  path->ft->addKey(path, "Key", nullptr, CMPI_string);
+  broker->eft->newObjectPath(broker, "root/cimv2", nullptr, nullptr);
+  return call.result->ft->returnInstance(call.result, nullptr);
+}
+
+CMPIStatus ThrowingInstances(const Call&) { throw std::runtime_error("out of the operation"); }
+
+CMPIStatus LeakInstances(const Call& call) {
+  CMPIInstance* instance = NewInstance("Guest_Leak", "leaked");
+  CMPIInstance* leaked = instance->ft->clone(instance, nullptr);
+  return call.result->ft->returnInstance(call.result, leaked);
+}
+
+void* UseUnattached(void* parameter) {
+  auto* path = static_cast<const CMPIObjectPath*>(parameter);
+  path->ft->getKeyCount(path, nullptr);
+  broker->eft->newString(broker, "text", nullptr);
+  return nullptr;
+}
+
+CMPIStatus UnattachedInstances(const Call& call) {
+  pthread_t thread;
+  pthread_create(&thread, nullptr, UseUnattached, const_cast<CMPIObjectPath*>(call.path));
+  pthread_join(thread, nullptr);
+  return kOk;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Provider records
+
+using Operation = CMPIStatus (*)(const Call&);
+
+CMPIStatus NotServed(const Call&) { return {CMPI_RC_ERR_NOT_SUPPORTED, nullptr}; }
+
+CMPIStatus Cleanup(CMPIInstanceMI*, const CMPIContext*, CMPIBoolean) { return kOk; }
+CMPIStatus StayLoaded(CMPIInstanceMI*, const CMPIContext*, CMPIBoolean) {
+  return {CMPI_RC_DO_NOT_UNLOAD, nullptr};
+}
+
+template <Operation kNamesOf>
+CMPIStatus EnumNames(CMPIInstanceMI*, const CMPIContext* ctx, const CMPIResult* rslt,
+                     const CMPIObjectPath* op) {
+  return kNamesOf({ctx, rslt, op, nullptr});
+}
+template <Operation kInstancesOf>
+CMPIStatus Listed(CMPIInstanceMI*, const CMPIContext* ctx, const CMPIResult* rslt,
+                  const CMPIObjectPath* op, const char** properties) {
+  return kInstancesOf({ctx, rslt, op, properties});
+}
+CMPIStatus Create(CMPIInstanceMI*, const CMPIContext*, const CMPIResult* rslt,
+                  const CMPIObjectPath* op, const CMPIInstance* inst) {
+  CMPIObjectPath* made = op->ft->clone(op, nullptr);
+  CMPIData name = inst->ft->getProperty(inst, "Name", nullptr);
+  made->ft->addKey(made, "Name", &name.value, name.type);
+  rslt->ft->returnObjectPath(rslt, made);
+  made->ft->release(made);
+  return rslt->ft->returnDone(rslt);
+}
+CMPIStatus Modify(CMPIInstanceMI*, const CMPIContext*, const CMPIResult*, const CMPIObjectPath*,
+                  const CMPIInstance* inst, const char**) {
+  return Failed(CMPI_RC_ERR_ACCESS_DENIED,
+                Text(inst->ft->getProperty(inst, "Text", nullptr).value.string));
+}
+CMPIStatus Delete(CMPIInstanceMI*, const CMPIContext*, const CMPIResult*, const CMPIObjectPath*) {
+  return kOk;
+}
+CMPIStatus Query(CMPIInstanceMI*, const CMPIContext*, const CMPIResult*, const CMPIObjectPath*,
+                 const char* query, const char* lang) {
+  return Failed(CMPI_RC_ERR_INVALID_QUERY, (std::string(lang) + ": " + query).c_str());
+}
+
+template <Operation kInstancesOf, Operation kNamesOf = NotServed, Operation kInstanceOf = NotServed>
+CMPIInstanceMI* InstanceRecord(const CMPIBroker* mb, decltype(&Cleanup) cleanup = Cleanup) {
+  static CMPIInstanceMIFT table = {CMPIVersion200,
+                                   CMPIVersion200,
+                                   "guest",
+                                   cleanup,
+                                   EnumNames<kNamesOf>,
+                                   Listed<kInstancesOf>,
+                                   Listed<kInstanceOf>,
+                                   Create,
+                                   Modify,
+                                   Delete,
+                                   Query};
+  static CMPIInstanceMI record = {nullptr, &table};
+  broker = mb;
+  return &record;
+}
+
+CMPIStatus CleanupLink(CMPIAssociationMI*, const CMPIContext*, CMPIBoolean) { return kOk; }
+
+// An association instance that shows the filters of the request.
+CMPIInstance* NewLink(const CMPIObjectPath* from, const char* a, const char* b, const char* c,
+                      const char* d) {
+  CMPIObjectPath* path = broker->eft->newObjectPath(broker, "root/cimv2", "Guest_Link", nullptr);
+  CMPIValue reference;
+  reference.ref = const_cast<CMPIObjectPath*>(from);
+  path->ft->addKey(path, "From", &reference, CMPI_ref);
+  CMPIInstance* link = broker->eft->newInstance(broker, path, nullptr);
+  std::string filters;
+  for (const char* filter : {a, b, c, d}) filters += filter != nullptr ? filter : "-";
+  link->ft->setProperty(link, "Filters", Chars(filters.c_str()), CMPI_chars);
+  return link;
+}
+
+CMPIStatus Associators(CMPIAssociationMI*, const CMPIContext*, const CMPIResult* rslt,
+                       const CMPIObjectPath* op, const char* assoc, const char* result,
+                       const char* role, const char* result_role, const char**) {
+  return rslt->ft->returnInstance(rslt, NewLink(op, assoc, result, role, result_role));
+}
+CMPIStatus AssociatorNames(CMPIAssociationMI*, const CMPIContext*, const CMPIResult* rslt,
+                           const CMPIObjectPath*, const char*, const char*, const char*,
+                           const char*) {
+  return rslt->ft->returnObjectPath(rslt, NewPath("Guest_Plain", "one"));
+}
+CMPIStatus References(CMPIAssociationMI*, const CMPIContext*, const CMPIResult* rslt,
+                      const CMPIObjectPath* op, const char* result, const char* role,
+                      const char**) {
+  return rslt->ft->returnInstance(rslt, NewLink(op, nullptr, result, role, nullptr));
+}
+CMPIStatus ReferenceNames(CMPIAssociationMI*, const CMPIContext*, const CMPIResult* rslt,
+                          const CMPIObjectPath* op, const char* result, const char* role) {
+  CMPIInstance* link = NewLink(op, nullptr, result, role, nullptr);
+  return rslt->ft->returnObjectPath(rslt, link->ft->getObjectPath(link, nullptr));
+}
+
+CMPIAssociationMIFT link_table = {CMPIVersion200, CMPIVersion200,  "guest",    CleanupLink,
+                                  Associators,    AssociatorNames, References, ReferenceNames};
+CMPIAssociationMI link_record = {nullptr, &link_table};
+
+int throwing_factory_calls = 0;
+
+}  // namespace
+
+#define GUEST_FACTORY(class_name)                                                          \
+  extern "C" __attribute__((visibility("default")))                                        \
+  CMPIInstanceMI* class_name##_Create_InstanceMI(const CMPIBroker* mb, const CMPIContext*, \
+                                                 [[maybe_unused]] CMPIStatus* rc)
+
+GUEST_FACTORY(Guest_Plain) { return InstanceRecord<PlainInstances, PlainNames, PlainInstance>(mb); }
+GUEST_FACTORY(Guest_Ask) { return InstanceRecord<AskInstances, AskNames, AskInstance>(mb); }
+GUEST_FACTORY(Guest_Recursive) { return InstanceRecord<RecursiveInstances>(mb); }
+GUEST_FACTORY(Guest_Long) { return InstanceRecord<LongInstances>(mb); }
+GUEST_FACTORY(Guest_Grow) { return InstanceRecord<GrowInstances>(mb); }
+GUEST_FACTORY(Guest_Thread) { return InstanceRecord<ThreadInstances>(mb); }
+GUEST_FACTORY(Guest_Echo) { return InstanceRecord<EchoInstances>(mb); }
+GUEST_FACTORY(Guest_Link) { return InstanceRecord<NotServed>(mb); }
+GUEST_FACTORY(Guest_WrongType) { return InstanceRecord<WrongTypeInstances>(mb); }
+GUEST_FACTORY(Guest_UnknownProperty) { return InstanceRecord<UnknownPropertyInstances>(mb); }
+GUEST_FACTORY(Guest_AfterMark) { return InstanceRecord<AfterMarkInstances>(mb); }
+GUEST_FACTORY(Guest_DoubleMarkRelease) { return InstanceRecord<DoubleMarkReleaseInstances>(mb); }
+GUEST_FACTORY(Guest_DoubleRelease) { return InstanceRecord<DoubleReleaseInstances>(mb); }
+GUEST_FACTORY(Guest_Keeper) { return InstanceRecord<KeeperInstances>(mb); }
+GUEST_FACTORY(Guest_Outer) { return InstanceRecord<OuterInstances>(mb); }
+GUEST_FACTORY(Guest_AfterDone) { return InstanceRecord<AfterDoneInstances>(mb); }
+GUEST_FACTORY(Guest_AfterError) { return InstanceRecord<AfterErrorInstances>(mb); }
+GUEST_FACTORY(Guest_PathForInstance) { return InstanceRecord<PathForInstanceInstances>(mb); }
+GUEST_FACTORY(Guest_WrongKind) { return InstanceRecord<WrongKindInstances>(mb); }
+GUEST_FACTORY(Guest_Null) { return InstanceRecord<NullInstances>(mb); }
+GUEST_FACTORY(Guest_Throwing) { return InstanceRecord<ThrowingInstances>(mb); }
+GUEST_FACTORY(Guest_Leak) { return InstanceRecord<LeakInstances>(mb); }
+GUEST_FACTORY(Guest_Unattached) { return InstanceRecord<UnattachedInstances>(mb); }
+GUEST_FACTORY(Guest_Stay) { return InstanceRecord<NotServed, PlainNames>(mb, StayLoaded); }
+GUEST_FACTORY(Guest_NullFactory) {
+  broker = mb;
+  if (rc != nullptr) *rc = Failed(CMPI_RC_ERR_ACCESS_DENIED, "not today");
+  return nullptr;
+}
+GUEST_FACTORY(Guest_ThrowingFactory) {
+  if (++throwing_factory_calls % 2 == 1) throw std::runtime_error("the factory is not ready");
+  return InstanceRecord<PlainInstances, NotServed, PlainInstance>(mb);
+}
+
+extern "C" __attribute__((visibility("default"))) CMPIAssociationMI*
+Guest_Link_Create_AssociationMI(const CMPIBroker* mb, const CMPIContext*) {
+  broker = mb;
+  return &link_record;
+}

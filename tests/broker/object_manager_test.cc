@@ -1,0 +1,413 @@
+#include "broker/object_manager.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+#include "broker/wbem_uri.h"
+#include "guest.h"
+
+namespace broker {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using Event = Recorder::Event;
+
+TEST(ObjectManager, StreamsWhatAProviderReturns) {
+  const auto manager = ManagerWith({"Guest_Plain"});
+  const Outcome outcome = Enumerate(*manager, "guest_PLAIN");
+  EXPECT_EQ(outcome.status, Status{});
+  EXPECT_THAT(outcome.found.events,
+              ElementsAre(Event::kInstance, Event::kInstance, Event::kInstance, Event::kDone));
+  const Instance& second = outcome.found.instances[1];
+  EXPECT_EQ(ToWbemUri(second.path), "root/cimv2:Guest_Plain.Name=\"two\"");
+  EXPECT_THAT(second.properties, ElementsAre(Property{"Name", Value("two")},
+                                             Property{"Number", Value(std::uint32_t{2})},
+                                             Property{"Text", Value("a \"text\"")}));
+  EXPECT_THAT(outcome.errors, IsEmpty());
+}
+
+TEST(ObjectManager, ShowsEveryReturnDone) {
+  const auto manager = ManagerWith({"Guest_Plain"});
+  Recorder found;
+  EXPECT_TRUE(
+      manager->EnumerateInstanceNames("Guest_Plain", manager->ClassPath("Guest_Plain"), found)
+          .ok());
+  EXPECT_EQ(found.paths.size(), 3U);
+  EXPECT_EQ(found.done_count, 2);
+}
+
+TEST(ObjectManager, HandsThePropertyListOn) {
+  const auto manager = ManagerWith({"Guest_Plain"});
+  Recorder found;
+  manager->EnumerateInstances("Guest_Plain", manager->ClassPath("Guest_Plain"),
+                              PropertyList{{"NUMBER"}}, found);
+  EXPECT_THAT(found.instances[0].properties,
+              ElementsAre(Property{"Name", Value("one")},  // a key stays
+                          Property{"Number", Value(std::uint32_t{1})}));
+}
+
+TEST(ObjectManager, AddsNothingToAnEmptyAnswer) {
+  const auto manager = ManagerWith({"Guest_Plain"});
+  Recorder found;
+  EXPECT_TRUE(manager
+                  ->GetInstance("Guest_Plain", PathWith("Guest_Plain", "Name", Value("four")),
+                                std::nullopt, found)
+                  .ok());
+  EXPECT_THAT(found.events, IsEmpty());
+}
+
+TEST(ObjectManager, HandsTheProvidersStatusBackWithItsText) {
+  const auto manager = ManagerWith({"Guest_Plain"});
+  Recorder found;
+  EXPECT_EQ(
+      manager->GetInstance("Guest_Plain", manager->ClassPath("Guest_Plain"), std::nullopt, found),
+      (Status{CMPI_RC_ERR_NO_SUCH_PROPERTY, "no key"}));
+}
+
+TEST(ObjectManager, AnswersForClassesWithoutProvider) {
+  const auto manager = ManagerWith({"Guest_Plain"});
+  EXPECT_EQ(Enumerate(*manager, "Ostrel_PCIDevice").status.code, CMPI_RC_ERR_INVALID_CLASS);
+  Recorder found;
+  EXPECT_EQ(manager->ReferenceNames("Guest_Plain", {}, {}, found).code, CMPI_RC_ERR_NOT_SUPPORTED);
+}
+
+TEST(ObjectManager, CarriesInstancesAndQueriesIn) {
+  const auto manager = ManagerWith({"Guest_Plain"});
+  const ObjectPath path = manager->ClassPath("Guest_Plain");
+  const Instance instance{path, {{"Name", Value("new")}, {"Text", Value("changed")}}};
+  Recorder made;
+  EXPECT_TRUE(manager->CreateInstance("Guest_Plain", path, instance, made).ok());
+  EXPECT_EQ(made.paths[0], PathWith("Guest_Plain", "Name", Value("new")));
+  EXPECT_EQ(manager->ModifyInstance("Guest_Plain", path, instance, std::nullopt, made),
+            (Status{CMPI_RC_ERR_ACCESS_DENIED, "changed"}));
+  EXPECT_TRUE(manager->DeleteInstance("Guest_Plain", path, made).ok());
+  EXPECT_EQ(manager->ExecQuery("Guest_Plain", path, "select *", "WQL", made),
+            (Status{CMPI_RC_ERR_INVALID_QUERY, "WQL: select *"}));
+}
+
+TEST(ObjectManager, CarriesAssociationFiltersIn) {
+  const auto manager = ManagerWith({"Guest_Link", "Guest_Plain"});
+  const ObjectPath source = PathWith("Guest_Plain", "Name", Value("one"));
+  const AssociationFilter filter{"A", "R", std::nullopt, "RR"};
+  Recorder found;
+  EXPECT_TRUE(manager->Associators("Guest_Link", source, filter, std::nullopt, found).ok());
+  EXPECT_EQ(*found.instances[0].Find("Filters"), Value("AR-RR"));
+  EXPECT_EQ(*found.instances[0].Find("From"), Value(source));
+  EXPECT_TRUE(manager->References("Guest_Link", source, filter, std::nullopt, found).ok());
+  EXPECT_EQ(*found.instances[1].Find("Filters"), Value("-R--"));
+  EXPECT_TRUE(manager->AssociatorNames("Guest_Link", source, filter, found).ok());
+  EXPECT_TRUE(manager->ReferenceNames("Guest_Link", source, filter, found).ok());
+  EXPECT_EQ(*found.paths[1].Key("From"), Value(source));
+  EXPECT_THAT(manager->AssociationProvidersFor(std::nullopt), ElementsAre("Guest_Link"));
+  EXPECT_THAT(manager->AssociationProvidersFor("guest_link"), ElementsAre("Guest_Link"));
+}
+
+TEST(ObjectManager, GivesProvidersAContextAndAPath) {
+  const auto manager = ManagerWith({"Guest_Echo"}, {.principal = "someone"});
+  Recorder found;
+  ObjectPath path = PathWith("Guest_Echo", "K", Value(std::uint8_t{1}));
+  path.name_space.clear();
+  EXPECT_TRUE(
+      manager->EnumerateInstances("Guest_Echo", path, PropertyList{{"A", "B"}}, found).ok());
+  const Instance& echo = found.instances[0];
+  EXPECT_EQ(*echo.Find("CMPIPrincipal"), Value("someone"));
+  EXPECT_EQ(*echo.Find("CMPIInvocationFlags"), Value(std::uint32_t{0}));
+  EXPECT_EQ(*echo.Find("Path"), Value("root/cimv2:Guest_Echo.K=1"));
+  EXPECT_EQ(*echo.Find("Listed"), Value("A B "));
+  manager->EnumerateInstances("Guest_Echo", path, std::nullopt, found);
+  EXPECT_EQ(*found.instances[1].Find("Listed"), Value("all"));
+}
+
+// ---------------------------------------------------------------------------------------------
+// The system class and up-calls
+
+TEST(SystemClass, ServesOneInstanceWithTheNameInLowerCase) {
+  ObjectManager manager({.system_name = "HOST.Example"});
+  const Outcome outcome = Enumerate(manager, "OMC_UnitaryComputerSystem");
+  ASSERT_EQ(outcome.found.instances.size(), 1U);
+  EXPECT_EQ(outcome.found.instances[0].path, manager.SystemPath());
+  EXPECT_EQ(*manager.SystemPath().Key("Name"), Value("host.example"));
+  EXPECT_EQ(*outcome.found.instances[0].Find("CreationClassName"),
+            Value("OMC_UnitaryComputerSystem"));
+  Recorder found;
+  EXPECT_TRUE(
+      manager.GetInstance("omc_unitarycomputersystem", manager.SystemPath(), std::nullopt, found)
+          .ok());
+  EXPECT_EQ(found.instances.size(), 1U);
+  EXPECT_EQ(manager
+                .GetInstance("OMC_UnitaryComputerSystem",
+                             PathWith("OMC_UnitaryComputerSystem", "Name", Value("other")),
+                             std::nullopt, found)
+                .code,
+            CMPI_RC_ERR_NOT_FOUND);
+}
+
+TEST(SystemClass, MayBeEmptyOrRefused) {
+  ObjectManager empty({.system_class = SystemClassMode::kEmpty});
+  EXPECT_THAT(Enumerate(empty, "OMC_UnitaryComputerSystem").found.events,
+              ElementsAre(Event::kDone));
+  const Status refusal{CMPI_RC_ERR_ACCESS_DENIED, "no"};
+  ObjectManager refused(
+      {.system_class = SystemClassMode::kRefused, .system_class_refusal = refusal});
+  EXPECT_EQ(Enumerate(refused, "OMC_UnitaryComputerSystem").status, refusal);
+}
+
+Outcome Ask(ObjectManager& manager, const std::string& class_name) {
+  Outcome outcome;
+  outcome.status = manager.EnumerateInstances(
+      "Guest_Ask", PathWith("Guest_Ask", "Ask", Value(class_name)), std::nullopt, outcome.found);
+  outcome.errors = manager.ProviderErrors();
+  return outcome;
+}
+
+TEST(UpCalls, ReachOtherProvidersAndTheSystemClass) {
+  const auto manager = ManagerWith({"Guest_Ask", "Guest_Plain"}, {.system_name = "h"});
+  EXPECT_EQ(Ask(*manager, "Guest_Plain").found.instances.size(), 3U);
+  EXPECT_EQ(Ask(*manager, "CIM_ComputerSystem").found.instances.size(), 1U);  // below it
+  EXPECT_EQ(Ask(*manager, "CIM_PCIPort").found.instances.size(), 0U);  // known, without provider
+  EXPECT_EQ(Ask(*manager, "No_Such").status.code, CMPI_RC_ERR_INVALID_CLASS);
+  Recorder names;
+  EXPECT_TRUE(manager
+                  ->EnumerateInstanceNames(
+                      "Guest_Ask", PathWith("Guest_Ask", "Ask", Value("Guest_Plain")), names)
+                  .ok());
+  EXPECT_EQ(names.paths.size(), 3U);
+  EXPECT_THAT(manager->ProviderErrors(), IsEmpty());
+}
+
+TEST(UpCalls, CarryTheStatusOfWhomTheyAsk) {
+  const auto manager = ManagerWith({"Guest_Ask"}, {.system_class = SystemClassMode::kRefused});
+  const Outcome outcome = Ask(*manager, "OMC_UnitaryComputerSystem");
+  EXPECT_EQ(outcome.status, (Status{CMPI_RC_ERR_FAILED, "system class refused"}));
+  EXPECT_THAT(outcome.found.events, IsEmpty());
+}
+
+TEST(UpCalls, FindOneInstance) {
+  const auto manager = ManagerWith({"Guest_Ask", "Guest_Plain"});
+  ObjectPath path = PathWith("Guest_Ask", "Ask", Value("Guest_Plain"));
+  path.keys.emplace_back("Name", Value("two"));
+  Recorder found;
+  EXPECT_TRUE(manager->GetInstance("Guest_Ask", path, std::nullopt, found).ok());
+  EXPECT_EQ(found.instances.size(), 1U);
+  path.keys[1].second = Value("four");
+  EXPECT_EQ(manager->GetInstance("Guest_Ask", path, std::nullopt, found).code,
+            CMPI_RC_ERR_NOT_FOUND);
+}
+
+TEST(UpCalls, MayComeBackToTheClassThatAsks) {
+  const auto manager = ManagerWith({"Guest_Recursive"});
+  Recorder found;
+  EXPECT_TRUE(
+      manager
+          ->EnumerateInstances("Guest_Recursive",
+                               PathWith("Guest_Recursive", "Depth", Value(std::uint32_t{20})),
+                               std::nullopt, found)
+          .ok());
+  EXPECT_EQ(found.instances.size(), 21U);
+  EXPECT_THAT(manager->ProviderErrors(), IsEmpty());
+}
+
+// ---------------------------------------------------------------------------------------------
+// Factories and cleanup
+
+TEST(Factories, AreCalledWhenFirstAskedAClassAtATime) {
+  std::vector<std::string> calls;
+  Options options;
+  options.around_factory = [&](std::string_view name, ProviderKind kind,
+                               const std::function<void()>& call) {
+    calls.push_back(std::string(name) + (kind == ProviderKind::kInstance ? " i" : " a"));
+    call();
+  };
+  const auto manager = ManagerWith({"Guest_Plain", "Guest_Link"}, options);
+  EXPECT_THAT(calls, IsEmpty());
+  Enumerate(*manager, "Guest_Plain");
+  Enumerate(*manager, "Guest_Plain");
+  EXPECT_THAT(calls, ElementsAre("Guest_Plain i"));
+  Recorder found;
+  manager->ReferenceNames("Guest_Link", manager->ClassPath("Guest_Plain"), {}, found);
+  EXPECT_THAT(calls, ElementsAre("Guest_Plain i", "Guest_Link a"));
+  Enumerate(*manager, "Guest_Link");
+  EXPECT_THAT(calls, ElementsAre("Guest_Plain i", "Guest_Link a", "Guest_Link i"));
+}
+
+TEST(Factories, ThatThrowAreTriedAgain) {
+  const auto manager = ManagerWith({"Guest_ThrowingFactory"});
+  const Outcome first = Enumerate(*manager, "Guest_ThrowingFactory");
+  EXPECT_EQ(first.status.code, CMPI_RC_ERR_FAILED);
+  EXPECT_THAT(first.status.message, HasSubstr("the factory is not ready"));
+  EXPECT_TRUE(Enumerate(*manager, "Guest_ThrowingFactory").status.ok());
+}
+
+TEST(Factories, ThatAnswerNullGiveTheirStatus) {
+  const auto manager = ManagerWith({"Guest_NullFactory"});
+  EXPECT_EQ(Enumerate(*manager, "Guest_NullFactory").status,
+            (Status{CMPI_RC_ERR_ACCESS_DENIED, "not today"}));
+}
+
+TEST(Factories, ThatTheLibraryLacksAreNotSupported) {
+  const auto manager = ManagerWith({"Guest_Absent"});
+  EXPECT_EQ(Enumerate(*manager, "Guest_Absent").status.code, CMPI_RC_ERR_NOT_SUPPORTED);
+}
+
+TEST(Factories, MayComeFromTheProcessItself) {
+  ObjectManager manager({});
+  manager.Register("Some_Class",
+                   ProviderLibrary::FromResolver([](const char*) -> void* { return nullptr; }));
+  EXPECT_EQ(Enumerate(manager, "Some_Class").status.code, CMPI_RC_ERR_NOT_SUPPORTED);
+}
+
+TEST(Libraries, ThatDoNotOpenTellWhy) {
+  try {
+    ProviderLibrary::Open("/nonexistent/library.so");
+    ADD_FAILURE() << "opened";
+  } catch (const std::runtime_error& error) {
+    EXPECT_THAT(error.what(), HasSubstr("/nonexistent/library.so"));
+  }
+}
+
+TEST(Cleanup, DropsTheProviderUntilItIsAskedAgain) {
+  int factory_calls = 0;
+  Options options;
+  options.around_factory = [&](std::string_view, ProviderKind, const auto& call) {
+    ++factory_calls;
+    call();
+  };
+  const auto manager = ManagerWith({"Guest_Plain"}, options);
+  EXPECT_EQ(manager->Cleanup("Guest_Plain", ProviderKind::kInstance, false).code,
+            CMPI_RC_ERR_NOT_FOUND);
+  Enumerate(*manager, "Guest_Plain");
+  EXPECT_TRUE(manager->Cleanup("Guest_Plain", ProviderKind::kInstance, false).ok());
+  Enumerate(*manager, "Guest_Plain");
+  EXPECT_EQ(factory_calls, 2);
+}
+
+TEST(Cleanup, LeavesAProviderThatMustStay) {
+  const auto manager = ManagerWith({"Guest_Stay"});
+  Recorder found;
+  manager->EnumerateInstanceNames("Guest_Stay", manager->ClassPath("Guest_Stay"), found);
+  EXPECT_EQ(manager->Cleanup("Guest_Stay", ProviderKind::kInstance, false).code,
+            CMPI_RC_DO_NOT_UNLOAD);
+  EXPECT_EQ(manager->Cleanup("Guest_Stay", ProviderKind::kInstance, true).code,
+            CMPI_RC_DO_NOT_UNLOAD);
+  EXPECT_EQ(manager->Cleanup("Guest_Stay", ProviderKind::kInstance, true).code,
+            CMPI_RC_ERR_NOT_FOUND);
+}
+
+class CleaningSink : public ResultSink {
+ public:
+  explicit CleaningSink(ObjectManager& manager) : manager_(manager) {}
+  void OnInstance(Instance&&) override {
+    status = manager_.Cleanup("Guest_Plain", ProviderKind::kInstance, true);
+  }
+  Status status;
+
+ private:
+  ObjectManager& manager_;
+};
+
+TEST(Cleanup, RefusesWhileARequestRuns) {
+  const auto manager = ManagerWith({"Guest_Plain"});
+  CleaningSink sink(*manager);
+  EXPECT_TRUE(
+      manager
+          ->EnumerateInstances("Guest_Plain", manager->ClassPath("Guest_Plain"), std::nullopt, sink)
+          .ok());
+  EXPECT_EQ(sink.status, (Status{CMPI_RC_ERR_FAILED, "Guest_Plain is in use"}));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Sinks and memory
+
+class ThrowingSink : public ResultSink {
+ public:
+  void OnInstance(Instance&&) override {
+    ++calls;
+    throw std::runtime_error("full");
+  }
+  int calls = 0;
+};
+
+TEST(Sinks, ThatThrowEndTheOperationWithTheirException) {
+  const auto manager = ManagerWith({"Guest_Plain"});
+  ThrowingSink sink;
+  EXPECT_THROW(manager->EnumerateInstances("Guest_Plain", manager->ClassPath("Guest_Plain"),
+                                           std::nullopt, sink),
+               std::runtime_error);
+  EXPECT_EQ(sink.calls, 1);
+  EXPECT_TRUE(Enumerate(*manager, "Guest_Plain").status.ok());
+}
+
+class CountingSink : public ResultSink {
+ public:
+  void OnInstanceView(const InstanceView& instance) override {
+    sum += instance.property_value(1).raw().uint32;
+    same = same && instance.path().class_name() == "Guest_Long" &&
+           instance.property_name(2) == "A" &&
+           instance.property_value(2).text() == "some text of a usual length";
+  }
+  std::uint64_t sum = 0;
+  bool same = true;
+};
+
+std::uint64_t PeakOf(bool mark, std::uint32_t count) {
+  const auto manager = ManagerWith({"Guest_Long"});
+  ObjectPath path = PathWith("Guest_Long", "Count", Value(count));
+  path.keys.emplace_back("Mark", Value(std::uint32_t{mark ? 1U : 0U}));
+  CountingSink sink;
+  EXPECT_TRUE(manager->EnumerateInstances("Guest_Long", path, std::nullopt, sink).ok());
+  EXPECT_EQ(sink.sum, std::uint64_t{count} * (count - 1) / 2);
+  EXPECT_TRUE(sink.same);
+  EXPECT_THAT(manager->ProviderErrors(), IsEmpty());
+  return manager->GetStatistics().peak_call_bytes;
+}
+
+TEST(Memory, StaysFlatBetweenMarkAndRelease) {
+  EXPECT_EQ(PeakOf(true, 10), PeakOf(true, 5000));
+  EXPECT_LT(PeakOf(true, 5000), 8192U);
+  EXPECT_GT(PeakOf(false, 5000), 1000 * PeakOf(true, 5000) / 10);
+}
+
+TEST(Memory, OfAnOlderObjectOutlivesAMark) {
+  const auto manager = ManagerWith({"Guest_Grow"});
+  const Outcome outcome = Enumerate(*manager, "Guest_Grow");
+  ASSERT_EQ(outcome.found.instances.size(), 1U);
+  ASSERT_EQ(outcome.found.instances[0].properties.size(), 101U);
+  for (int i = 0; i < 100; ++i) {
+    const std::string name = "Property" + std::to_string(i);
+    EXPECT_EQ(*outcome.found.instances[0].Find(name), Value(name));
+  }
+  EXPECT_THAT(outcome.errors, IsEmpty());
+}
+
+TEST(Memory, OfALeakedCloneIsCountedAndFreedAtTheEnd) {
+  const auto manager = ManagerWith({"Guest_Leak"});
+  Enumerate(*manager, "Guest_Leak");
+  EXPECT_EQ(Enumerate(*manager, "Guest_Leak").found.instances.size(), 2U - 1U);
+  EXPECT_EQ(manager->GetStatistics().clones_alive, 2);
+}
+
+TEST(Threads, OfAProviderReturnForTheCallTheyAreAttachedFor) {
+  const auto manager = ManagerWith({"Guest_Thread"});
+  const Outcome outcome = Enumerate(*manager, "Guest_Thread");
+  ASSERT_EQ(outcome.found.instances.size(), 1U);
+  EXPECT_EQ(*outcome.found.instances[0].Find("Name"), Value("from a thread"));
+  EXPECT_THAT(outcome.errors, IsEmpty());
+  EXPECT_EQ(manager->GetStatistics().clones_alive, 0);
+}
+
+TEST(Providers, OfAClassAreFoundByItsAncestors) {
+  ObjectManager manager({});
+  const auto none = ProviderLibrary::FromResolver([](const char*) -> void* { return nullptr; });
+  for (const char* name : {"Ostrel_PCIDevice", "Ostrel_PCIPort"}) manager.Register(name, none);
+  EXPECT_THAT(manager.ProvidersFor("cim_pcidevice"), ElementsAre("Ostrel_PCIDevice"));
+  EXPECT_THAT(manager.ProvidersFor("CIM_ManagedElement"),
+              ElementsAre("Ostrel_PCIDevice", "Ostrel_PCIPort", "OMC_UnitaryComputerSystem"));
+  EXPECT_THAT(manager.ProvidersFor("CIM_Dependency"), IsEmpty());
+}
+
+}  // namespace
+}  // namespace broker

@@ -1,0 +1,82 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+#include "guest.h"
+
+namespace broker {
+namespace {
+
+void OnThreads(int count, const std::function<void(int)>& run) {
+  std::vector<std::thread> threads;
+  threads.reserve(static_cast<std::size_t>(count));
+  for (int i = 0; i < count; ++i) threads.emplace_back(run, i);
+  for (std::thread& thread : threads) thread.join();
+}
+
+class Counter : public ResultSink {
+ public:
+  void OnInstanceView(const InstanceView&) override { ++count; }
+  int count = 0;
+};
+
+int CountOf(ObjectManager& manager, const ObjectPath& path) {
+  Counter counter;
+  EXPECT_TRUE(manager.EnumerateInstances(path.class_name, path, std::nullopt, counter).ok());
+  return counter.count;
+}
+
+TEST(ManyThreads, ShareOneManager) {
+  const auto manager = ManagerWith({"Guest_Plain", "Guest_Ask", "Guest_Long", "Guest_Thread"});
+  OnThreads(4, [&](int) {
+    for (int i = 0; i < 50; ++i) {
+      EXPECT_EQ(CountOf(*manager, manager->ClassPath("Guest_Plain")), 3);
+      EXPECT_EQ(CountOf(*manager, PathWith("Guest_Ask", "Ask", Value("Guest_Plain"))), 3);
+      EXPECT_EQ(CountOf(*manager, PathWith("Guest_Long", "Count", Value(std::uint32_t{40}))), 40);
+    }
+    EXPECT_EQ(CountOf(*manager, manager->ClassPath("Guest_Thread")), 1);
+  });
+  for (const ProviderError& error : manager->ProviderErrors()) ADD_FAILURE() << ToString(error);
+}
+
+TEST(ManyThreads, CallAFactoryOnce) {
+  std::atomic<int> calls{0};
+  Options options;
+  options.around_factory = [&](std::string_view, ProviderKind, const auto& call) {
+    ++calls;
+    call();
+  };
+  const auto manager = ManagerWith({"Guest_Plain"}, options);
+  OnThreads(4, [&](int) { CountOf(*manager, manager->ClassPath("Guest_Plain")); });
+  EXPECT_EQ(calls.load(), 1);
+}
+
+TEST(ManyThreads, RunWhileIdleProvidersAreCleanedUp) {
+  const auto manager = ManagerWith({"Guest_Plain"});
+  OnThreads(4, [&](int thread) {
+    for (int i = 0; i < 100; ++i) {
+      if (thread == 0) {
+        manager->Cleanup("Guest_Plain", ProviderKind::kInstance, false);
+      } else {
+        EXPECT_EQ(CountOf(*manager, manager->ClassPath("Guest_Plain")), 3);
+      }
+    }
+  });
+}
+
+TEST(ManyThreads, KeepTheirMisusesTogether) {
+  const auto manager = ManagerWith({"Guest_AfterDone"});
+  OnThreads(4, [&](int) {
+    for (int i = 0; i < 10; ++i) {
+      Counter counter;
+      manager->EnumerateInstances("Guest_AfterDone", manager->ClassPath("Guest_AfterDone"),
+                                  std::nullopt, counter);
+    }
+  });
+  EXPECT_EQ(manager->ProviderErrors().size(), 40U);
+}
+
+}  // namespace
+}  // namespace broker
