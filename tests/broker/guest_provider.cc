@@ -3,6 +3,7 @@
 
 #include <pthread.h>
 
+#include <atomic>
 #include <cstring>
 #include <stdexcept>
 #include <string>
@@ -11,7 +12,16 @@
 
 namespace {
 
-const CMPIBroker* broker = nullptr;
+// The factories of different classes may set it at once, to the same broker.
+class BrokerRecord {
+ public:
+  void operator=(const CMPIBroker* set) { record_.store(set); }
+  operator const CMPIBroker*() const { return record_.load(); }
+  const CMPIBroker* operator->() const { return record_.load(); }
+
+ private:
+  std::atomic<const CMPIBroker*> record_{nullptr};
+} broker;
 
 constexpr CMPIStatus kOk = {CMPI_RC_OK, nullptr};
 
