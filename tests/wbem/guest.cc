@@ -1,0 +1,128 @@
+#include "wbem/guest.h"
+
+#include <cstring>
+#include <string_view>
+
+namespace guest {
+
+namespace {
+
+const CMPIBroker* broker_record = nullptr;
+Behaviour behaviour;
+
+const CMPIValue* Chars(const std::string& text) {
+  return reinterpret_cast<const CMPIValue*>(text.c_str());
+}
+
+CMPIStatus End(const CMPIResult* result) {
+  result->ft->returnDone(result);
+  return {behaviour.status, nullptr};
+}
+
+CMPIObjectPath* NewPath(int number) {
+  CMPIObjectPath* path =
+      broker_record->eft->newObjectPath(broker_record, "root/cimv2", kClass, nullptr);
+  path->ft->addKey(path, "InstanceID", Chars("group-" + std::to_string(number)), CMPI_chars);
+  return path;
+}
+
+// Returns the element in the form that `return_it` gives it, in memory of its own.
+template <class ReturnIt>
+CMPIStatus ForElement(int number, ReturnIt return_it) {
+  if (behaviour.on_element) behaviour.on_element(number);
+  CMPIStatus rc{CMPI_RC_OK, nullptr};
+  const CMPIGcStat* mark = broker_record->eft != nullptr && broker_record->mft != nullptr
+                               ? broker_record->mft->mark(broker_record, &rc)
+                               : nullptr;
+  const CMPIStatus status = return_it(NewPath(number));
+  if (mark != nullptr) broker_record->mft->release(broker_record, mark);
+  return status;
+}
+
+CMPIStatus ReturnInstance(const CMPIResult* result, CMPIObjectPath* path, int number) {
+  CMPIInstance* instance = broker_record->eft->newInstance(broker_record, path, nullptr);
+  instance->ft->setProperty(instance, "ElementName", Chars(behaviour.element_name), CMPI_chars);
+  CMPIValue bus;
+  bus.uint8 = static_cast<CMPIUint8>(number);
+  instance->ft->setProperty(instance, "BusNumber", &bus, CMPI_uint8);
+  return result->ft->returnInstance(result, instance);
+}
+
+CMPIStatus Cleanup(CMPIInstanceMI* /*mi*/, const CMPIContext* /*context*/, CMPIBoolean /*end*/) {
+  return {CMPI_RC_OK, nullptr};
+}
+
+CMPIStatus EnumerateInstanceNames(CMPIInstanceMI* /*mi*/, const CMPIContext* /*context*/,
+                                  const CMPIResult* result, const CMPIObjectPath* /*path*/) {
+  for (int i = 0; i < behaviour.instances; ++i) {
+    const auto status = ForElement(
+        i, [&](CMPIObjectPath* path) { return result->ft->returnObjectPath(result, path); });
+    if (status.rc != CMPI_RC_OK) return status;
+  }
+  return End(result);
+}
+
+CMPIStatus EnumerateInstances(CMPIInstanceMI* /*mi*/, const CMPIContext* /*context*/,
+                              const CMPIResult* result, const CMPIObjectPath* /*path*/,
+                              const char** /*properties*/) {
+  for (int i = 0; i < behaviour.instances; ++i) {
+    const auto status =
+        ForElement(i, [&](CMPIObjectPath* path) { return ReturnInstance(result, path, i); });
+    if (status.rc != CMPI_RC_OK) return status;
+  }
+  return End(result);
+}
+
+CMPIStatus GetInstance(CMPIInstanceMI* /*mi*/, const CMPIContext* /*context*/,
+                       const CMPIResult* result, const CMPIObjectPath* path,
+                       const char** /*properties*/) {
+  const CMPIData key = path->ft->getKey(path, "InstanceID", nullptr);
+  const std::string_view wanted = key.value.string->ft->getCharPtr(key.value.string, nullptr);
+  for (int i = 0; i < behaviour.instances; ++i) {
+    if (wanted == "group-" + std::to_string(i)) {
+      ReturnInstance(result, NewPath(i), i);
+      return End(result);
+    }
+  }
+  return {CMPI_RC_ERR_NOT_FOUND, nullptr};
+}
+
+CMPIInstanceMI* Create(const CMPIBroker* broker, const CMPIContext* /*context*/,
+                       CMPIStatus* /*status*/) {
+  static CMPIInstanceMIFT table{200,
+                                200,
+                                "guest",
+                                &Cleanup,
+                                &EnumerateInstanceNames,
+                                &EnumerateInstances,
+                                &GetInstance,
+                                nullptr,
+                                nullptr,
+                                nullptr,
+                                nullptr};
+  static CMPIInstanceMI provider{nullptr, &table};
+  broker_record = broker;
+  return &provider;
+}
+
+}  // namespace
+
+void Behave(const Behaviour& wanted) { behaviour = wanted; }
+
+std::shared_ptr<const broker::ProviderLibrary> Library() {
+  return broker::ProviderLibrary::FromResolver([](const char* symbol) {
+    return std::string_view(symbol) == "Ostrel_PCIPortGroup_Create_InstanceMI"
+               ? reinterpret_cast<void*>(&Create)
+               : nullptr;
+  });
+}
+
+std::unique_ptr<broker::ObjectManager> Manager() {
+  broker::Options options;
+  options.system_name = "guest-host";
+  auto manager = std::make_unique<broker::ObjectManager>(std::move(options));
+  manager->Register(kClass, Library());
+  return manager;
+}
+
+}  // namespace guest

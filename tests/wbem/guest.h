@@ -1,0 +1,38 @@
+// A provider library within the test program: one class, Ostrel_PCIPortGroup, whose instances are
+// named "group-0", "group-1" and so on, as many as a test says, and which fails as it says.
+//
+// Thread rule: set the knobs while no request runs.
+
+#ifndef WBEM_GUEST_H_
+#define WBEM_GUEST_H_
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "broker/object_manager.h"
+#include "broker/provider_library.h"
+#include "platform/cmpi/cmpi.h"
+
+namespace guest {
+
+inline constexpr const char* kClass = "Ostrel_PCIPortGroup";
+
+struct Behaviour {
+  int instances = 3;
+  std::string element_name = "a group";
+  CMPIrc status = CMPI_RC_OK;           // of every operation, once it has returned what it does
+  std::function<void(int)> on_element;  // called before the element of that number is returned
+};
+
+// What the class does from now on.
+void Behave(const Behaviour& behaviour);
+
+std::shared_ptr<const broker::ProviderLibrary> Library();
+
+// An object manager that serves the class.
+std::unique_ptr<broker::ObjectManager> Manager();
+
+}  // namespace guest
+
+#endif  // WBEM_GUEST_H_

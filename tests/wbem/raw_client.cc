@@ -1,0 +1,119 @@
+#include "wbem/raw_client.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <system_error>
+#include <utility>
+
+RawClient::RawClient(int port) : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(static_cast<in_port_t>(port));
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  if (socket_ < 0 ||
+      connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    throw std::system_error(errno, std::generic_category(), "connect");
+  }
+}
+
+RawClient::~RawClient() {
+  if (socket_ >= 0) close(socket_);
+}
+
+bool RawClient::Send(const std::string& bytes) {
+  std::size_t sent = 0;
+  while (sent < bytes.size()) {
+    const ssize_t count = send(socket_, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+    if (count <= 0) return false;
+    sent += static_cast<std::size_t>(count);
+  }
+  return true;
+}
+
+void RawClient::EndSending() { shutdown(socket_, SHUT_WR); }
+
+void RawClient::Reset() {
+  const linger at_once{1, 0};
+  setsockopt(socket_, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
+  close(socket_);
+  socket_ = -1;
+}
+
+bool RawClient::Fill() {
+  std::array<char, 65536> bytes;
+  const ssize_t count = recv(socket_, bytes.data(), bytes.size(), 0);
+  if (count <= 0) return false;
+  received_.append(bytes.data(), static_cast<std::size_t>(count));
+  return true;
+}
+
+std::optional<std::string> RawClient::Line() {
+  std::size_t end = 0;
+  while ((end = received_.find("\r\n")) == std::string::npos) {
+    if (!Fill()) return std::nullopt;
+  }
+  std::string line = received_.substr(0, end);
+  received_.erase(0, end + 2);
+  return line;
+}
+
+std::optional<std::string> RawClient::Bytes(std::size_t count) {
+  while (received_.size() < count) {
+    if (!Fill()) return std::nullopt;
+  }
+  std::string bytes = received_.substr(0, count);
+  received_.erase(0, count);
+  return bytes;
+}
+
+std::optional<std::string> RawClient::Chunks() {
+  std::string body;
+  while (true) {
+    const auto size = Line();
+    if (!size) return std::nullopt;
+    const auto chunk = Bytes(std::strtoul(size->c_str(), nullptr, 16));
+    if (!chunk || !Line()) return std::nullopt;
+    if (chunk->empty()) return body;
+    body += *chunk;
+  }
+}
+
+std::optional<RawResponse> RawClient::Receive() {
+  RawResponse response;
+  const auto status = Line();
+  if (!status || !status->starts_with("HTTP/1.1 ")) return std::nullopt;
+  response.status = std::atoi(status->c_str() + 9);
+  for (auto line = Line(); line != ""; line = Line()) {
+    if (!line) return std::nullopt;
+    const std::size_t colon = line->find(": ");
+    std::string name = line->substr(0, colon);
+    std::transform(name.begin(), name.end(), name.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+    response.headers[name] = colon == std::string::npos ? "" : line->substr(colon + 2);
+  }
+  std::optional<std::string> body = std::string();
+  if (response.headers["transfer-encoding"] == "chunked") {
+    body = Chunks();
+  } else if (response.headers.count("content-length") != 0) {
+    body = Bytes(std::strtoul(response.headers["content-length"].c_str(), nullptr, 10));
+  } else if (response.status != 100) {
+    while (Fill()) {
+    }
+    body = std::exchange(received_, {});
+  }
+  if (!body) return std::nullopt;
+  response.body = *body;
+  return response;
+}
+
+bool RawClient::IsEnded() {
+  if (!received_.empty()) return false;
+  return !Fill();
+}
