@@ -17,7 +17,7 @@ install(FILES schema/Ostrel_PCI.mof schema/OMC_UnitaryComputerSystem.mof schema/
         DESTINATION ${OSTREL_DATA_DIR})
 install(FILES docs/ostrel-pci.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 OPTIONAL)
 install(FILES docs/libHostCtl.7 DESTINATION ${CMAKE_INSTALL_MANDIR}/man7)
-install(FILES docs/administrators.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} OPTIONAL)
+install(FILES docs/administrators.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/ostrel-pci)
 install(FILES src/tool/ostrel-pci.bash
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME ostrel-pci OPTIONAL)
 
@@ -49,7 +49,6 @@ set(CPACK_DEBIAN_PACKAGE_SECTION admin)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # libOstrelPCI.so needs libHostCtl.so.1, which the package itself brings.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/src/platform/hostctl)
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS pci.ids)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/debian/triggers)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)

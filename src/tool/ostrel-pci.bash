@@ -9,7 +9,8 @@ _ostrel_pci() {
         cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]}
     fi
 
-    local commands="classes enumerate ei ein get gi associators ai ain references ri rin tree"
+    local commands="classes enumerate ei ein get gi associators ai ain references ri rin tree register
+        unregister"
     local elements="Ostrel_PCIDevice Ostrel_PCIBridge Ostrel_PCIeSwitch Ostrel_PCIPort
         Ostrel_PCIPortGroup OMC_UnitaryComputerSystem"
     local associations="Ostrel_PCISystemDevice Ostrel_PCIDeviceConnection Ostrel_PCIControlledBy
@@ -25,7 +26,11 @@ _ostrel_pci() {
     done
 
     case $prev in
-        --sysfs)
+        --for)
+            COMPREPLY=($(compgen -W "sfcb pegasus" -- "$cur"))
+            return
+            ;;
+        --sysfs | --provider-dir)
             COMPREPLY=($(compgen -d -- "$cur"))
             compopt -o filenames 2>/dev/null
             return
@@ -68,6 +73,7 @@ _ostrel_pci() {
         associators | ai | ain) options+=" --assoc-class --result-class --role --result-role" ;;
         references | ri | rin) options+=" --result-class --role" ;;
         tree) options+=" --ports --buses --ascii" ;;
+        register | unregister) options+=" --for --dry-run --with-system --provider-dir" ;;
     esac
 
     if [[ $cur == -* ]]; then
