@@ -10,6 +10,8 @@
 // Thread rule: all operations are const and must be safe to call from any number of threads at once
 // on the same object; the caller takes no lock.
 // Errors: any operation may throw Lib::HostCtlException, and nothing else.
+// Texts are UTF-8. std::string and std::vector cross the boundary: both sides are built for the
+// same C++ standard library.
 
 #ifndef CACHE_HOSTCTL_H_
 #define CACHE_HOSTCTL_H_
@@ -69,18 +71,21 @@ class HOSTCTL_API PciDevice : public virtual NamedObject {
   virtual std::string GetDeviceName() const = 0;   // for people; not the identifier
   virtual std::uint16_t GetClassCode() const = 0;  // base class << 8 | subclass
   virtual std::uint8_t GetRevision() const = 0;
-  virtual std::uint8_t GetSecondaryBus() const = 0;  // of a bridge
+  virtual std::uint8_t GetSecondaryBus() const = 0;  // of a bridge; 0: it has none
 
   // Codes as CIM_PCIController.Capabilities defines them (CIM schema), low 16 bits.
   virtual std::vector<std::uint32_t> GetCapabilities() const = 0;
 
-  // Whether the function lists the PCI capability with this ID (PCI Local Bus 3.0, appendix H).
+  // Whether the function lists the PCI capability with this ID (PCI Local Bus 3.0, appendix H). The
+  // providers ask for 0x10 (PCI Express) and 0x07 (PCI-X).
   virtual bool HasCapability(std::uint8_t id) const = 0;
 
-  // Device/port type field of the PCI Express capability (PCI Express Base, 7.5.3.2).
+  // Device/port type field of the PCI Express capability (PCI Express Base, 7.5.3.2); any value for
+  // a function without it, which is never asked.
   virtual std::int32_t GetPcieDeviceType() const = 0;
 
-  // A new object for the function directly upstream; null for a root-complex function.
+  // A new object for the function directly upstream; null for a root-complex function. Following
+  // parents comes to an end.
   virtual std::unique_ptr<PciDevice> GetParent() const = 0;
 };
 
