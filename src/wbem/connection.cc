@@ -16,8 +16,8 @@ using Clock = std::chrono::steady_clock;
 
 // How long a connection that is idle keeps its thread while others wait for one.
 constexpr milliseconds kGrace{100};
-// How long, and for how many bytes, a closing connection reads on so that the client gets the
-// answer: closing with unread input would make the kernel take the answer back.
+// How long, and for how many bytes, a connection that ends early reads on so that the client gets
+// the answer: closing with unread input would make the kernel take the answer back.
 constexpr milliseconds kLinger{500};
 constexpr std::size_t kLingerBytes = 16U << 20U;
 
@@ -46,7 +46,7 @@ Connection::Connection(int socket, const ConnectionLimits& limits)
     : socket_(socket), limits_(limits) {}
 
 Connection::~Connection() {
-  Linger();
+  if (ending_) Linger();
   close(socket_);
 }
 

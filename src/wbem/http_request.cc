@@ -110,9 +110,6 @@ void CheckHeaders(const httplib::Request& request) {
     throw RequestError(400, "unsupported-operation", "CIMOperation is not MethodCall");
   }
   CheckProtocolVersion(request);
-  if (request.has_header("CIMBatch")) {
-    throw RequestError(501, "multiple-requests-unsupported", "CIMBatch is not served");
-  }
   CheckContentType(request);
 }
 

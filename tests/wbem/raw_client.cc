@@ -99,10 +99,10 @@ std::optional<RawResponse> RawClient::Receive() {
     response.headers[name] = colon == std::string::npos ? "" : line->substr(colon + 2);
   }
   std::optional<std::string> body = std::string();
-  if (response.headers["transfer-encoding"] == "chunked") {
+  if (response.headers.count("transfer-encoding") != 0) {
     body = Chunks();
   } else if (response.headers.count("content-length") != 0) {
-    body = Bytes(std::strtoul(response.headers["content-length"].c_str(), nullptr, 10));
+    body = Bytes(std::strtoul(response.headers.at("content-length").c_str(), nullptr, 10));
   } else if (response.status != 100) {
     while (Fill()) {
     }

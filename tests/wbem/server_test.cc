@@ -1,0 +1,507 @@
+#include "wbem/server.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <httplib.h>
+
+#include <chrono>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "wbem/answers.h"
+#include "wbem/cim_xml_request.h"
+#include "wbem/guest.h"
+#include "wbem/messages.h"
+#include "wbem/raw_client.h"
+
+namespace {
+
+using messages::Class;
+using messages::Head;
+using messages::Post;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using testing::HasSubstr;
+using testing::SizeIs;
+
+const std::string kEnumerate = "EnumerateInstances";
+
+std::string Enumeration() { return Post(kEnumerate, Class(guest::kClass)); }
+
+class ServerTest : public testing::Test {
+ protected:
+  ServerTest() { Start({}); }
+  void TearDown() override {
+    server_->Stop();
+    guest::Behave({});
+    EXPECT_TRUE(manager_->ProviderErrors().empty());
+  }
+
+  void Start(wbem::ServerOptions options) {
+    options.port = 0;
+    server_ = std::make_unique<wbem::Server>(*manager_, options);
+    port_ = server_->Start();
+  }
+
+  // The answer to what a client sends, all else being as usual.
+  std::optional<RawResponse> Ask(const std::string& request) const {
+    RawClient client(port_);
+    EXPECT_TRUE(client.Send(request));
+    return client.Receive();
+  }
+
+  // "400 header-mismatch"; the connection must end.
+  std::string Refusal(const std::string& request) const {
+    RawClient client(port_);
+    client.Send(request);
+    const auto response = client.Receive();
+    if (!response) return "nothing";
+    EXPECT_TRUE(client.IsEnded());
+    const auto cim_error = response->headers.find("cimerror");
+    return std::to_string(response->status) +
+           (cim_error != response->headers.end() ? " " + cim_error->second : "");
+  }
+
+  void ExpectThree(const std::optional<RawResponse>& response) const {
+    ASSERT_TRUE(response);
+    EXPECT_EQ(response->status, 200);
+    const CimAnswer answer(response->body, kEnumerate);
+    EXPECT_THAT(answer.elements(), SizeIs(3));
+  }
+
+  std::unique_ptr<broker::ObjectManager> manager_ = guest::Manager();
+  std::unique_ptr<wbem::Server> server_;
+  int port_ = 0;
+};
+
+std::string Replaced(std::string text, const std::string& from, const std::string& to) {
+  const std::size_t at = text.find(from);
+  EXPECT_NE(at, std::string::npos) << from;
+  return text.replace(at, from.size(), to);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Proper requests
+
+TEST_F(ServerTest, AnswersARequest) {
+  const auto response = Ask(Enumeration());
+  ExpectThree(response);
+  EXPECT_EQ(response->headers.at("content-type"), "application/xml; charset=\"utf-8\"");
+  EXPECT_EQ(response->headers.at("cimoperation"), "MethodResponse");
+}
+
+TEST_F(ServerTest, AnswersAnotherImplementationsClient) {
+  httplib::Client client("127.0.0.1", port_);
+  const httplib::Headers headers = {{"CIMOperation", "MethodCall"},
+                                    {"CIMMethod", kEnumerate},
+                                    {"CIMObject", "root/cimv2"},
+                                    {"CIMProtocolVersion", "1.0"}};
+  const auto result =
+      client.Post("/cimom", headers, messages::Call(kEnumerate, Class(guest::kClass)), "text/xml");
+  ASSERT_TRUE(result);
+  EXPECT_EQ(result->status, 200);
+  const CimAnswer answer(result->body, kEnumerate);
+  EXPECT_THAT(answer.keys("InstanceID"), testing::ElementsAre("group-0", "group-1", "group-2"));
+}
+
+TEST_F(ServerTest, OneConnectionCarriesManyRequests) {
+  RawClient client(port_);
+  for (int i = 0; i < 20; ++i) {
+    ASSERT_TRUE(client.Send(Enumeration()));
+    ExpectThree(client.Receive());
+  }
+}
+
+TEST_F(ServerTest, RequestsMayBeSentAheadOfTheirAnswers) {
+  RawClient client(port_);
+  ASSERT_TRUE(client.Send(Enumeration() + Enumeration() + Enumeration()));
+  for (int i = 0; i < 3; ++i) ExpectThree(client.Receive());
+}
+
+TEST_F(ServerTest, ARequestMayComeByteByByte) {
+  RawClient client(port_);
+  for (const char c : Enumeration()) ASSERT_TRUE(client.Send(std::string(1, c)));
+  ExpectThree(client.Receive());
+}
+
+TEST_F(ServerTest, ARequestMayComeInChunks) {
+  const std::string body = messages::Call(kEnumerate, Class(guest::kClass));
+  std::string request =
+      Replaced(Head(kEnumerate, 0), "Content-Length: 0", "Transfer-Encoding: chunked") + "\r\n";
+  for (std::size_t i = 0; i < body.size(); i += 10) {
+    const std::string piece = body.substr(i, 10);
+    request += (piece.size() == 10 ? "a" : std::to_string(piece.size())) + "\r\n" + piece + "\r\n";
+  }
+  ExpectThree(Ask(request + "0\r\n\r\n"));
+}
+
+TEST_F(ServerTest, AnOldClientGetsAPlainAnswer) {
+  RawClient client(port_);
+  ASSERT_TRUE(client.Send(Replaced(Enumeration(), "HTTP/1.1", "HTTP/1.0")));
+  const auto response = client.Receive();
+  ExpectThree(response);
+  EXPECT_EQ(response->headers.count("transfer-encoding"), 0U);
+}
+
+TEST_F(ServerTest, AClientMayAskWhetherToGoOn) {
+  RawClient client(port_);
+  const std::string body = messages::Call(kEnumerate, Class(guest::kClass));
+  ASSERT_TRUE(client.Send(Head(kEnumerate, body.size(), "Expect: 100-continue\r\n") + "\r\n"));
+  const auto interim = client.Receive();
+  ASSERT_TRUE(interim);
+  EXPECT_EQ(interim->status, 100);
+  ASSERT_TRUE(client.Send(body));
+  ExpectThree(client.Receive());
+}
+
+TEST_F(ServerTest, CimErrorsAreProperAnswers) {
+  const auto response = Ask(Post(kEnumerate, Class("No_Such")));
+  ASSERT_TRUE(response);
+  EXPECT_EQ(response->status, 200);
+  EXPECT_EQ(CimAnswer(response->body, kEnumerate).error(), 5);
+}
+
+TEST_F(ServerTest, PathsNameTheHostAsTheClientDoes) {
+  const std::string body = messages::Call(
+      "AssociatorNames",
+      messages::Parameter("ObjectName",
+                          messages::InstanceName(guest::kClass, {{"InstanceID", "x"}})));
+  EXPECT_TRUE(Ask(Head("AssociatorNames", body.size()) + "\r\n" + body));
+  ExpectThree(Ask(Replaced(Enumeration(), "localhost", "<script>")));
+}
+
+TEST_F(ServerTest, AMandatoryRequestIsAcknowledged) {
+  const std::string plain = Enumeration();
+  std::string request = Replaced(plain, "POST", "M-POST");
+  request =
+      Replaced(request, "Host:", "Man: http://www.dmtf.org/cim/mapping/http/v1.0 ; ns=73\r\nHost:");
+  for (const char* header : {"CIMOperation", "CIMMethod", "CIMObject"}) {
+    request = Replaced(request, header, std::string("73-") + header);
+  }
+  const auto response = Ask(request);
+  ExpectThree(response);
+  EXPECT_EQ(response->headers.at("73-cimoperation"), "MethodResponse");
+  EXPECT_EQ(response->headers.count("ext"), 1U);
+  EXPECT_EQ(Refusal(Replaced(plain, "POST", "M-POST")), "510");
+
+  RawClient client(port_);
+  client.Send(Replaced(request, "73-CIMMethod: Enum", "73-CIMMethod: Xnum"));
+  const auto refusal = client.Receive();
+  ASSERT_TRUE(refusal);
+  EXPECT_EQ(refusal->headers.at("73-cimerror"), "header-mismatch");
+}
+
+TEST_F(ServerTest, OptionsTellWhatIsServed) {
+  const auto response = Ask("OPTIONS * HTTP/1.1\r\nHost: localhost\r\n\r\n");
+  ASSERT_TRUE(response);
+  EXPECT_EQ(response->status, 200);
+  EXPECT_THAT(response->headers.at("opt"), HasSubstr("dmtf.org/cim"));
+  EXPECT_THAT(response->headers.at("73-cimsupportedfunctionalgroups"), HasSubstr("basic-read"));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Improper ones
+
+TEST_F(ServerTest, HeadersOfOtherKindsAreRefused) {
+  const std::string request = Enumeration();
+  EXPECT_EQ(Refusal(Replaced(request, "CIMOperation: MethodCall\r\n", "")), "400");
+  EXPECT_EQ(Refusal(Replaced(request, "MethodCall", "MethodResponse")),
+            "400 unsupported-operation");
+  EXPECT_EQ(Refusal(Post(kEnumerate, "", "CIMProtocolVersion: 2.0\r\n")),
+            "501 unsupported-protocol-version");
+  EXPECT_EQ(Refusal(Post(kEnumerate, "", "Origin: http://evil.example\r\n")), "403");
+  EXPECT_EQ(Refusal(Post(kEnumerate, "", "Content-Encoding: gzip\r\n")), "415");
+}
+
+TEST_F(ServerTest, HeadersThatDoNotAgreeWithTheBodyAreRefused) {
+  const std::string request = Enumeration();
+  EXPECT_EQ(Refusal(Replaced(request, "CIMMethod: Enum", "CIMMethod: Xnum")),
+            "400 header-mismatch");
+  EXPECT_EQ(Refusal(Replaced(request, "CIMMethod: EnumerateInstances\r\n", "")),
+            "400 header-mismatch");
+  EXPECT_EQ(Refusal(Replaced(request, "root%2Fcimv2", "root%2Fother")), "400 header-mismatch");
+  EXPECT_EQ(Refusal(Replaced(request, "root%2Fcimv2", "root%2")), "400 header-mismatch");
+  ExpectThree(Ask(Replaced(request, "root%2Fcimv2", "ROOT/cimv2")));
+}
+
+TEST_F(ServerTest, OtherContentIsRefused) {
+  const std::string request = Enumeration();
+  const std::string type = "application/xml; charset=\"utf-8\"";
+  for (const char* other :
+       {"text/plain", "application/x-www-form-urlencoded", "multipart/form-data; boundary=x",
+        "application/xml; charset=utf-16", "text/xml; charset=\"iso-8859-1\"", ";;=", ""}) {
+    EXPECT_EQ(Refusal(Replaced(request, type, other)), "415") << other;
+  }
+  for (const char* same : {"text/xml", "Application/XML;Charset=UTF-8", "text/xml;charset='utf-8'",
+                           "text/xml; a=b; charset=utf-8"}) {
+    if (std::string(same).find('\'') != std::string::npos) continue;
+    ExpectThree(Ask(Replaced(request, type, same)));
+  }
+}
+
+TEST_F(ServerTest, OtherHttpMethodsAreRefused) {
+  EXPECT_EQ(Refusal("GET / HTTP/1.1\r\nHost: localhost\r\n\r\n"), "405");
+  EXPECT_EQ(Refusal("GET /../../etc/passwd HTTP/1.1\r\nHost: localhost\r\n\r\n"), "405");
+  EXPECT_EQ(Refusal("PUT / HTTP/1.1\r\nHost: localhost\r\nContent-Length: 1\r\n\r\nx"), "405");
+  EXPECT_EQ(Refusal("DELETE / HTTP/1.1\r\nHost: localhost\r\n\r\n"), "405");
+  EXPECT_EQ(Refusal("BREW / HTTP/1.1\r\nHost: localhost\r\n\r\n"), "400");
+}
+
+TEST_F(ServerTest, BodiesThatAreNoMessagesAreRefused) {
+  const auto with_body = [&](const std::string& body) {
+    return Refusal(Head(kEnumerate, body.size()) + "\r\n" + body);
+  };
+  EXPECT_EQ(with_body("garbage"), "400 request-not-well-formed");
+  EXPECT_EQ(with_body(""), "400 request-not-well-formed");
+  EXPECT_EQ(with_body("<html/>"), "400 request-not-valid");
+  EXPECT_EQ(with_body("\xff\xfe<\0C\0"), "400 request-not-well-formed");
+  EXPECT_EQ(with_body(Replaced(messages::Call(kEnumerate, ""), "CIMVERSION=\"2", "CIMVERSION=\"9")),
+            "501 unsupported-cim-version");
+}
+
+TEST_F(ServerTest, GarbageIsRefused) {
+  EXPECT_THAT(Refusal("\x16\x03\x01\x02garbage\r\n\r\n"), testing::AnyOf("nothing", "400"));
+  EXPECT_THAT(Refusal(std::string(5000, '\0') + "\n"), testing::AnyOf("nothing", "400", "414"));
+  EXPECT_THAT(Refusal("POST\r\n\r\n"), testing::AnyOf("nothing", "400"));
+  EXPECT_THAT(Refusal("POST /cimom HTTP/9.9\r\n\r\n"), testing::AnyOf("nothing", "400"));
+  ExpectThree(Ask(Enumeration()));
+}
+
+TEST_F(ServerTest, TooLargeABodyIsRefused) {
+  EXPECT_EQ(Refusal(Head(kEnumerate, wbem::kMaxRequestBytes + 1) + "\r\n" +
+                    std::string(wbem::kMaxRequestBytes + 1, ' ')),
+            "413");
+}
+
+TEST_F(ServerTest, TooLargeABodyInChunksIsRefused) {
+  std::string request =
+      Replaced(Head(kEnumerate, 0), "Content-Length: 0", "Transfer-Encoding: chunked") + "\r\n";
+  const std::string chunk = "100000\r\n" + std::string(0x100000, ' ') + "\r\n";
+  for (int i = 0; i < 10; ++i) request += chunk;
+  const std::string refusal = Refusal(request + "0\r\n\r\n");
+  EXPECT_THAT(refusal, testing::AnyOf("413", "400"));
+}
+
+TEST_F(ServerTest, EndlessHeadersAreCutOff) {
+  RawClient client(port_);
+  const std::string line = "X-Filler: " + std::string(1000, 'x') + "\r\n";
+  client.Send("POST /cimom HTTP/1.1\r\n");
+  for (int i = 0; i < 200; ++i) {
+    if (!client.Send(line)) break;
+  }
+  const auto response = client.Receive();
+  EXPECT_TRUE(!response || response->status == 400);
+  ExpectThree(Ask(Enumeration()));
+}
+
+TEST_F(ServerTest, AnEndlessRequestLineIsCutOff) {
+  RawClient client(port_);
+  client.Send("POST /" + std::string(300'000, 'x'));
+  const auto response = client.Receive();
+  EXPECT_TRUE(!response || response->status >= 400);
+  ExpectThree(Ask(Enumeration()));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Clients that do not do their part
+
+TEST_F(ServerTest, HalfARequestIsNoRequest) {
+  const std::string request = Enumeration();
+  for (std::size_t size = 0; size < request.size(); size += 7) {
+    RawClient client(port_);
+    ASSERT_TRUE(client.Send(request.substr(0, size)));
+    client.EndSending();
+    const auto response = client.Receive();
+    EXPECT_TRUE(!response || response->status == 400) << size;
+  }
+  ExpectThree(Ask(request));
+}
+
+TEST_F(ServerTest, ClientsThatVanishAreForgotten) {
+  const std::string request = Enumeration();
+  for (std::size_t size = 0; size <= request.size(); size += 50) {
+    RawClient client(port_);
+    client.Send(request.substr(0, size));
+    client.Reset();
+  }
+  ExpectThree(Ask(request));
+}
+
+class ImpatientServerTest : public ServerTest {
+ protected:
+  ImpatientServerTest() {
+    server_->Stop();
+    wbem::ServerOptions options;
+    options.threads = 2;
+    options.limits.idle = milliseconds(150);
+    options.limits.request = milliseconds(150);
+    options.limits.write_stall = milliseconds(150);
+    Start(options);
+  }
+};
+
+TEST_F(ImpatientServerTest, AnIdleConnectionEnds) {
+  RawClient client(port_);
+  EXPECT_TRUE(client.IsEnded());
+}
+
+TEST_F(ImpatientServerTest, ARequestThatDoesNotGoOnEnds) {
+  for (const std::string& part :
+       {std::string("P"), Head(kEnumerate, 1000), Head(kEnumerate, 1000) + "\r\n<CIM"}) {
+    RawClient client(port_);
+    ASSERT_TRUE(client.Send(part));
+    const auto response = client.Receive();
+    EXPECT_TRUE(!response || (response->status == 400 && client.IsEnded()));
+  }
+}
+
+TEST_F(ImpatientServerTest, ARequestThatTricklesEnds) {
+  RawClient client(port_);
+  const std::string head = "POST /cimom HTTP/1.1\r\n";
+  std::string line = "X: y\r\n";
+  client.Send(head);
+  // Goes on until the server has had enough; the clock is the server's.
+  int sent = 0;
+  while (client.Send(line) && ++sent < 9'000) {
+    std::this_thread::yield();
+  }
+  const auto response = client.Receive();
+  EXPECT_TRUE(!response || response->status == 400);
+}
+
+TEST_F(ImpatientServerTest, AnAnswerThatNobodyReadsEnds) {
+  guest::Behaviour behaviour;
+  behaviour.instances = 1'000'000;
+  guest::Behave(behaviour);
+  RawClient client(port_);
+  ASSERT_TRUE(client.Send(Enumeration()));
+  // Not read: what the kernel holds for it is soon full. Both threads come free again.
+  RawClient second(port_);
+  ASSERT_TRUE(second.Send(Enumeration()));
+  RawClient third(port_);
+  ASSERT_TRUE(third.Send(Post(kEnumerate, Class("No_Such"))));
+  const auto response = third.Receive();
+  ASSERT_TRUE(response);
+  EXPECT_EQ(response->status, 200);
+}
+
+TEST_F(ImpatientServerTest, IdleConnectionsGiveWayToOnesThatWait) {
+  server_->Stop();
+  wbem::ServerOptions options;
+  options.threads = 2;
+  options.limits.idle = seconds(300);
+  Start(options);
+  std::vector<std::unique_ptr<RawClient>> clients;
+  for (int i = 0; i < 10; ++i) {
+    clients.push_back(std::make_unique<RawClient>(port_));
+    ASSERT_TRUE(clients.back()->Send(Enumeration()));
+    ExpectThree(clients.back()->Receive());
+  }
+}
+
+// ---------------------------------------------------------------------------------------------
+// Answers that cannot be completed
+
+TEST_F(ServerTest, AFailureAfterAPartWasSentCutsTheAnswerOff) {
+  guest::Behaviour behaviour;
+  behaviour.instances = 5000;
+  behaviour.status = CMPI_RC_ERR_FAILED;
+  guest::Behave(behaviour);
+  RawClient client(port_);
+  ASSERT_TRUE(client.Send(Enumeration()));
+  EXPECT_FALSE(client.Receive());
+}
+
+TEST_F(ServerTest, AFailureBeforeIsAnError) {
+  guest::Behaviour behaviour;
+  behaviour.status = CMPI_RC_ERR_FAILED;
+  guest::Behave(behaviour);
+  const auto response = Ask(Enumeration());
+  ASSERT_TRUE(response);
+  EXPECT_EQ(CimAnswer(response->body, kEnumerate).error(), 1);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Addresses, start and stop
+
+TEST(ServerAddress, OnlyLoopbackIsServed) {
+  const auto manager = guest::Manager();
+  for (const char* address : {"0.0.0.0", "192.168.1.1", "::", "fe80::1", "example.com", "",
+                              "128.0.0.1", "127.0.0", "*"}) {
+    wbem::ServerOptions options;
+    options.address = address;
+    EXPECT_THROW(wbem::Server(*manager, options), std::invalid_argument) << address;
+  }
+  for (const char* address : {"127.0.0.1", "localhost", "127.0.0.2"}) {
+    wbem::ServerOptions options;
+    options.address = address;
+    options.port = 0;
+    wbem::Server server(*manager, options);
+    EXPECT_GT(server.Start(), 0) << address;
+    EXPECT_TRUE(server.is_running());
+    server.Stop();
+    EXPECT_FALSE(server.is_running());
+  }
+}
+
+TEST(ServerAddress, APortInUseIsAnError) {
+  const auto manager = guest::Manager();
+  wbem::ServerOptions options;
+  options.port = 0;
+  wbem::Server first(*manager, options);
+  options.port = first.Start();
+  wbem::Server second(*manager, options);
+  EXPECT_THROW(second.Start(), std::runtime_error);
+}
+
+TEST(ServerAddress, UrlHasThePort) {
+  const auto manager = guest::Manager();
+  wbem::ServerOptions options;
+  options.port = 0;
+  wbem::Server server(*manager, options);
+  const int port = server.Start();
+  EXPECT_EQ(server.Url(), "http://127.0.0.1:" + std::to_string(port));
+}
+
+TEST_F(ServerTest, StopEndsIdleConnections) {
+  RawClient client(port_);
+  ASSERT_TRUE(client.Send(Enumeration()));
+  ExpectThree(client.Receive());
+  server_->Stop();
+  EXPECT_TRUE(client.IsEnded());
+  EXPECT_THROW(RawClient{port_}, std::exception);
+}
+
+TEST_F(ServerTest, StopLetsARunningRequestFinish) {
+  std::thread stopper;
+  guest::Behaviour behaviour;
+  behaviour.instances = 2000;
+  behaviour.on_element = [&](int number) {
+    if (number == 1000) stopper = std::thread([&] { server_->Stop(); });
+  };
+  guest::Behave(behaviour);
+  const auto response = Ask(Enumeration());
+  stopper.join();
+  ASSERT_TRUE(response);
+  const CimAnswer answer(response->body, kEnumerate);
+  EXPECT_THAT(answer.elements(), SizeIs(2000));
+}
+
+TEST_F(ServerTest, StopDoesNotWaitForEver) {
+  server_->Stop();
+  wbem::ServerOptions options;
+  options.stop = milliseconds(50);
+  Start(options);
+  guest::Behaviour behaviour;
+  behaviour.instances = 100'000'000;
+  guest::Behave(behaviour);
+  RawClient client(port_);
+  ASSERT_TRUE(client.Send(Enumeration()));  // and not read
+  server_->Stop();
+  EXPECT_FALSE(server_->is_running());
+}
+
+}  // namespace
