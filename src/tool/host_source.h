@@ -12,9 +12,9 @@
 namespace tool {
 
 struct HostSource {
-  std::optional<std::string> sysfs;        // folder with devices/ (--sysfs)
-  std::optional<std::string> dump;         // file as "lspci -x" prints it (--dump)
-  std::optional<std::string> system_name;  // (--system-name)
+  std::optional<std::string> sysfs = {};        // folder with devices/ (--sysfs)
+  std::optional<std::string> dump = {};         // file as "lspci -x" prints it (--dump)
+  std::optional<std::string> system_name = {};  // (--system-name)
 };
 
 // Puts the choice into the environment, HOSTCTL_PCI_SYSFS, HOSTCTL_PCI_DUMP and

@@ -1,0 +1,187 @@
+// What belongs to the whole process: streams, the environment, the command line.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <sstream>
+#include <stdexcept>
+#include <system_error>
+
+#include "tool/command_line.h"
+#include "tool/errors.h"
+#include "tool/host_source.h"
+#include "tool/library_file.h"
+#include "tool/output.h"
+#include "tool/quiet_factory.h"
+
+namespace tool {
+namespace {
+
+using testing::HasSubstr;
+
+TEST(FileOutput, WritesEverythingThroughSmallAndLargePieces) {
+  const int file = memfd_create("out", MFD_CLOEXEC);
+  const std::string large(200000, 'x');
+  FileOutput out(file);
+  out << "start" << large << 'e';
+  out.flush();
+  std::string text(large.size() + 10, '\0');
+  lseek(file, 0, SEEK_SET);
+  const ssize_t got = read(file, text.data(), text.size());
+  close(file);
+  ASSERT_EQ(got, static_cast<ssize_t>(large.size() + 6));
+  EXPECT_EQ(text.substr(0, 6), "startx");
+  EXPECT_EQ(text[large.size() + 5], 'e');
+}
+
+TEST(FileOutput, ThrowsTheErrorOfAFailedWrite) {
+  const int full = open("/dev/full", O_WRONLY | O_CLOEXEC);
+  FileOutput out(full);
+  out << "text";
+  try {
+    out.flush();
+    FAIL() << "written";
+  } catch (const std::system_error& error) {
+    EXPECT_EQ(error.code().value(), ENOSPC);
+  }
+  close(full);
+}
+
+TEST(RunFactory, HoldsBackTheTraceLineAndNothingElse) {
+  testing::internal::CaptureStderr();
+  const bool incomplete =
+      RunFactory([] { std::fputs("before\n--- _Create_InstanceMI() X\nafter", stderr); }, false);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "before\nafter");
+  EXPECT_FALSE(incomplete);
+}
+
+TEST(RunFactory, HoldsBackNothingWhenVerbose) {
+  testing::internal::CaptureStderr();
+  RunFactory([] { std::fputs("--- _Create_InstanceMI() X\n", stderr); }, true);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "--- _Create_InstanceMI() X\n");
+}
+
+TEST(RunFactory, PassesExceptionsOnAndGivesStandardErrorBack) {
+  testing::internal::CaptureStderr();
+  EXPECT_THROW(RunFactory([] { throw std::runtime_error("x"); }, false), std::runtime_error);
+  std::fputs("heard\n", stderr);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "heard\n");
+}
+
+TEST(RunFactory, TellsThatTheHostWasNotReadAsAWhole) {
+  testing::internal::CaptureStderr();
+  EXPECT_TRUE(RunFactory(
+      [] { std::fputs("ostrel-pci: x, reporting may be incomplete, error y\n", stderr); }, false));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("error y"));
+}
+
+// The variables as they were, once the test is over.
+class Environment : public testing::Test {
+ protected:
+  void SetUp() override {
+    for (const char* name : kNames) unsetenv(name);
+  }
+  void TearDown() override { SetUp(); }
+
+  static constexpr const char* kNames[] = {"HOSTCTL_PCI_SYSFS", "HOSTCTL_PCI_DUMP",
+                                           "HOSTCTL_SYSTEM_NAME", "OSTREL_PCI_LIBRARY"};
+};
+
+TEST_F(Environment, IsOverruledByOptions) {
+  setenv("HOSTCTL_PCI_SYSFS", "/elsewhere", 1);
+  SelectHost({.dump = "/dev/null", .system_name = "name"});
+  EXPECT_EQ(std::getenv("HOSTCTL_PCI_SYSFS"), nullptr);
+  EXPECT_STREQ(std::getenv("HOSTCTL_PCI_DUMP"), "/dev/null");
+  EXPECT_EQ(SystemName(), "name");
+  EXPECT_FALSE(SeesOnlyPart());
+  SelectHost({.sysfs = "/"});
+  EXPECT_EQ(std::getenv("HOSTCTL_PCI_DUMP"), nullptr);
+  EXPECT_STREQ(std::getenv("HOSTCTL_PCI_SYSFS"), "/");
+}
+
+TEST_F(Environment, StaysWhereNoOptionSaysOtherwise) {
+  setenv("HOSTCTL_PCI_DUMP", "/some/dump", 1);
+  SelectHost({});
+  EXPECT_STREQ(std::getenv("HOSTCTL_PCI_DUMP"), "/some/dump");
+  EXPECT_FALSE(SystemName().empty());
+}
+
+TEST_F(Environment, IsLeftAloneByASourceThatIsNotThere) {
+  EXPECT_THROW(SelectHost({.dump = "/nonexistent"}), CommandError);
+  EXPECT_THROW(SelectHost({.dump = "/"}), CommandError);
+  EXPECT_THROW(SelectHost({.sysfs = "/dev/null"}), CommandError);
+  EXPECT_THROW(SelectHost({.sysfs = "/", .dump = "/dev/null"}), UsageError);
+  EXPECT_EQ(std::getenv("HOSTCTL_PCI_DUMP"), nullptr);
+  EXPECT_EQ(std::getenv("HOSTCTL_PCI_SYSFS"), nullptr);
+}
+
+TEST_F(Environment, NamesTheLibraryWhereNoOptionDoes) {
+  EXPECT_EQ(FindLibrary("/dev/null"), "/dev/null");
+  setenv("OSTREL_PCI_LIBRARY", "/dev/zero", 1);
+  EXPECT_EQ(FindLibrary(std::nullopt), "/dev/zero");
+  EXPECT_EQ(FindLibrary("/dev/null"), "/dev/null");
+  EXPECT_THROW(FindLibrary("/nonexistent"), CommandError);
+  setenv("OSTREL_PCI_LIBRARY", "/nonexistent", 1);
+  EXPECT_THROW(FindLibrary(std::nullopt), CommandError);
+}
+
+TEST(LibraryCandidates, StandBesideTheProgramFirst) {
+  const std::vector<std::string> files = LibraryCandidates("/opt/x/bin");
+  ASSERT_EQ(files.size(), 4U);
+  EXPECT_EQ(files[0], "/opt/x/bin/libOstrelPCI.so");
+  EXPECT_EQ(files[1], "/opt/x/associations/libOstrelPCI.so");
+  EXPECT_TRUE(files[2].starts_with("/opt/x/lib"));
+  EXPECT_TRUE(files[2].ends_with("/cmpi/libOstrelPCI.so"));
+}
+
+Arguments Parsed(std::vector<const char*> words) {
+  words.insert(words.begin(), "ostrel-pci");
+  std::ostringstream out, err;
+  auto parsed = ParseCommandLine(static_cast<int>(words.size()), words.data(), out, err);
+  if (const int* status = std::get_if<int>(&parsed)) {
+    ADD_FAILURE() << "status " << *status << ": " << err.str();
+    return {};
+  }
+  return std::get<Arguments>(parsed);
+}
+
+TEST(CommandLine, ReadsOptionsOnBothSidesOfTheCommand) {
+  const Arguments arguments =
+      Parsed({"-p", "A", "-o", "json", "associators", "PATH", "-p", "B", "--role", "R", "-v"});
+  EXPECT_EQ(arguments.command, Command::kAssociators);
+  EXPECT_EQ(arguments.operand, "PATH");
+  EXPECT_EQ(arguments.format, Format::kJson);
+  EXPECT_EQ(arguments.properties, (std::vector<std::string>{"A", "B"}));
+  EXPECT_EQ(arguments.filter.role, "R");
+  EXPECT_TRUE(arguments.verbose);
+  EXPECT_FALSE(arguments.names);
+}
+
+TEST(CommandLine, KnowsShortCommands) {
+  EXPECT_TRUE(Parsed({"ein", "X"}).names);
+  EXPECT_TRUE(Parsed({"ain", "X"}).names);
+  EXPECT_TRUE(Parsed({"rin", "X"}).names);
+  EXPECT_FALSE(Parsed({"ei", "X"}).names);
+  EXPECT_EQ(Parsed({"gi", "X"}).command, Command::kGet);
+  EXPECT_EQ(Parsed({"ri", "X"}).command, Command::kReferences);
+}
+
+TEST(CommandLine, TakesOneValueForEveryProperty) {
+  EXPECT_EQ(Parsed({"-p", "A", "ei", "X"}).operand, "X");
+  EXPECT_EQ(Parsed({"ei", "-p", "A", "X"}).operand, "X");
+}
+
+TEST(CommandLine, TakesPathsAsTheyAre) {
+  const char* path = "root/cimv2:X.A=\"[1,2]\",B=\"a b\\\"c\"";
+  EXPECT_EQ(Parsed({"gi", path}).operand, path);
+}
+
+}  // namespace
+}  // namespace tool

@@ -1,0 +1,208 @@
+// Instances and paths in every format.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <limits>
+#include <nlohmann/json.hpp>
+#include <pugixml.hpp>
+#include <sstream>
+
+#include "tool/element_writer.h"
+#include "tool/json_value.h"
+
+namespace tool {
+namespace {
+
+using broker::Instance;
+using broker::ObjectPath;
+using broker::Value;
+using testing::HasSubstr;
+
+ObjectPath Path(std::string class_name, std::string id) {
+  ObjectPath path;
+  path.name_space = "root/cimv2";
+  path.class_name = std::move(class_name);
+  path.keys = {{"DeviceID", Value(std::move(id))}};
+  return path;
+}
+
+Instance Sample(std::string text = "text") {
+  Instance instance;
+  instance.path = Path("Test_Class", "one");
+  instance.properties = {
+      {"DeviceID", Value("one")},
+      {"Text", Value(std::move(text))},
+      {"Small", Value(std::uint8_t{255})},
+      {"Large", Value(std::numeric_limits<std::uint64_t>::max())},
+      {"Negative", Value(std::int64_t{-5})},
+      {"Truth", Value(true)},
+      {"Nothing", Value::Null(CMPI_uint16)},
+      {"Array", Value::ArrayOf(CMPI_uint16, {Value(std::uint16_t{1}), Value(std::uint16_t{2})})},
+      {"Empty", Value::ArrayOf(CMPI_uint16, {})},
+      {"Reference", Value(Path("Test_Other", "two"))},
+  };
+  return instance;
+}
+
+using MakeWriter = std::unique_ptr<ElementWriter> (*)(std::ostream&);
+
+std::string Written(MakeWriter make, std::vector<Instance> instances) {
+  std::ostringstream out;
+  const auto writer = make(out);
+  for (Instance& instance : instances) writer->OnInstance(std::move(instance));
+  writer->Finish(false);
+  return out.str();
+}
+
+std::string WrittenTable(std::vector<Instance> instances, TableStyle style) {
+  std::ostringstream out;
+  const auto writer = MakeTableWriter(out, std::move(style));
+  for (Instance& instance : instances) writer->OnInstance(std::move(instance));
+  writer->Finish(false);
+  return out.str();
+}
+
+TEST(JsonWriter, TypesValuesAndKeepsTheirOrder) {
+  EXPECT_EQ(
+      ToJson(Sample()).dump(),
+      R"({"path":{"namespace":"root/cimv2","className":"Test_Class","keys":{"DeviceID":"one"}},)"
+      R"("properties":{"DeviceID":"one","Text":"text","Small":255,)"
+      R"("Large":18446744073709551615,"Negative":-5,"Truth":true,"Nothing":null,)"
+      R"("Array":[1,2],"Empty":[],"Reference":{"namespace":"root/cimv2",)"
+      R"("className":"Test_Other","keys":{"DeviceID":"two"}}}})");
+}
+
+TEST(JsonWriter, EscapesControlCharactersAndReplacesInvalidBytes) {
+  const std::string text = Written(MakeJsonWriter, {Sample("a\"\\\n\x01\xff"
+                                                           "b")});
+  EXPECT_THAT(text, HasSubstr(R"("Text": "a\"\\\n\u0001)"
+                              "\xef\xbf\xbd"
+                              R"(b")"));
+  EXPECT_EQ(Json::parse(text)[0]["properties"]["Text"],
+            "a\"\\\n\x01\xef\xbf\xbd"
+            "b");
+}
+
+TEST(JsonWriter, WritesAnArrayOfAnyLength) {
+  EXPECT_EQ(Written(MakeJsonWriter, {}), "[]\n");
+  EXPECT_EQ(Json::parse(Written(MakeJsonWriter, {Sample(), Sample(), Sample()})).size(), 3U);
+}
+
+TEST(JsonWriter, StreamsElements) {
+  std::ostringstream out;
+  const auto writer = MakeJsonWriter(out);
+  EXPECT_EQ(out.str(), "");
+  writer->OnObjectPath(Path("Test_Class", "first"));
+  EXPECT_THAT(out.str(), HasSubstr("first"));
+  writer->Finish(false);
+}
+
+TEST(Writers, LeaveNothingBehindOfARequestThatFailedAtOnce) {
+  for (const MakeWriter make : {MakeJsonWriter, MakeXmlWriter, MakeMofWriter, MakeSheetWriter}) {
+    std::ostringstream out;
+    make(out)->Finish(true);
+    EXPECT_EQ(out.str(), "");
+  }
+}
+
+TEST(Writers, EndTheDocumentOfARequestThatFailedHalfway) {
+  std::ostringstream out;
+  const auto writer = MakeJsonWriter(out);
+  writer->OnInstance(Sample());
+  writer->Finish(true);
+  EXPECT_EQ(Json::parse(out.str()).size(), 1U);
+}
+
+TEST(MofWriter, WritesInstanceDeclarations) {
+  EXPECT_EQ(Written(MakeMofWriter, {Sample()}),
+            "instance of Test_Class {\n"
+            "  DeviceID = \"one\";\n"
+            "  Text = \"text\";\n"
+            "  Small = 255;\n"
+            "  Large = 18446744073709551615;\n"
+            "  Negative = -5;\n"
+            "  Truth = TRUE;\n"
+            "  Nothing = NULL;\n"
+            "  Array = {1, 2};\n"
+            "  Empty = {};\n"
+            "  Reference = \"root/cimv2:Test_Other.DeviceID=\\\"two\\\"\";\n"
+            "};\n");
+}
+
+TEST(MofWriter, EscapesText) {
+  EXPECT_THAT(Written(MakeMofWriter, {Sample("\b\t\n\f\r\"'\\\x01\x7f")}),
+              HasSubstr(R"(Text = "\b\t\n\f\r\"'\\\x0001\x007F";)"));
+}
+
+TEST(XmlWriter, WritesNamedInstances) {
+  pugi::xml_document document;
+  ASSERT_TRUE(document.load_string(Written(MakeXmlWriter, {Sample("<&\x01>")}).c_str()));
+  const pugi::xml_node named = document.child("IRETURNVALUE").child("VALUE.NAMEDINSTANCE");
+  const pugi::xml_node name = named.child("INSTANCENAME");
+  EXPECT_STREQ(name.attribute("CLASSNAME").value(), "Test_Class");
+  EXPECT_STREQ(name.child("KEYBINDING").attribute("NAME").value(), "DeviceID");
+  const pugi::xml_node instance = named.child("INSTANCE");
+  const auto property = [&](const char* wanted) {
+    return instance.find_child_by_attribute("NAME", wanted);
+  };
+  EXPECT_STREQ(property("Text").child_value("VALUE"), "<&\xef\xbf\xbd>");
+  EXPECT_STREQ(property("Small").attribute("TYPE").value(), "uint8");
+  EXPECT_STREQ(property("Truth").child_value("VALUE"), "TRUE");
+  EXPECT_FALSE(property("Nothing").first_child());
+  EXPECT_STREQ(property("Array").name(), "PROPERTY.ARRAY");
+  EXPECT_STREQ(property("Array").child("VALUE.ARRAY").child_value("VALUE"), "1");
+  EXPECT_TRUE(property("Empty").child("VALUE.ARRAY"));
+  const pugi::xml_node path = property("Reference").child("VALUE.REFERENCE").first_child();
+  EXPECT_STREQ(path.name(), "LOCALINSTANCEPATH");
+  EXPECT_STREQ(path.child("LOCALNAMESPACEPATH").last_child().attribute("NAME").value(), "cimv2");
+  EXPECT_STREQ(path.child("INSTANCENAME").attribute("CLASSNAME").value(), "Test_Other");
+}
+
+Instance Device(const char* class_name, const char* id) {
+  Instance device;
+  device.path = Path(class_name, id);
+  device.properties = {{"DeviceID", Value(id)},
+                       {"DeviceNumber", Value(std::uint8_t{31})},
+                       {"ElementName", Value("Maker\x1b Thing #31")},
+                       {"ClassCode", Value(std::uint8_t{6})},
+                       {"SubClassCode", Value(std::uint8_t{4})},
+                       {"ParentDeviceID", Value("top")},
+                       {"BridgeType", Value(std::uint16_t{4})},
+                       {"SecondaryBusNumber", Value(std::uint8_t{26})}};
+  return device;
+}
+
+TEST(TableWriter, ShowsWhatAPersonWantsOfEachClass) {
+  EXPECT_EQ(WrittenTable({Device("Ostrel_PCIBridge", "a"), Device("Ostrel_PCIDevice", "b"),
+                          Device("Ostrel_PCIBridge", "c")},
+                         {}),
+            "ADDRESS  CLASS       TYPE  BUS  NAME          PARENT  SLOT\n"
+            "a        PCI bridge  PCI   1a   Maker\xef\xbf\xbd Thing  top\n"
+            "c        PCI bridge  PCI   1a   Maker\xef\xbf\xbd Thing  top\n"
+            "\n"
+            "ADDRESS  CLASS       NAME          PARENT  SLOT\n"
+            "b        PCI bridge  Maker\xef\xbf\xbd Thing  top\n");
+}
+
+TEST(TableWriter, ShowsTheShortNamesOfBothEndsOfAnAssociation) {
+  Instance association;
+  association.path.class_name = "Ostrel_PCIControlledBy";
+  association.properties = {{"Antecedent", Value(Path("Ostrel_PCIBridge", "bridge"))},
+                            {"Dependent", Value(Path("Ostrel_PCIPort", "port"))}};
+  EXPECT_EQ(WrittenTable({association}, {}), "Antecedent  Dependent\nbridge      port\n");
+}
+
+TEST(TableWriter, ShowsThePropertiesThatWereAskedFor) {
+  EXPECT_EQ(WrittenTable({Sample()}, {.properties = {"Array", "text", "Absent"}}),
+            "Array   text  Absent\n{1, 2}  text\n");
+}
+
+TEST(SheetWriter, TellsWhatCodesMean) {
+  EXPECT_THAT(Written(MakeSheetWriter, {Device("Ostrel_PCIBridge", "a")}),
+              HasSubstr("  BridgeType          4 (PCI)\n"));
+}
+
+}  // namespace
+}  // namespace tool
