@@ -72,6 +72,14 @@ Examples:
   sudo ostrel-pci register --for sfcb --with-system
   sudo ostrel-pci unregister --for pegasus)";
 
+constexpr const char* kServeExamples =
+    R"(Serves read requests of WBEM clients (CIM-XML) in the namespace root/cimv2, to this host alone,
+until SIGTERM or Control-C.
+Examples:
+  ostrel-pci serve
+  ostrel-pci serve --port 0
+  wbemcli ein http://localhost:5988/root/cimv2:Ostrel_PCIDevice)";
+
 class Parser {
  public:
   Parser() : app_("Shows the host's PCI topology through its CIM providers.", "ostrel-pci") {
@@ -89,6 +97,7 @@ class Parser {
     AddReferences("references", "ri", false);
     AddReferences("rin", "", true);
     AddTree();
+    AddServe();
     AddRegister("register", "Make an object manager serve the PCI classes", false);
     AddRegister("unregister", "Make an object manager forget the PCI classes", true);
   }
@@ -237,6 +246,16 @@ class Parser {
                      "Where the object manager looks for providers, if not in its usual folders")
         ->allow_extra_args(false)
         ->type_name("DIR");
+  }
+
+  void AddServe() {
+    CLI::App* command = AddCommand("serve", "", Command::kServe,
+                                   "Answer WBEM clients over HTTP on this host", kServeExamples);
+    command->add_option("--port", arguments_.port, "The port; 0 for a free one (default: 5988)")
+        ->check(CLI::Range(0, 65535))
+        ->type_name("NUMBER");
+    command->add_option("--address", arguments_.address, "A loopback address (default: 127.0.0.1)")
+        ->type_name("ADDRESS");
   }
 
   // The formats that a command knows.

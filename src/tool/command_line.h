@@ -17,7 +17,16 @@
 
 namespace tool {
 
-enum class Command { kClasses, kEnumerate, kGet, kAssociators, kReferences, kTree, kRegister };
+enum class Command {
+  kClasses,
+  kEnumerate,
+  kGet,
+  kAssociators,
+  kReferences,
+  kTree,
+  kRegister,
+  kServe
+};
 enum class Format { kTable, kJson, kMof, kXml, kDot };
 
 struct Arguments {
@@ -31,6 +40,8 @@ struct Arguments {
   bool buses = false;
   bool ascii = false;
   bool verbose = false;
+  std::string address = "127.0.0.1";  // of serve
+  int port = 5988;                    // of serve
   HostSource source;
   std::optional<std::string> library;
   RegisterOptions registration;  // what the options of register and unregister say

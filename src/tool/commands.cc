@@ -13,6 +13,7 @@
 #include <exception>
 #include <iostream>
 #include <sstream>
+#include <stdexcept>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -32,6 +33,7 @@
 #include "tool/table.h"
 #include "tool/topology_render.h"
 #include "tool/topology_walk.h"
+#include "wbem/serve.h"
 
 namespace tool {
 namespace {
@@ -222,6 +224,17 @@ int Register(const Arguments& arguments, std::ostream& out) {
   return RunRegister(options, out, std::cerr);
 }
 
+int Serve(const Arguments& arguments, Session& session, std::ostream& out) {
+  wbem::ServerOptions options;
+  options.address = arguments.address;
+  options.port = arguments.port;
+  try {
+    return wbem::Serve(session.ManagerForThreads(), options, out);
+  } catch (const std::invalid_argument& error) {
+    throw UsageError(error.what());
+  }
+}
+
 int Run(const Arguments& arguments, std::ostream& out) {
   if (arguments.command == Command::kRegister) return Register(arguments, out);
   if (arguments.command == Command::kClasses) {
@@ -235,6 +248,7 @@ int Run(const Arguments& arguments, std::ostream& out) {
                "ostrel-pci: without root the kernel shows 64 bytes of each function's "
                "configuration space: capabilities and port types are unknown; run as root\n");
   }
+  if (arguments.command == Command::kServe) return Serve(arguments, session, out);
   if (arguments.command == Command::kTree) {
     Tree(arguments, session, out);
   } else {

@@ -145,6 +145,18 @@ Session::~Session() {
   }
 }
 
+broker::ObjectManager& Session::ManagerForThreads() {
+  for (const Class* cls : ServedClasses()) {
+    Status status;
+    bool made = manager_.InstanceProvider(cls->name, &status) != nullptr;
+    if (made && cls->association) {
+      made = manager_.AssociationProvider(cls->name, &status) != nullptr;
+    }
+    if (!made) throw StatusError(fmt::format("factory of {}", cls->name), status);
+  }
+  return manager_;
+}
+
 std::vector<std::string> Session::ServedBelow(const Class& cls) const {
   std::vector<std::string> providers = manager_.ProvidersFor(cls.name);
   if (providers.empty()) {

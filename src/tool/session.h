@@ -35,6 +35,11 @@ class Session {
 
   const broker::ObjectPath& system() const { return system_; }
 
+  // The object manager itself, for requests on many threads. Calls every factory first, because
+  // what keeps the library's trace lines off the terminal serves one thread only. Throws
+  // StatusError where a provider cannot be made.
+  broker::ObjectManager& ManagerForThreads();
+
   // Whether the library could not read the whole host; standard error says why. The requests are
   // answered with what there is.
   bool incomplete() const { return incomplete_; }
