@@ -140,22 +140,6 @@ CMPIBoolean ClassPathIsA(const CMPIBroker*, const CMPIObjectPath* op, const char
   return Answer(rc, CMPI_RC_OK, static_cast<CMPIBoolean>(is_a));
 }
 
-const char* RecordName(ObjectKind kind) {
-  switch (kind) {
-    case ObjectKind::kString: return "CMPIString";
-    case ObjectKind::kArray: return "CMPIArray";
-    case ObjectKind::kPath: return "CMPIObjectPath";
-    case ObjectKind::kInstance: return "CMPIInstance";
-    case ObjectKind::kArgs: return "CMPIArgs";
-    case ObjectKind::kContext: return "CMPIContext";
-    case ObjectKind::kResult: return "CMPIResult";
-    case ObjectKind::kEnumeration: return "CMPIEnumeration";
-    case ObjectKind::kDateTime: return "CMPIDateTime";
-    case ObjectKind::kError: return "CMPIError";
-  }
-  return "";
-}
-
 std::optional<std::string> ObjectText(const void* object, ObjectKind kind) {
   switch (kind) {
     case ObjectKind::kString: return std::string(static_cast<const StringObject*>(object)->view());
@@ -219,7 +203,7 @@ std::string NextInsert(va_list& arguments) {
   }
 }
 
-// "$0" is the text without its inserts by custom; "$1" and on are the inserts.
+// "$1" to "$9" stand for the inserts.
 std::string FillIn(std::string_view text, const std::vector<std::string>& inserts) {
   std::string filled;
   for (std::size_t i = 0; i < text.size(); ++i) {

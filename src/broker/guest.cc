@@ -15,22 +15,6 @@ void ReportMisuse(const char* function, std::string text) {
 
 namespace {
 
-const char* KindName(ObjectKind kind) {
-  switch (kind) {
-    case ObjectKind::kString: return "CMPIString";
-    case ObjectKind::kArray: return "CMPIArray";
-    case ObjectKind::kPath: return "CMPIObjectPath";
-    case ObjectKind::kInstance: return "CMPIInstance";
-    case ObjectKind::kArgs: return "CMPIArgs";
-    case ObjectKind::kContext: return "CMPIContext";
-    case ObjectKind::kResult: return "CMPIResult";
-    case ObjectKind::kEnumeration: return "CMPIEnumeration";
-    case ObjectKind::kDateTime: return "CMPIDateTime";
-    case ObjectKind::kError: return "CMPIError";
-  }
-  return "object";
-}
-
 // Reports on this thread's call, or, on a thread without one, with the object's own manager.
 bool Unusable(const ObjectState& state, const char* function, std::string text) {
   if (Call::Current() != nullptr) {
@@ -55,7 +39,7 @@ bool IsUsable(const ObjectState& state, ObjectKind kind, const char* function) {
   if (state.kind != kind) {
     return Unusable(
         state, function,
-        std::string("a ") + KindName(state.kind) + " where a " + KindName(kind) + " belongs");
+        std::string("a ") + RecordName(state.kind) + " where a " + RecordName(kind) + " belongs");
   }
   const Call* owner = state.region->call();
   if (owner == nullptr || owner == Call::Current() || !state.region->manager().checking()) {

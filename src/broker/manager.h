@@ -96,8 +96,9 @@ class Manager {
   struct Provider {
     std::string name;
     std::shared_ptr<const ProviderLibrary> library;
-    ProviderSlot<CMPIInstanceMI> instance;
-    ProviderSlot<CMPIAssociationMI> association;
+    std::recursive_mutex mutex;
+    ProviderSlot<CMPIInstanceMI> instance{mutex};
+    ProviderSlot<CMPIAssociationMI> association{mutex};
   };
 
   Provider* Find(std::string_view name) const;

@@ -359,4 +359,20 @@ std::optional<std::string> TextOf(const PathObject& path) {
   }
 }
 
+const char* RecordName(ObjectKind kind) {
+  switch (kind) {
+    case ObjectKind::kString: return "CMPIString";
+    case ObjectKind::kArray: return "CMPIArray";
+    case ObjectKind::kPath: return "CMPIObjectPath";
+    case ObjectKind::kInstance: return "CMPIInstance";
+    case ObjectKind::kArgs: return "CMPIArgs";
+    case ObjectKind::kContext: return "CMPIContext";
+    case ObjectKind::kResult: return "CMPIResult";
+    case ObjectKind::kEnumeration: return "CMPIEnumeration";
+    case ObjectKind::kDateTime: return "CMPIDateTime";
+    case ObjectKind::kError: return "CMPIError";
+  }
+  return "";
+}
+
 }  // namespace broker

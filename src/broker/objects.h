@@ -191,6 +191,9 @@ Instance ToValue(const InstanceObject& instance);
 // The path as a WBEM URI; nothing where references are nested too deeply to print.
 std::optional<std::string> TextOf(const PathObject& path);
 
+// "CMPIString" and so on: the name of the kind's record.
+const char* RecordName(ObjectKind kind);
+
 // The object behind a record that stands in a value that the object manager keeps.
 template <class T>
 T* Behind(typename T::Record* record) {

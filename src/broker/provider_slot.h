@@ -18,6 +18,11 @@ namespace broker {
 template <class MI>
 class ProviderSlot {
  public:
+  // `mutex` is the one of the class: its factories and cleanups run one at a time, because the
+  // provider object behind its records is one. Recursive, as a factory may ask for the other
+  // record.
+  explicit ProviderSlot(std::recursive_mutex& mutex) : mutex_(mutex) {}
+
   // While one stands, the record is not dropped.
   class Use {
    public:
@@ -72,7 +77,7 @@ class ProviderSlot {
     return made;
   }
 
-  std::mutex mutex_;
+  std::recursive_mutex& mutex_;
   std::atomic<MI*> record_{nullptr};
   std::atomic<int> users_{0};
   std::atomic<std::thread::id> maker_{};

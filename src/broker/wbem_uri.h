@@ -35,7 +35,7 @@ class WbemUriError : public std::invalid_argument {
 inline constexpr int kMaxReferenceDepth = 8;
 
 // The path's text. Keys keep their order. Throws std::invalid_argument for a key value that no
-// object path may have (an array or an embedded instance).
+// object path may have (an array or an embedded instance), and for references nested too deeply.
 std::string ToWbemUri(const ObjectPath& path);
 
 // Reads a class path or an instance path; the host, the namespace and any of the keys may be
