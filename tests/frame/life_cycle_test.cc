@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -93,9 +94,9 @@ TEST_F(LifeCycleTest, TenLivesInOneProcessLeaveNothingBehind) {
     }
     // Every life sees the host as it is now.
     EXPECT_EQ(CountNames(instances.front()), life);
-    EXPECT_THAT(
-        broker_.calls(),
-        testing::Contains("addKey SystemName chars host-" + std::to_string(life)).Times(life));
+    EXPECT_THAT(broker_.calls(),
+                testing::Contains("addKey SystemName chars host-" + std::to_string(life))
+                    .Times(static_cast<std::size_t>(life)));
     EXPECT_EQ(fake::CallCount("GetPciDevices"), 1U);
     EXPECT_EQ(fake::LiveObjects().devices, life + 1);
     for (CMPIInstanceMI* mi : instances) EXPECT_EQ(Cleanup(mi, true), CMPI_RC_OK);
