@@ -1,6 +1,5 @@
 #include "associations/pci_system_device.h"
 
-#include <strings.h>
 #include <syslog.h>
 
 #include "associations/hosting_system.h"
@@ -9,6 +8,7 @@
 #include "elements/pci_port.h"
 #include "frame/object_paths.h"
 #include "frame/registration.h"
+#include "platform/ostint/cim_name.h"
 #include "platform/ostint/cmpi_data.h"
 
 using HostCtl::Hardware::PciDevice;
@@ -66,7 +66,7 @@ void LogReferenceFailure(const HostCtl::Lib::HostCtlException& error) {
 }
 
 bool IsResultClass(const char* wanted, const char* class_name) {
-  return wanted != nullptr && strcasecmp(wanted, class_name) == 0;
+  return wanted != nullptr && ostInt::SameName(wanted, class_name);
 }
 
 // Which of the system's elements a result class asks for: one kind if it names that, else both.
