@@ -19,7 +19,7 @@ Bench LibraryBench() {
 
 TEST(ProviderLibrary, AnswersAsTheModelOnEveryHostItIsOpenedOn) {
   Tally tally;
-  for (std::uint32_t seed = 1; seed <= 40; ++seed) {
+  for (std::uint32_t seed = 1; seed <= 250; ++seed) {
     ASSERT_EQ(CompareOnHost(LibraryBench(), TreeHost(seed), seed, 60, tally), "");
     fake::Host host = fake::RandomHost(seed, 10, true);
     Vary(host, seed);

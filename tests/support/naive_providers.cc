@@ -151,8 +151,13 @@ Providers::Providers(fake::Host host, SystemClass system)
     : host_(std::move(host)), system_(std::move(system)), model_(host_) {}
 
 void Providers::FailAt(const Failures& from_now) {
-  failures_ = from_now;
+  if (!topology().built) StartAnew();
   model_.FailAt(from_now);
+}
+
+void Providers::StartAnew() {
+  model_ = Model(host_);
+  fresh_ = true;
 }
 
 // --- Requests ------------------------------------------------------------------------------------
@@ -161,16 +166,8 @@ Answer Providers::Ask(const Request& request) {
   answer_ = {};
   std::size_t logged = topology().log.size();
   if (!topology().built) {
-    if (started_) {
-      // The build starts again. The failures that were asked for struck the first one.
-      Failures left{{}, failures_.thrown};
-      for (const std::size_t call : failures_.calls) {
-        if (call > topology().calls) left.calls.insert(call - topology().calls);
-      }
-      failures_ = left;
-      model_ = Model(host_, left);
-    }
-    started_ = true;
+    if (!fresh_) StartAnew();
+    fresh_ = false;
     logged = 0;
     model_.Build();
     if (!topology().built) {

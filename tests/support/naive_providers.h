@@ -72,8 +72,8 @@ class Providers {
  public:
   Providers(fake::Host host, SystemClass system);
 
-  // From now on the host's calls of these numbers fail, 1 being the next one. Those that a build
-  // does not reach are forgotten when it ends.
+  // From now on the host's calls of these numbers fail, 1 being the next one. A build forgets them
+  // when it ends.
   void FailAt(const Failures& from_now);
 
   // Answers a request. The first one builds the cache, and so does the next after a build that was
@@ -88,6 +88,7 @@ class Providers {
   using Instance = broker::Instance;
   using Properties = broker::PropertyList;
 
+  void StartAnew();
   void Dispatch(const Request& request);
   void DispatchAssociation(const Request& request);
 
@@ -251,8 +252,7 @@ class Providers {
   fake::Host host_;
   SystemClass system_;
   Model model_;
-  bool started_ = false;
-  Failures failures_;
+  bool fresh_ = true;  // no build has started
   Answer answer_;
 };
 
