@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -151,13 +150,15 @@ const ServerKind& KindOf(Server server) {
   return server == Server::kSfcb ? kSfcb : kPegasus;
 }
 
+std::string ErrorText(int error) { return std::generic_category().message(error); }
+
 bool Exists(const fs::path& path) {
   std::error_code ignored;
   return fs::exists(path, ignored);
 }
 
 bool IsOnPath(const std::string& program) {
-  const char* path = std::getenv("PATH");
+  const char* path = std::getenv("PATH");  // NOLINT(concurrency-mt-unsafe): one thread
   std::string_view rest = path == nullptr ? "" : path;
   while (!rest.empty()) {
     const std::string folder(rest.substr(0, rest.find(':')));
@@ -172,8 +173,15 @@ std::string ShellWord(const std::string& word) {
       "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-./:=@%+,";
   if (!word.empty() && word.find_first_not_of(kPlain) == std::string::npos) return word;
   std::string quoted = "'";
-  for (const char c : word) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return quoted + '\'';
+  for (const char c : word) {
+    if (c == '\'') {
+      quoted += "'\\''";
+    } else {
+      quoted += c;
+    }
+  }
+  quoted += '\'';
+  return quoted;
 }
 
 std::string ShellCommand(const std::vector<std::string>& command) {
@@ -271,7 +279,7 @@ class TemporaryFolder {
   TemporaryFolder() {
     std::string name = fs::temp_directory_path() / "ostrel-pci-XXXXXX";
     if (mkdtemp(name.data()) == nullptr) {
-      throw CommandError(fmt::format("cannot make {}: {}", name, std::strerror(errno)));
+      throw CommandError(fmt::format("cannot make {}: {}", name, ErrorText(errno)));
     }
     path_ = name;
   }
@@ -302,16 +310,17 @@ void FillInSystemClass(const std::string& from, const std::string& to, const std
 // Runs the program and waits for it. Gives "" where it ended with status 0, else how it ended.
 std::string RunProgram(const std::vector<std::string>& command) {
   std::vector<char*> arguments;
+  arguments.reserve(command.size() + 1);
   for (const std::string& word : command) arguments.push_back(const_cast<char*>(word.c_str()));
   arguments.push_back(nullptr);
   pid_t child = 0;
   if (const int error =
           posix_spawnp(&child, arguments[0], nullptr, nullptr, arguments.data(), environ)) {
-    return fmt::format("could not be started: {}", std::strerror(error));
+    return fmt::format("could not be started: {}", ErrorText(error));
   }
   int status = 0;
   while (waitpid(child, &status, 0) < 0) {
-    if (errno != EINTR) return fmt::format("was lost: {}", std::strerror(errno));
+    if (errno != EINTR) return fmt::format("was lost: {}", ErrorText(errno));
   }
   if (WIFSIGNALED(status)) return fmt::format("was ended by signal {}", WTERMSIG(status));
   return WEXITSTATUS(status) == 0 ? "" : fmt::format("ended with status {}", WEXITSTATUS(status));

@@ -12,6 +12,8 @@
 #include <iterator>
 #include <sstream>
 
+// The environment and a shell, on one thread.
+// NOLINTBEGIN(concurrency-mt-unsafe,cert-env33-c)
 namespace {
 
 using testing::AllOf;
@@ -276,3 +278,4 @@ TEST_F(RegisterTest, RefusesAHostNameThatIsNone) {
 }
 
 }  // namespace
+// NOLINTEND(concurrency-mt-unsafe,cert-env33-c)
