@@ -44,7 +44,9 @@ include_directories(${PROJECT_SOURCE_DIR}/src)
 
 # ostrel_test(NAME SOURCES... [LIBS ...] [LABELS ...]): one GoogleTest program, its cases known to
 # CTest. Every test links the fake host control library, so that whatever it loads meets that one;
-# only the tests of the real library and of the installed tool do not.
+# only the tests of the real library and of the installed tool do not. `thread_tests` builds those
+# labelled "threads", all that the thread sanitizer runs.
+add_custom_target(thread_tests)
 function(ostrel_test name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;LABELS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
@@ -54,5 +56,8 @@ function(ostrel_test name)
     target_link_libraries(${name} PRIVATE test_support fake_hostctl)
   endif()
   target_link_libraries(${name} PRIVATE GTest::gmock_main)
+  if("threads" IN_LIST ARG_LABELS)
+    add_dependencies(thread_tests ${name})
+  endif()
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300 LABELS "${ARG_LABELS}")
 endfunction()
