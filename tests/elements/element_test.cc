@@ -1,5 +1,6 @@
 // What the five element providers have in common.
 
+#include <cctype>
 #include <string>
 #include <vector>
 
@@ -117,6 +118,16 @@ TEST_P(ElementTest, ReadsNoOtherKey) {
   broker::ObjectPath bare = Path();
   std::erase_if(bare.keys, [](const auto& key) { return key.first != GetParam().key; });
   EXPECT_EQ(Get(Class(), bare).Only().path, Path());
+}
+
+TEST_P(ElementTest, LooksAtNoClassOfThePath) {
+  Use(MixedHost());
+  for (const char* class_name :
+       {"CIM_ManagedElement", "OMC_UnitaryComputerSystem", "No_SuchClass"}) {
+    broker::ObjectPath path = Path();
+    path.class_name = class_name;
+    EXPECT_EQ(Get(Class(), path).Only().path, Path()) << class_name;
+  }
 }
 
 TEST_P(ElementTest, FindsTheKeyWhateverItsCase) {

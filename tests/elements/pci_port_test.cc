@@ -179,6 +179,17 @@ TEST_F(PciPortTest, NamesADownstreamPortWithoutParentButHasNoInstance) {
             "PCIPort D-ep, OK");
 }
 
+// The device cannot be read at the first two questions, and is a switch port at the others: then it
+// is neither a bridge nor an endpoint.
+TEST_F(PciPortTest, ReturnsNothingForADeviceThatChangesItsAnswers) {
+  Use(fake::Host().Add(fake::SwitchUpstream("U")));
+  fake::FailAt({1, 2});
+  EXPECT_EQ(EnumInstances("PCIPort"), "done, OK");
+  fake::FailAt({1, 2});
+  EXPECT_EQ(EnumNames("PCIPort"), "done, OK");
+  EXPECT_THAT(log.Texts(LOG_ERR), ::testing::SizeIs(4));
+}
+
 TEST_F(PciPortTest, IgnoresANullDeviceAndTheRefFormSaysSo) {
   Use(fake::Host());
   SeenBridges seen;
