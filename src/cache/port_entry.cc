@@ -32,7 +32,8 @@ PortEntry MakePCIPortTRef(const std::string& portName, const std::string& parent
 void MakePCIeDownstreamPortTRef(const PciDevice* device, std::vector<PortEntry>& ports) {
   const std::unique_ptr<PciDevice> parent = device->GetParent();
   if (parent == nullptr) return;
-  ports.push_back(MakePCIPortTRef(device->GetName() + kEndpointSuffix, parent->GetName(), device));
+  const std::string port_name = device->GetName() + kEndpointSuffix;
+  ports.push_back(MakePCIPortTRef(port_name, parent->GetName(), device));
 }
 
 void MakePCIeUpstreamPortTRef(const PciDevice* device, std::vector<PortEntry>& ports) {
