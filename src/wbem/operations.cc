@@ -215,10 +215,24 @@ Selection Call::SelectionOfInstances(const Parameters& parameters) {
   return selection;
 }
 
+std::size_t EqualKeys(const ObjectPath& a, const ObjectPath& b);
+
+// A path's keys have no order, and its namespace and the letter case of its class say nothing here.
+bool NamesSame(const ObjectPath& a, const ObjectPath& b) {
+  return EqualIgnoringCase(a.class_name, b.class_name) && a.keys.size() == b.keys.size() &&
+         EqualKeys(a, b) == a.keys.size();
+}
+
+// How many keys of `a` have the same value in `b`.
 std::size_t EqualKeys(const ObjectPath& a, const ObjectPath& b) {
   return static_cast<std::size_t>(std::count_if(a.keys.begin(), a.keys.end(), [&](const auto& key) {
     const broker::Value* other = b.Key(key.first);
-    return other != nullptr && *other == key.second;
+    if (other == nullptr) return false;
+    const ObjectPath* reference = key.second.reference();
+    const ObjectPath* other_reference = other->reference();
+    return reference != nullptr && other_reference != nullptr
+               ? NamesSame(*reference, *other_reference)
+               : *other == key.second;
   }));
 }
 

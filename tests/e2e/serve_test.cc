@@ -1,0 +1,277 @@
+// "ostrel-pci serve" asked by wbemcli, a WBEM client of other makers, on the recorded host: the
+// same answers, in the same order, as the tool prints by itself.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "e2e/run_tool.h"
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+using testing::HasSubstr;
+using testing::IsSupersetOf;
+
+const std::vector<std::string> kElements = {"Ostrel_PCIDevice", "Ostrel_PCIBridge",
+                                            "Ostrel_PCIeSwitch", "Ostrel_PCIPort",
+                                            "Ostrel_PCIPortGroup"};
+const std::vector<std::string> kAssociations = {
+    "Ostrel_PCISystemDevice", "Ostrel_PCIDeviceConnection", "Ostrel_PCIControlledBy",
+    "Ostrel_PCIHostedCollection", "Ostrel_PCIMemberOfCollection"};
+
+std::vector<std::string> AllClasses() {
+  std::vector<std::string> all = kElements;
+  all.insert(all.end(), kAssociations.begin(), kAssociations.end());
+  return all;
+}
+
+// ---------------------------------------------------------------------------------------------
+// The tool
+
+Json Tool(e2e::Words words) {
+  words.insert(words.end(), {"-o", "json"});
+  const e2e::Outcome outcome = e2e::RunOnRecord(words);
+  EXPECT_EQ(outcome.status, 0) << words[0] << " " << words[1] << ": " << outcome.err;
+  return Json::parse(outcome.out);
+}
+
+std::string Escaped(const std::string& text) {
+  std::string escaped;
+  for (const char c : text) {
+    if (c == '"' || c == '\\') escaped += '\\';
+    escaped += c;
+  }
+  return escaped;
+}
+
+// A path as the tool reads it.
+std::string ToolPath(const Json& path) {
+  std::string text = path["className"];
+  const char* separator = ".";
+  for (const auto& [name, value] : path["keys"].items()) {
+    const std::string key = value.is_object() ? ToolPath(value) : value.get<std::string>();
+    text += separator + name + "=\"" + Escaped(key) + "\"";
+    separator = ",";
+  }
+  return text;
+}
+
+// ---------------------------------------------------------------------------------------------
+// wbemcli
+
+// A path as wbemcli prints it: references without quotes.
+std::string ClientPath(const Json& path) {
+  std::string text = "root/cimv2:" + path["className"].get<std::string>();
+  const char* separator = ".";
+  for (const auto& [name, value] : path["keys"].items()) {
+    text += separator + name + "=" +
+            (value.is_object() ? ClientPath(value) : "\"" + value.get<std::string>() + "\"");
+    separator = ",";
+  }
+  return text;
+}
+
+std::string ClientValue(const Json& value) {
+  if (value.is_null()) return "";
+  if (value.is_object()) return ClientPath(value);
+  if (value.is_string()) return "\"" + value.get<std::string>() + "\"";
+  if (!value.is_array()) return value.dump();
+  std::string text;
+  for (const Json& element : value) text += (text.empty() ? "" : ",") + ClientValue(element);
+  return text;
+}
+
+class ServeTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    server = fork();
+    if (server == 0) {
+      prctl(PR_SET_PDEATHSIG, SIGTERM);
+      dup2(ends[1], STDOUT_FILENO);
+      execl(OSTREL_PCI, OSTREL_PCI, "--dump", RECORDED_DUMP, "--system-name", "recorded", "serve",
+            "--port", "0", nullptr);
+      _exit(126);
+    }
+    close(ends[1]);
+    std::FILE* out = fdopen(ends[0], "r");
+    int port = 0;
+    EXPECT_EQ(std::fscanf(out, "listening on http://127.0.0.1:%d", &port), 1);
+    std::fclose(out);
+    host = "127.0.0.1:" + std::to_string(port) + "/";
+  }
+
+  // Ends by the signal that service managers send, and well.
+  static void TearDownTestSuite() {
+    ASSERT_EQ(kill(server, SIGTERM), 0);
+    int status = -1;
+    EXPECT_EQ(waitpid(server, &status, 0), server);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+  }
+
+  // What wbemcli prints, errors included, less the host in front of paths.
+  static std::vector<std::string> Client(const std::string& operation, const std::string& path,
+                                         const std::string& options = {}) {
+    const std::string command =
+        "wbemcli " + operation + " " + options + " 'http://" + host + path + "' 2>&1";
+    std::FILE* pipe = popen(command.c_str(), "r");
+    std::string output;
+    char block[4096];
+    for (std::size_t got; (got = std::fread(block, 1, sizeof block, pipe)) > 0;) {
+      output.append(block, got);
+    }
+    pclose(pipe);
+    std::vector<std::string> lines;
+    for (std::string line : e2e::Lines(output)) {
+      if (line.starts_with(host)) line.erase(0, host.size());
+      if (!line.empty()) lines.push_back(line);
+    }
+    return lines;
+  }
+
+  static std::vector<std::string> ExpectedPaths(const Json& paths) {
+    std::vector<std::string> lines;
+    for (const Json& path : paths) lines.push_back(ClientPath(path));
+    return lines;
+  }
+
+  // As wbemcli -nl prints instances: the path, then a line for each property.
+  static std::vector<std::string> ExpectedInstances(const Json& instances) {
+    std::vector<std::string> lines;
+    for (const Json& instance : instances) {
+      lines.push_back(ClientPath(instance["path"]));
+      for (const auto& [name, value] : instance["properties"].items()) {
+        lines.push_back("-" + name + "=" + ClientValue(value));
+      }
+    }
+    return lines;
+  }
+
+  static pid_t server;
+  static std::string host;
+};
+
+pid_t ServeTest::server = 0;
+std::string ServeTest::host;
+
+TEST_F(ServeTest, EnumeratesEveryClassAsTheToolDoes) {
+  for (const std::string& cls : AllClasses()) {
+    EXPECT_EQ(Client("ein", "root/cimv2:" + cls), ExpectedPaths(Tool({"ein", cls}))) << cls;
+    EXPECT_EQ(Client("ei", "root/cimv2:" + cls, "-nl"), ExpectedInstances(Tool({"ei", cls})))
+        << cls;
+  }
+}
+
+TEST_F(ServeTest, EnumeratesSuperclassesAsTheToolDoes) {
+  for (const char* cls : {"CIM_PCIDevice", "CIM_LogicalDevice", "CIM_Dependency"}) {
+    EXPECT_EQ(Client("ein", std::string("root/cimv2:") + cls), ExpectedPaths(Tool({"ein", cls})));
+    EXPECT_EQ(Client("ei", std::string("root/cimv2:") + cls, "-nl"),
+              ExpectedInstances(Tool({"ei", cls})));
+  }
+}
+
+TEST_F(ServeTest, GetsEveryInstanceAsTheToolDoes) {
+  for (const std::string& cls : AllClasses()) {
+    for (const Json& path : Tool({"ein", cls})) {
+      Json found = Tool({"get", ToolPath(path)});
+      ASSERT_EQ(found.size(), 1U) << path;
+      // wbemcli prints the path that it was given.
+      found[0]["path"] = path;
+      EXPECT_EQ(Client("gi", ClientPath(path), "-nl"), ExpectedInstances(found)) << path;
+    }
+  }
+}
+
+TEST_F(ServeTest, FollowsAssociationsAsTheToolDoes) {
+  std::vector<std::string> classes = AllClasses();
+  classes.emplace_back("OMC_UnitaryComputerSystem");
+  for (const std::string& cls : classes) {
+    const Json names = Tool({"ein", cls});
+    if (names.empty()) continue;  // no two ports of the recorded host are connected
+    for (const Json& source : {names.front(), names.back()}) {
+      const std::string path = ClientPath(source);
+      const std::string tool_path = ToolPath(source);
+      EXPECT_EQ(Client("ain", path), ExpectedPaths(Tool({"ain", tool_path}))) << path;
+      EXPECT_EQ(Client("ai", path, "-nl"), ExpectedInstances(Tool({"ai", tool_path}))) << path;
+      EXPECT_EQ(Client("rin", path), ExpectedPaths(Tool({"rin", tool_path}))) << path;
+      EXPECT_EQ(Client("ri", path, "-nl"), ExpectedInstances(Tool({"ri", tool_path}))) << path;
+    }
+  }
+}
+
+TEST_F(ServeTest, NarrowsAssociationsAsTheToolDoes) {
+  const Json port = Tool({"ein", "Ostrel_PCIPort"}).front();
+  const std::string path = ClientPath(port);
+  const std::string tool_path = ToolPath(port);
+  EXPECT_EQ(Client("ain", path, "-ac CIM_SystemDevice"),
+            ExpectedPaths(Tool({"ain", tool_path, "--assoc-class", "CIM_SystemDevice"})));
+  EXPECT_EQ(Client("ain", path, "-arc CIM_Collection"),
+            ExpectedPaths(Tool({"ain", tool_path, "--result-class", "CIM_Collection"})));
+  EXPECT_EQ(Client("ain", path, "-ar PartComponent"),
+            ExpectedPaths(Tool({"ain", tool_path, "--role", "PartComponent"})));
+  EXPECT_EQ(Client("ain", path, "-arr Collection"),
+            ExpectedPaths(Tool({"ain", tool_path, "--result-role", "Collection"})));
+  EXPECT_EQ(Client("rin", path, "-arc CIM_MemberOfCollection"),
+            ExpectedPaths(Tool({"rin", tool_path, "--result-class", "CIM_MemberOfCollection"})));
+}
+
+TEST_F(ServeTest, TellsItsClasses) {
+  for (const std::string& cls : AllClasses()) {
+    const auto lines = Client("gc", "root/cimv2:" + cls, "-nl");
+    ASSERT_FALSE(lines.empty()) << cls;
+    EXPECT_EQ(lines.front(), "root/cimv2:" + cls);
+    EXPECT_GT(lines.size(), 2U) << cls;
+  }
+  std::vector<std::string> paths;
+  for (const std::string& cls : AllClasses()) paths.push_back("root/cimv2:" + cls);
+  EXPECT_THAT(Client("ecn", "root/cimv2"), IsSupersetOf(paths));
+}
+
+// wbemcli prints an error as "Cim: (5) CIM_ERR_INVALID_CLASS: ..." between asterisks.
+std::string Joined(const std::vector<std::string>& lines) {
+  std::string text;
+  for (const std::string& line : lines) text += line + "\n";
+  return text;
+}
+
+TEST_F(ServeTest, ErrorsHaveTheirCodes) {
+  EXPECT_THAT(Joined(Client("ein", "root/cimv2:No_Such")), HasSubstr("(5) CIM_ERR_INVALID_CLASS"));
+  EXPECT_THAT(Joined(Client("gc", "root/cimv2:No_Such")), HasSubstr("(6) CIM_ERR_NOT_FOUND"));
+  EXPECT_THAT(Joined(Client("ein", "root/other:Ostrel_PCIDevice")),
+              HasSubstr("(3) CIM_ERR_INVALID_NAMESPACE"));
+  Json path = Tool({"ein", "Ostrel_PCIDevice"}).front();
+  path["keys"]["DeviceID"] = "0000:ff:1f.7";
+  EXPECT_THAT(Joined(Client("gi", ClientPath(path))), HasSubstr("(6) CIM_ERR_NOT_FOUND"));
+  EXPECT_THAT(Joined(Client("gi", "root/cimv2:Ostrel_PCIDevice.NoKey=\"x\"")),
+              HasSubstr("(4) CIM_ERR_INVALID_PARAMETER"));
+  EXPECT_THAT(Joined(Client("di", ClientPath(path))), HasSubstr("(7) CIM_ERR_NOT_SUPPORTED"));
+}
+
+TEST(ServeOptions, OtherAddressesAreRefused) {
+  for (const char* address : {"0.0.0.0", "192.168.0.1", "::", "example.com"}) {
+    const e2e::Outcome outcome = e2e::RunOnRecord({"serve", "--port", "0", "--address", address});
+    EXPECT_EQ(outcome.status, 2) << address;
+    EXPECT_THAT(outcome.err, HasSubstr("a production object manager's job")) << address;
+    EXPECT_EQ(outcome.out, "") << address;
+  }
+  EXPECT_EQ(e2e::RunOnRecord({"serve", "--port", "65536"}).status, 2);
+}
+
+TEST(ServeOptions, AHostThatCannotBeReadIsSaidAtOnce) {
+  const e2e::Outcome outcome = e2e::RunTool({"--dump", "/nonexistent", "serve", "--port", "0"});
+  EXPECT_NE(outcome.status, 0);
+  EXPECT_NE(outcome.err, "");
+}
+
+}  // namespace
