@@ -67,8 +67,8 @@ class Call {
   // Blocks of cmpiMalloc.
   void* AllocateBlock(std::size_t bytes);
   bool OwnsBlock(const void* block) const;
-  void* ResizeBlock(void* block, std::size_t bytes);
-  void FreeBlock(void* block);
+  void* ResizeBlock(void* memory, std::size_t bytes);
+  void FreeBlock(void* memory);
 
  private:
   struct Block;

@@ -16,9 +16,9 @@
 
 namespace broker {
 
-// In UTC.
-std::string TimeText(std::uint64_t microseconds);
-std::string IntervalText(std::uint64_t microseconds);
+// In microseconds; times in UTC.
+std::string TimeText(std::uint64_t since_epoch);
+std::string IntervalText(std::uint64_t duration);
 
 // Nothing where the text is no full date or interval (asterisks are not read).
 struct TimeRead {

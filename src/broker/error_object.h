@@ -36,7 +36,7 @@ struct ErrorObject {
 };
 
 ErrorObject* NewError(Region& region);
-ErrorObject* Copy(Region& region, const ErrorObject& error);
+ErrorObject* Copy(Region& region, const ErrorObject& from);
 
 }  // namespace broker
 

@@ -121,6 +121,7 @@ std::vector<std::string> Manager::ProvidersFor(std::string_view class_name) cons
     if (schema::IsA(provider->name, class_name)) names.push_back(provider->name);
   }
   const bool provided = Find(schema::kSystemClass) != nullptr;
+  // NOLINTNEXTLINE(readability-suspicious-call-argument): a class is below a class
   if (!provided && schema::IsA(schema::kSystemClass, class_name)) {
     names.emplace_back(schema::kSystemClass);
   }
@@ -397,7 +398,7 @@ Status Manager::RunInSystemClass(const Request& request, ResultSink& sink) {
   if (options_.system_class == SystemClassMode::kRefused) return options_.system_class_refusal;
   Call call(*this, NameOf(request.operation), schema::kSystemClass, ExpectedOf(request.operation),
             &sink);
-  const Status status = AnswerForSystem(request, call);
+  Status status = AnswerForSystem(request, call);
   call.Finish(Answer(status.code));  // for what the sink threw
   return status;
 }

@@ -78,9 +78,9 @@ class Manager {
   // Runs the request in a call of its own.
   Status Run(const Request& request, ResultSink& sink);
 
-  Status Cleanup(std::string_view provider, ProviderKind kind, bool terminating);
-  CMPIInstanceMI* InstanceProvider(std::string_view provider, Status* status);
-  CMPIAssociationMI* AssociationProvider(std::string_view provider, Status* status);
+  Status Cleanup(std::string_view name, ProviderKind kind, bool terminating);
+  CMPIInstanceMI* InstanceProvider(std::string_view name, Status* status);
+  CMPIAssociationMI* AssociationProvider(std::string_view name, Status* status);
 
   void AddError(ProviderError error);
   std::vector<ProviderError> Errors() const;

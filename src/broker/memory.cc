@@ -15,11 +15,11 @@ struct Chunk {
 
 namespace {
 
-constexpr std::size_t kChunkBytes = 16 * 1024 - sizeof(Chunk);
+constexpr std::size_t kChunkBytes = std::size_t{16} * 1024 - sizeof(Chunk);
 constexpr std::size_t kCloneChunkBytes = 512;
 constexpr std::size_t kFreeChunksKept = 16;
 // Long enough for a misuse to be met in practice, short enough to keep memory flat.
-constexpr std::size_t kQuarantineBytes = 1024 * 1024;
+constexpr std::size_t kQuarantineBytes = std::size_t{1024} * 1024;
 
 char* Begin(Chunk* chunk) { return reinterpret_cast<char*>(chunk + 1); }
 

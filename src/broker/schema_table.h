@@ -12,7 +12,7 @@
 #include "broker/schema.h"
 
 namespace broker::schema {
-namespace {
+namespace {  // NOLINT(cert-dcl59-cpp): one file includes this
 
 constexpr std::string_view kCimVersion = "2.41.0";
 constexpr std::string_view kOwnVersion = "1.0.0";

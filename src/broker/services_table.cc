@@ -60,7 +60,7 @@ Status RunInEach(Manager& manager, const std::vector<std::string>& providers, Re
                  ResultSink& sink) {
   for (const std::string& provider : providers) {
     request.provider = provider;
-    const Status status = manager.Run(request, sink);
+    Status status = manager.Run(request, sink);
     if (!status.ok()) return status;
   }
   return {};

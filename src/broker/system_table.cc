@@ -22,7 +22,7 @@ void* NewThread(void* (*start)(void*), void* parm, int detached) {
   pthread_t thread;
   if (pthread_create(&thread, nullptr, start, parm) != 0) return nullptr;
   if (detached != 0) pthread_detach(thread);
-  return reinterpret_cast<void*>(thread);
+  return reinterpret_cast<void*>(thread);  // NOLINT(performance-no-int-to-ptr): a handle
 }
 
 int JoinThread(void* thread, void** retval) {

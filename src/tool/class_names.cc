@@ -114,6 +114,7 @@ std::vector<std::string> NearClassNames(std::string_view name) {
                    [](const auto& a, const auto& b) { return a.first < b.first; });
   if (near.size() > kMost) near.resize(kMost);
   std::vector<std::string> names;
+  names.reserve(near.size());
   for (auto& [distance, text] : near) names.push_back(std::move(text));
   return names;
 }

@@ -289,8 +289,8 @@ int ReadAndRun(int argc, const char* const* argv) {
 }  // namespace
 
 int Main(int argc, const char* const* argv) {
-  std::setlocale(LC_CTYPE, "");
-  std::signal(SIGPIPE, SIG_IGN);
+  (void)std::setlocale(LC_CTYPE, "");
+  (void)std::signal(SIGPIPE, SIG_IGN);
   try {
     return ReadAndRun(argc, argv);
   } catch (const CommandError& error) {

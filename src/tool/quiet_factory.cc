@@ -20,7 +20,7 @@ class CaughtStderr {
  public:
   CaughtStderr()
       : memory_(memfd_create("stderr", MFD_CLOEXEC)), stderr_(memory_ < 0 ? -1 : dup(2)) {
-    std::fflush(stderr);
+    (void)std::fflush(stderr);
     if (stderr_ >= 0) dup2(memory_, 2);
   }
   CaughtStderr(const CaughtStderr&) = delete;
@@ -34,7 +34,7 @@ class CaughtStderr {
   // Ends the catching.
   void Restore() {
     if (stderr_ < 0) return;
-    std::fflush(stderr);
+    (void)std::fflush(stderr);
     dup2(stderr_, 2);
     close(stderr_);
     stderr_ = -1;
@@ -80,8 +80,10 @@ class LoggedErrors {
 void WriteOut(std::string_view caught, bool with_trace) {
   while (!caught.empty()) {
     const std::size_t end = caught.find('\n');
-    const std::string_view line = caught.substr(0, end == caught.npos ? end : end + 1);
-    if (with_trace || !line.starts_with(kTrace)) std::fwrite(line.data(), 1, line.size(), stderr);
+    const std::string_view line = caught.substr(0, end == std::string_view::npos ? end : end + 1);
+    if (with_trace || !line.starts_with(kTrace)) {
+      (void)std::fwrite(line.data(), 1, line.size(), stderr);
+    }
     caught.remove_prefix(line.size());
   }
 }
@@ -96,7 +98,7 @@ bool RunFactory(const std::function<void()>& call, bool verbose) {
     caught.Restore();
     const std::string text = caught.Text();
     WriteOut(text, verbose);
-    return text.find(kIncomplete) != text.npos;
+    return text.find(kIncomplete) != std::string::npos;
   };
   try {
     const LoggedErrors errors(verbose);

@@ -161,9 +161,11 @@ bool IsOnPath(const std::string& program) {
   const char* path = std::getenv("PATH");  // NOLINT(concurrency-mt-unsafe): one thread
   std::string_view rest = path == nullptr ? "" : path;
   while (!rest.empty()) {
-    const std::string folder(rest.substr(0, rest.find(':')));
-    rest.remove_prefix(std::min(rest.size(), folder.size() + 1));
-    if (!folder.empty() && access((folder + '/' + program).c_str(), X_OK) == 0) return true;
+    std::string file(rest.substr(0, rest.find(':')));
+    rest.remove_prefix(std::min(rest.size(), file.size() + 1));
+    if (file.empty()) continue;
+    file.append("/").append(program);
+    if (access(file.c_str(), X_OK) == 0) return true;
   }
   return false;
 }

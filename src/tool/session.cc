@@ -94,7 +94,7 @@ void AskEach(std::string_view operation, const std::vector<std::string>& provide
       failure.emplace(fmt::format("{} of {}", operation, provider), status);
     }
   }
-  if (failure) throw *failure;
+  if (failure) throw *failure;  // NOLINT(cert-err09-cpp,cert-err61-cpp): kept over the loop
 }
 
 // What stands at the reference is an instance of both classes, as far as the class tree tells.

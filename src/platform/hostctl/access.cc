@@ -29,9 +29,9 @@ thread_local Trap* current_trap = nullptr;
 PCI_NONRET PCI_PRINTF(1, 2) void OnError(char* format, ...) {
   std::va_list arguments;
   va_start(arguments, format);
-  std::vsnprintf(current_trap->text, sizeof current_trap->text, format, arguments);
+  (void)std::vsnprintf(current_trap->text, sizeof current_trap->text, format, arguments);
   va_end(arguments);
-  std::longjmp(current_trap->way_back, 1);
+  std::longjmp(current_trap->way_back, 1);  // NOLINT(cert-err52-cpp): see access.h
 }
 
 // Warnings tell of what is then missing from the answer; the caller sees that itself.
@@ -40,7 +40,7 @@ PCI_PRINTF(1, 2) void OnMessage(char*, ...) {}
 void RunTrapped(void (*call)(void*), void* context) {
   Trap trap;
   current_trap = &trap;
-  if (setjmp(trap.way_back) == 0) {
+  if (setjmp(trap.way_back) == 0) {  // NOLINT(cert-err52-cpp): see access.h
     call(context);
     current_trap = nullptr;
     return;

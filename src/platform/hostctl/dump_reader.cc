@@ -22,7 +22,7 @@ constexpr std::uint32_t kExtendedConfigSize = 4096;  // PCI Express Base, 7.2.2
 constexpr std::string_view kHexDigits = "0123456789abcdefABCDEF";
 
 bool IsHex(std::string_view text) {
-  return !text.empty() && text.find_first_not_of(kHexDigits) == text.npos;
+  return !text.empty() && text.find_first_not_of(kHexDigits) == std::string_view::npos;
 }
 
 // The value of a hexadecimal digit, or 16.
@@ -93,7 +93,8 @@ class Parser {
   // "1f0: 86 80 00 ff ...": registers from an offset on. Any other line is lspci's text for people.
   void TakeBytes(std::string_view line) {
     const std::size_t colon = line.find(": ");
-    if (colon == line.npos || colon < 2 || colon > 8 || !IsHex(line.substr(0, colon))) return;
+    if (colon == std::string_view::npos || colon < 2 || colon > 8 || !IsHex(line.substr(0, colon)))
+      return;
     std::uint32_t offset = *ParseHex(line.substr(0, colon), colon);
     for (std::size_t i = colon + 2; i < line.size(); i += 3) {
       const unsigned high = DigitValue(line[i]);

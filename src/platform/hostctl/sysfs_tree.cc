@@ -70,8 +70,8 @@ std::uint64_t DeviceKey(const PciAddress& address) {
 // The last component of a path, removed from it.
 std::string_view TakeLastComponent(std::string_view& path) {
   const std::size_t slash = path.rfind('/');
-  const std::string_view last = slash == path.npos ? path : path.substr(slash + 1);
-  path = slash == path.npos ? std::string_view{} : path.substr(0, slash);
+  const std::string_view last = slash == std::string_view::npos ? path : path.substr(slash + 1);
+  path = slash == std::string_view::npos ? std::string_view{} : path.substr(0, slash);
   return last;
 }
 
