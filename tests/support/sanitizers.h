@@ -16,4 +16,17 @@ inline constexpr bool kExceptionsPassOnce = true;
 inline constexpr bool kExceptionsPassOnce = true;
 #endif
 
+// A sanitizer keeps memory that is freed, and adds to what is taken: tests that measure it do not.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+inline constexpr bool kSanitized = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+inline constexpr bool kSanitized = true;
+#else
+inline constexpr bool kSanitized = false;
+#endif
+#else
+inline constexpr bool kSanitized = false;
+#endif
+
 #endif  // SUPPORT_SANITIZERS_H_

@@ -73,19 +73,18 @@ std::optional<std::string> RawClient::Bytes(std::size_t count) {
   return bytes;
 }
 
-std::optional<std::string> RawClient::Chunks() {
-  std::string body;
+bool RawClient::Chunks(const std::function<void(const std::string& piece)>& take) {
   while (true) {
     const auto size = Line();
-    if (!size) return std::nullopt;
+    if (!size) return false;
     const auto chunk = Bytes(std::strtoul(size->c_str(), nullptr, 16));
-    if (!chunk || !Line()) return std::nullopt;
-    if (chunk->empty()) return body;
-    body += *chunk;
+    if (!chunk || !Line()) return false;
+    if (chunk->empty()) return true;
+    take(*chunk);
   }
 }
 
-std::optional<RawResponse> RawClient::Receive() {
+std::optional<RawResponse> RawClient::Head() {
   RawResponse response;
   const auto status = Line();
   if (!status || !status->starts_with("HTTP/1.1 ")) return std::nullopt;
@@ -98,19 +97,29 @@ std::optional<RawResponse> RawClient::Receive() {
                    [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
     response.headers[name] = colon == std::string::npos ? "" : line->substr(colon + 2);
   }
-  std::optional<std::string> body = std::string();
-  if (response.headers.count("transfer-encoding") != 0) {
-    body = Chunks();
-  } else if (response.headers.count("content-length") != 0) {
-    body = Bytes(std::strtoul(response.headers.at("content-length").c_str(), nullptr, 10));
-  } else if (response.status != 100) {
+  return response;
+}
+
+std::optional<RawResponse> RawClient::Receive() {
+  auto response = Head();
+  if (!response || response->status == 100) return response;
+  if (response->headers.count("transfer-encoding") != 0) {
+    if (!Chunks([&](const std::string& piece) { response->body += piece; })) return std::nullopt;
+  } else if (response->headers.count("content-length") != 0) {
+    auto body = Bytes(std::strtoul(response->headers.at("content-length").c_str(), nullptr, 10));
+    if (!body) return std::nullopt;
+    response->body = std::move(*body);
+  } else {
     while (Fill()) {
     }
-    body = std::exchange(received_, {});
+    response->body = std::exchange(received_, {});
   }
-  if (!body) return std::nullopt;
-  response.body = *body;
   return response;
+}
+
+bool RawClient::ReceivePieces(const std::function<void(const std::string& piece)>& take) {
+  const auto response = Head();
+  return response && response->headers.count("transfer-encoding") != 0 && Chunks(take);
 }
 
 bool RawClient::IsEnded() {

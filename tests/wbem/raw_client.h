@@ -5,6 +5,8 @@
 #ifndef WBEM_RAW_CLIENT_H_
 #define WBEM_RAW_CLIENT_H_
 
+#include <cstddef>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -33,6 +35,9 @@ class RawClient {
 
   // The next response; nothing when the connection ends before the response does.
   std::optional<RawResponse> Receive();
+  // The same for a response in chunks, of which each is handed over and forgotten. False when the
+  // connection ends before the response does.
+  bool ReceivePieces(const std::function<void(const std::string& piece)>& take);
   // Whether the server has ended the connection, everything else having been received. Waits for
   // it.
   bool IsEnded();
@@ -41,7 +46,8 @@ class RawClient {
   bool Fill();
   std::optional<std::string> Line();
   std::optional<std::string> Bytes(std::size_t count);
-  std::optional<std::string> Chunks();
+  std::optional<RawResponse> Head();
+  bool Chunks(const std::function<void(const std::string& piece)>& take);
 
   int socket_;
   std::string received_;

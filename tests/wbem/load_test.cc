@@ -1,0 +1,136 @@
+// The server under load: many clients, many requests, large answers; memory stays where it is.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstddef>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/sanitizers.h"
+#include "wbem/answers.h"
+#include "wbem/guest.h"
+#include "wbem/messages.h"
+#include "wbem/raw_client.h"
+#include "wbem/server.h"
+
+namespace {
+
+const std::string kEnumerate = "EnumerateInstances";
+
+std::string Enumeration() { return messages::Post(kEnumerate, messages::Class(guest::kClass)); }
+
+// Resident memory of the process in bytes.
+std::size_t Resident() {
+  std::size_t pages = 0;
+  std::ifstream("/proc/self/statm") >> pages >> pages;
+  return pages * 4096;
+}
+
+class LoadTest : public testing::Test {
+ protected:
+  LoadTest() { Start({}); }
+  void Start(wbem::ServerOptions options) {
+    options.port = 0;
+    server_ = std::make_unique<wbem::Server>(*manager_, options);
+    port_ = server_->Start();
+  }
+  void TearDown() override {
+    server_->Stop();
+    guest::Behave({});
+    EXPECT_TRUE(manager_->ProviderErrors().empty());
+  }
+
+  std::unique_ptr<broker::ObjectManager> manager_ = guest::Manager();
+  std::unique_ptr<wbem::Server> server_;
+  int port_ = 0;
+};
+
+TEST_F(LoadTest, TwoHundredClientsAtOnceAreServed) {
+  constexpr int kClients = 200;
+  constexpr int kRequests = 3;
+  // All are connected, and have sent, before the first one reads.
+  std::vector<std::unique_ptr<RawClient>> clients;
+  for (int i = 0; i < kClients; ++i) {
+    clients.push_back(std::make_unique<RawClient>(port_));
+    ASSERT_TRUE(clients.back()->Send(Enumeration()));
+  }
+  for (auto& client : clients) {
+    const auto response = client->Receive();
+    ASSERT_TRUE(response);
+    EXPECT_EQ(response->status, 200);
+    const CimAnswer answer(response->body, kEnumerate);
+    EXPECT_EQ(answer.elements().size(), 3U);
+  }
+  clients.clear();
+
+  std::atomic<int> answered = 0;
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kClients; ++i) {
+    threads.emplace_back([&] {
+      for (int n = 0; n < kRequests; ++n) {
+        RawClient client(port_);
+        client.Send(Enumeration());
+        const auto response = client.Receive();
+        if (response && response->body.ends_with("</CIM>\n")) ++answered;
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(answered, kClients * kRequests);
+}
+
+// Sends so many requests over one connection, and over a new one whenever the server ends it.
+void Request(int port, int count) {
+  auto client = std::make_unique<RawClient>(port);
+  const std::string request = Enumeration();
+  for (int i = 0; i < count; ++i) {
+    if (i % 100 == 99) client = std::make_unique<RawClient>(port);
+    ASSERT_TRUE(client->Send(request));
+    const auto response = client->Receive();
+    ASSERT_TRUE(response && response->status == 200) << i;
+  }
+}
+
+TEST_F(LoadTest, TenThousandRequestsTakeNoMemory) {
+  // Every thread has memory of its own to warm up.
+  server_->Stop();
+  wbem::ServerOptions options;
+  options.threads = 2;
+  Start(options);
+  Request(port_, 2'000);
+  const std::size_t before = Resident();
+  Request(port_, 10'000);
+  // A sanitizer keeps what is freed.
+  EXPECT_TRUE(kSanitized || Resident() < before + (1U << 20U));
+}
+
+TEST_F(LoadTest, SixtyFourThousandInstancesAreNeverHeldAtOnce) {
+  constexpr int kInstances = 64'000;
+  guest::Behaviour behaviour;
+  behaviour.instances = kInstances;
+  guest::Behave(behaviour);
+
+  const std::size_t before = Resident();
+  RawClient client(port_);
+  ASSERT_TRUE(client.Send(Enumeration()));
+  std::size_t elements = 0;
+  std::size_t bytes = 0;
+  const auto complete = client.ReceivePieces([&](const std::string& piece) {
+    bytes += piece.size();
+    for (std::size_t at = 0; (at = piece.find("<VALUE.NAMEDINSTANCE>", at)) != std::string::npos;
+         ++at) {
+      ++elements;
+    }
+  });
+  EXPECT_TRUE(complete);
+  EXPECT_EQ(elements, static_cast<std::size_t>(kInstances));
+  EXPECT_GT(bytes, 20U << 20U);
+  EXPECT_TRUE(kSanitized || Resident() < before + (8U << 20U));
+}
+
+}  // namespace
