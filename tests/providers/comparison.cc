@@ -53,7 +53,7 @@ std::string FirstDifference(const Bench& bench, const fake::Host& host, std::uin
   for (int i = 0; i < requests; ++i) {
     request = pool.Draw();
     const naive::Answer expected = model.Ask(request);
-    const std::string difference = Difference(expected, real.Ask(request));
+    std::string difference = Difference(expected, real.Ask(request));
     if (!difference.empty()) return difference;
     Count(expected, tally);
   }
@@ -62,13 +62,10 @@ std::string FirstDifference(const Bench& bench, const fake::Host& host, std::uin
 
 }  // namespace
 
-Tally& Tally::operator+=(const Tally& other) {
-  hosts += other.hosts;
-  requests += other.requests;
-  instances += other.instances;
-  paths += other.paths;
-  log_lines += other.log_lines;
-  return *this;
+std::string Tally::Text() const {
+  return std::to_string(hosts) + " hosts, " + std::to_string(requests) + " requests, " +
+         std::to_string(instances) + " instances, " + std::to_string(paths) + " paths, " +
+         std::to_string(log_lines) + " log lines";
 }
 
 std::string Difference(const naive::Answer& expected, const naive::Answer& actual) {

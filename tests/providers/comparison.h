@@ -32,7 +32,7 @@ struct Tally {
   std::size_t paths = 0;
   std::size_t log_lines = 0;
 
-  Tally& operator+=(const Tally& other);
+  std::string Text() const;
 };
 
 // Starts both on the host and asks both `requests` drawn requests. Answers the first difference,

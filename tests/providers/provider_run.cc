@@ -20,11 +20,11 @@ class QuietStandardError {
  public:
   QuietStandardError() : kept_(dup(STDERR_FILENO)) {
     static const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    std::fflush(stderr);
+    (void)std::fflush(stderr);
     dup2(nowhere, STDERR_FILENO);
   }
   ~QuietStandardError() {
-    std::fflush(stderr);
+    (void)std::fflush(stderr);
     dup2(kept_, STDERR_FILENO);
     close(kept_);
   }
@@ -131,7 +131,7 @@ std::string ObjectManagerSystem(const fake::Host& host) {
 }
 
 ProviderRun::ProviderRun(const fake::Host& host,
-                         std::shared_ptr<const broker::ProviderLibrary> library,
+                         const std::shared_ptr<const broker::ProviderLibrary>& library,
                          broker::SystemClassMode mode, bool quiet_factories)
     : manager_(OptionsFor(host, mode, quiet_factories)) {
   fake::Use(host);

@@ -38,7 +38,7 @@ class ProviderRun {
  public:
   // Installs the host. The cache is built by the first request. Lines of the log are those of this
   // run's requests; `quiet_factories`: the factories' trace lines go nowhere.
-  ProviderRun(const fake::Host& host, std::shared_ptr<const broker::ProviderLibrary> library,
+  ProviderRun(const fake::Host& host, const std::shared_ptr<const broker::ProviderLibrary>& library,
               broker::SystemClassMode mode = broker::SystemClassMode::kServed,
               bool quiet_factories = true);
 

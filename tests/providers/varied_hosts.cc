@@ -11,6 +11,7 @@ constexpr std::size_t kMostDevices = 30;
 std::vector<std::uint32_t> DrawCapabilities(Dice& dice) {
   const int count = dice.OneIn(30) ? 250 + dice.Draw(300) : dice.Draw(5);
   std::vector<std::uint32_t> codes;
+  codes.reserve(static_cast<std::size_t>(count));
   for (int i = 0; i < count; ++i) {
     codes.push_back(
         static_cast<std::uint32_t>(dice.OneIn(4) ? 0x1fff0 + dice.Draw(64) : dice.Draw(16)));

@@ -16,7 +16,6 @@ using broker::Value;
 
 namespace {
 
-constexpr int kCritical = 2;
 constexpr int kError = 3;
 constexpr int kDebug = 7;
 
