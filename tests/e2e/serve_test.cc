@@ -9,7 +9,6 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <cstdio>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -105,11 +104,12 @@ class ServeTest : public testing::Test {
       _exit(126);
     }
     close(ends[1]);
-    std::FILE* out = fdopen(ends[0], "r");
-    int port = 0;
-    EXPECT_EQ(std::fscanf(out, "listening on http://127.0.0.1:%d", &port), 1);
-    std::fclose(out);
-    host = "127.0.0.1:" + std::to_string(port) + "/";
+    std::string line;
+    for (char c = 0; read(ends[0], &c, 1) == 1 && c != '\n';) line += c;
+    close(ends[0]);
+    const std::string start = "listening on http://";
+    ASSERT_TRUE(line.starts_with(start + "127.0.0.1:")) << line;
+    host = line.substr(start.size()) + "/";
   }
 
   // Ends by the signal that service managers send, and well.
@@ -123,15 +123,9 @@ class ServeTest : public testing::Test {
   // What wbemcli prints, errors included, less the host in front of paths.
   static std::vector<std::string> Client(const std::string& operation, const std::string& path,
                                          const std::string& options = {}) {
-    const std::string command =
-        "wbemcli " + operation + " " + options + " 'http://" + host + path + "' 2>&1";
-    std::FILE* pipe = popen(command.c_str(), "r");
-    std::string output;
-    char block[4096];
-    for (std::size_t got; (got = std::fread(block, 1, sizeof block, pipe)) > 0;) {
-      output.append(block, got);
-    }
-    pclose(pipe);
+    // Through cat, because wbemcli's exit status says whether there was an error.
+    const std::string output = e2e::OutputOf("wbemcli " + operation + " " + options + " 'http://" +
+                                             host + path + "' 2>&1 | cat");
     std::vector<std::string> lines;
     for (std::string line : e2e::Lines(output)) {
       if (line.starts_with(host)) line.erase(0, host.size());

@@ -11,6 +11,8 @@
 
 namespace {
 
+using std::string_literals::operator""s;
+
 using messages::Call;
 using messages::Class;
 using messages::Parameter;
@@ -189,7 +191,7 @@ TEST(CimXmlRequest, WhatIsNoXmlIsNotWellFormed) {
         Replaced(call, "NAME=\"C\"", "NAME=\"&#1;\""), "<CIM>" + std::string(1, '\0') + "</CIM>"}) {
     EXPECT_EQ(Refusal(bad), kNotWellFormed) << bad;
   }
-  EXPECT_EQ(Refusal("\xff\xfe<\0C\0I\0M\0"), kNotWellFormed);  // UTF-16
+  EXPECT_EQ(Refusal("\xff\xfe<\0C\0I\0M\0"s), kNotWellFormed);  // UTF-16
 }
 
 TEST(CimXmlRequest, ACutOffMessageIsRefusedWhereverItIsCut) {
@@ -234,8 +236,7 @@ TEST(CimXmlRequest, MisplacedPartsAreNotValid) {
         "<INSTANCENAME CLASSNAME=\"C\"><KEYVALUE VALUETYPE=\"odd\"/></INSTANCENAME>",
         "<VALUE.REFERENCE/>", "<VALUE.REFERENCE><CLASSPATH/></VALUE.REFERENCE>",
         "<VALUE.REFERENCE><LOCALINSTANCEPATH/></VALUE.REFERENCE>",
-        "<VALUE.REFERENCE><INSTANCEPATH><NAMESPACEPATH/><INSTANCENAME CLASSNAME=\"C\"/>"
-        "</INSTANCEPATH></VALUE.REFERENCE>"}) {
+        "<VALUE.REFERENCE><INSTANCEPATH><NAMESPACEPATH/></INSTANCEPATH></VALUE.REFERENCE>"}) {
     EXPECT_EQ(Refusal(WithValue(value)), kNotValid) << value;
   }
 }
@@ -261,8 +262,8 @@ TEST(CimXmlRequest, DepthIsBounded) {
 TEST(CimXmlRequest, NestedReferencesAreBoundedByDepth) {
   std::string name = "<INSTANCENAME CLASSNAME=\"C\"/>";
   for (int i = 0; i < 30; ++i) {
-    name = "<INSTANCENAME CLASSNAME=\"C\"><VALUE.REFERENCE>" + name +
-           "</VALUE.REFERENCE></INSTANCENAME>";
+    name.insert(0, "<INSTANCENAME CLASSNAME=\"C\"><VALUE.REFERENCE>");
+    name += "</VALUE.REFERENCE></INSTANCENAME>";
   }
   EXPECT_EQ(Refusal(WithValue(name)), kNotValid);
 }

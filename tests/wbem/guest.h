@@ -26,7 +26,7 @@ struct Behaviour {
 };
 
 // What the class does from now on.
-void Behave(const Behaviour& behaviour);
+void Behave(const Behaviour& wanted);
 
 std::shared_ptr<const broker::ProviderLibrary> Library();
 

@@ -70,6 +70,7 @@ TEST_F(LoadTest, TwoHundredClientsAtOnceAreServed) {
 
   std::atomic<int> answered = 0;
   std::vector<std::thread> threads;
+  threads.reserve(kClients);
   for (int i = 0; i < kClients; ++i) {
     threads.emplace_back([&] {
       for (int n = 0; n < kRequests; ++n) {

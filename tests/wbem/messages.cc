@@ -24,8 +24,9 @@ std::string InstanceName(const std::string& class_name,
                          const std::vector<std::pair<std::string, std::string>>& keys) {
   std::string name = "<INSTANCENAME CLASSNAME=\"" + class_name + "\">";
   for (const auto& [key, value] : keys) {
-    name += "<KEYBINDING NAME=\"" + key + "\"><KEYVALUE VALUETYPE=\"string\">" + value +
-            "</KEYVALUE></KEYBINDING>";
+    name.append("<KEYBINDING NAME=\"").append(key);
+    name.append("\"><KEYVALUE VALUETYPE=\"string\">").append(value);
+    name += "</KEYVALUE></KEYBINDING>";
   }
   return name + "</INSTANCENAME>";
 }
@@ -33,7 +34,9 @@ std::string InstanceName(const std::string& class_name,
 std::string Call(const std::string& method, const std::string& parameters,
                  const std::vector<std::string>& name_space) {
   std::string path;
-  for (const std::string& step : name_space) path += "<NAMESPACE NAME=\"" + step + "\"/>";
+  for (const std::string& step : name_space) {
+    path.append("<NAMESPACE NAME=\"").append(step).append("\"/>");
+  }
   return "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"1\" PROTOCOLVERSION=\"1.0\">"
          "<SIMPLEREQ><IMETHODCALL NAME=\"" +
          method + "\"><LOCALNAMESPACEPATH>" + path + "</LOCALNAMESPACEPATH>" + parameters +

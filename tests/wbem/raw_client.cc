@@ -88,7 +88,7 @@ std::optional<RawResponse> RawClient::Head() {
   RawResponse response;
   const auto status = Line();
   if (!status || !status->starts_with("HTTP/1.1 ")) return std::nullopt;
-  response.status = std::atoi(status->c_str() + 9);
+  response.status = static_cast<int>(std::strtol(status->c_str() + 9, nullptr, 10));
   for (auto line = Line(); line != ""; line = Line()) {
     if (!line) return std::nullopt;
     const std::size_t colon = line->find(": ");
@@ -103,9 +103,9 @@ std::optional<RawResponse> RawClient::Head() {
 std::optional<RawResponse> RawClient::Receive() {
   auto response = Head();
   if (!response || response->status == 100) return response;
-  if (response->headers.count("transfer-encoding") != 0) {
+  if (response->headers.contains("transfer-encoding")) {
     if (!Chunks([&](const std::string& piece) { response->body += piece; })) return std::nullopt;
-  } else if (response->headers.count("content-length") != 0) {
+  } else if (response->headers.contains("content-length")) {
     auto body = Bytes(std::strtoul(response->headers.at("content-length").c_str(), nullptr, 10));
     if (!body) return std::nullopt;
     response->body = std::move(*body);
@@ -119,7 +119,7 @@ std::optional<RawResponse> RawClient::Receive() {
 
 bool RawClient::ReceivePieces(const std::function<void(const std::string& piece)>& take) {
   const auto response = Head();
-  return response && response->headers.count("transfer-encoding") != 0 && Chunks(take);
+  return response && response->headers.contains("transfer-encoding") && Chunks(take);
 }
 
 bool RawClient::IsEnded() {

@@ -19,6 +19,8 @@
 
 namespace {
 
+using std::string_literals::operator""s;
+
 using messages::Class;
 using messages::Head;
 using messages::Post;
@@ -257,7 +259,7 @@ TEST_F(ServerTest, BodiesThatAreNoMessagesAreRefused) {
   EXPECT_EQ(with_body("garbage"), "400 request-not-well-formed");
   EXPECT_EQ(with_body(""), "400 request-not-well-formed");
   EXPECT_EQ(with_body("<html/>"), "400 request-not-valid");
-  EXPECT_EQ(with_body("\xff\xfe<\0C\0"), "400 request-not-well-formed");
+  EXPECT_EQ(with_body("\xff\xfe<\0C\0"s), "400 request-not-well-formed");
   EXPECT_EQ(with_body(Replaced(messages::Call(kEnumerate, ""), "CIMVERSION=\"2", "CIMVERSION=\"9")),
             "501 unsupported-cim-version");
 }
