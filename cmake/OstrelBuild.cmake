@@ -61,3 +61,11 @@ function(ostrel_test name)
   endif()
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300 LABELS "${ARG_LABELS}")
 endfunction()
+
+# ostrel_test_on_cmpi_1_0(NAME): runs the program once more as a whole, on an object manager of CMPI
+# 1.0 (see tests/support/object_manager_kind.h).
+function(ostrel_test_on_cmpi_1_0 name)
+  add_test(NAME ${name}_on_cmpi_1_0 COMMAND ${name} --gtest_brief=1)
+  set_tests_properties(${name}_on_cmpi_1_0 PROPERTIES ENVIRONMENT OSTREL_TEST_CMPI_1_0=1
+                       TIMEOUT 600)
+endfunction()

@@ -12,6 +12,7 @@
 
 #include "broker/result_sink.h"
 #include "platform/cmpi/cmpi.h"
+#include "support/object_manager_kind.h"
 
 namespace {
 
@@ -38,6 +39,7 @@ class QuietStandardError {
 broker::Options OptionsFor(const fake::Host& host, broker::SystemClassMode mode,
                            bool quiet_factories) {
   broker::Options options;
+  options.imitate_cmpi_1_0 = OnCmpi10();
   options.system_name = ObjectManagerSystem(host);
   options.system_class = mode;
   if (quiet_factories) {

@@ -1,6 +1,8 @@
 #include "support/provider_test.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstring>
 #include <map>
 #include <stdexcept>
 #include <utility>
@@ -9,6 +11,7 @@
 #include "broker/schema.h"
 #include "frame/registration.h"
 #include "platform/cmpi/cmpi.h"
+#include "support/object_manager_kind.h"
 
 using broker::ObjectPath;
 using broker::Value;
@@ -282,14 +285,16 @@ fake::Host MixedHost() {
 class ProviderTest::SchemaExtension {
  public:
   SchemaExtension(const CMPIBroker* broker, std::string subclass, std::string class_name)
-      : functions_(*broker->eft),
-        broker_(*broker),
+      : broker_{broker->hdl, broker->bft, &functions_, broker->xft,
+                OnCmpi10() ? nullptr : broker->mft},
         subclass_(std::move(subclass)),
         class_name_(std::move(class_name)),
         original_(broker) {
     current_ = this;
+    // Where the table of a CMPI 1.0 object manager ends.
+    std::memcpy(&functions_, broker->eft,
+                OnCmpi10() ? offsetof(CMPIBrokerEncFT, newCMPIError) : sizeof(functions_));
     functions_.classPathIsA = &IsA;
-    broker_.eft = &functions_;
     ostInt::SetProcessBroker(&broker_);
   }
   ~SchemaExtension() {
@@ -312,7 +317,7 @@ class ProviderTest::SchemaExtension {
 
   static SchemaExtension* current_;
 
-  CMPIBrokerEncFT functions_;
+  CMPIBrokerEncFT functions_{};
   CMPIBroker broker_;
   std::string subclass_;
   std::string class_name_;
@@ -345,6 +350,7 @@ void ProviderTest::Use(const fake::Host& host, broker::Options options) {
   LoadHost(host);
   log.Clear();
   options.system_name = host.system_name;
+  options.imitate_cmpi_1_0 = OnCmpi10();
   manager_ = std::make_unique<broker::ObjectManager>(std::move(options));
   const auto library = broker::ProviderLibrary::FromResolver(&FindFactory);
   for (const char* class_name : kClasses) manager_->Register(ClassName(class_name), library);

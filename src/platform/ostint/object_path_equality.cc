@@ -120,10 +120,13 @@ bool operator==(const CmpiObjectPath& left, const CmpiObjectPath& right) {
   const CMPIObjectPath* right_path = right.raw();
   if (left_path == right_path) return true;
   const CMPICount count = KeyCount(left_path);
-  return count == KeyCount(right_path) &&
-         SameName(ClassNameOf(left_path), ClassNameOf(right_path)) &&
-         SameNameSpace(left_path, right_path) && KeysAreIn(left_path, right_path, count) &&
-         KeysAreIn(right_path, left_path, count);
+  if (count != KeyCount(right_path) || !SameName(ClassNameOf(left_path), ClassNameOf(right_path)) ||
+      !SameNameSpace(left_path, right_path)) {
+    return false;
+  }
+  // Both ways, because a path may hold a key twice.
+  // NOLINTNEXTLINE(readability-suspicious-call-argument)
+  return KeysAreIn(left_path, right_path, count) && KeysAreIn(right_path, left_path, count);
 }
 
 }  // namespace ostInt

@@ -1,0 +1,13 @@
+// Which kind of object manager the provider tests run on. CTest runs them twice: as they are, and
+// with OSTREL_TEST_CMPI_1_0 set, on an object manager that ends its tables where CMPI 1.0 did.
+//
+// Thread rule: reads the environment; nobody writes it.
+
+#ifndef SUPPORT_OBJECT_MANAGER_KIND_H_
+#define SUPPORT_OBJECT_MANAGER_KIND_H_
+
+#include <cstdlib>
+
+inline bool OnCmpi10() { return std::getenv("OSTREL_TEST_CMPI_1_0") != nullptr; }
+
+#endif  // SUPPORT_OBJECT_MANAGER_KIND_H_
