@@ -10,7 +10,7 @@ _ostrel_pci() {
     fi
 
     local commands="classes enumerate ei ein get gi associators ai ain references ri rin tree register
-        unregister"
+        unregister serve"
     local elements="Ostrel_PCIDevice Ostrel_PCIBridge Ostrel_PCIeSwitch Ostrel_PCIPort
         Ostrel_PCIPortGroup OMC_UnitaryComputerSystem"
     local associations="Ostrel_PCISystemDevice Ostrel_PCIDeviceConnection Ostrel_PCIControlledBy
@@ -73,6 +73,7 @@ _ostrel_pci() {
         associators | ai | ain) options+=" --assoc-class --result-class --role --result-role" ;;
         references | ri | rin) options+=" --result-class --role" ;;
         tree) options+=" --ports --buses --ascii" ;;
+        serve) options+=" --port --address" ;;
         register | unregister) options+=" --for --dry-run --with-system --provider-dir" ;;
     esac
 
