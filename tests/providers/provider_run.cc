@@ -70,7 +70,7 @@ CMPIBoolean IsAWithSubclasses(const CMPIBroker* broker, const CMPIObjectPath* pa
 void AddSubclasses(const CMPIBroker* broker) {
   static CMPIBrokerEncFT extended = [broker] {
     original_functions = broker->eft;
-    CMPIBrokerEncFT functions = *broker->eft;
+    CMPIBrokerEncFT functions = CopyOfTable(broker->eft);
     functions.classPathIsA = IsAWithSubclasses;
     return functions;
   }();

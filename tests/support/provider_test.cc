@@ -1,8 +1,6 @@
 #include "support/provider_test.h"
 
 #include <algorithm>
-#include <cstddef>
-#include <cstring>
 #include <map>
 #include <stdexcept>
 #include <utility>
@@ -285,15 +283,13 @@ fake::Host MixedHost() {
 class ProviderTest::SchemaExtension {
  public:
   SchemaExtension(const CMPIBroker* broker, std::string subclass, std::string class_name)
-      : broker_{broker->hdl, broker->bft, &functions_, broker->xft,
+      : functions_(CopyOfTable(broker->eft)),
+        broker_{broker->hdl, broker->bft, &functions_, broker->xft,
                 OnCmpi10() ? nullptr : broker->mft},
         subclass_(std::move(subclass)),
         class_name_(std::move(class_name)),
         original_(broker) {
     current_ = this;
-    // Where the table of a CMPI 1.0 object manager ends.
-    std::memcpy(&functions_, broker->eft,
-                OnCmpi10() ? offsetof(CMPIBrokerEncFT, newCMPIError) : sizeof(functions_));
     functions_.classPathIsA = &IsA;
     ostInt::SetProcessBroker(&broker_);
   }
@@ -317,7 +313,7 @@ class ProviderTest::SchemaExtension {
 
   static SchemaExtension* current_;
 
-  CMPIBrokerEncFT functions_{};
+  CMPIBrokerEncFT functions_;
   CMPIBroker broker_;
   std::string subclass_;
   std::string class_name_;
