@@ -6,7 +6,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "hostctl/device_text.h"
+#include "hostctl/expectations.h"
 #include "hostctl/sources.h"
 
 namespace hostctl_test {

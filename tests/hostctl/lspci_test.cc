@@ -4,7 +4,7 @@
 
 #include <filesystem>
 
-#include "hostctl/device_text.h"
+#include "hostctl/expectations.h"
 #include "hostctl/lspci.h"
 #include "hostctl/sources.h"
 

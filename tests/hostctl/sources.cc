@@ -1,6 +1,5 @@
 #include "hostctl/sources.h"
 
-#include <gtest/gtest.h>
 #include <stdlib.h>
 
 #include <cstdio>
@@ -47,14 +46,6 @@ Devices ReadDump(const std::string& path) {
 Devices ReadSysfs(const std::string& path) {
   const ScopedVariable sysfs("HOSTCTL_PCI_SYSFS", path);
   return Read();
-}
-
-const HostCtl::Hardware::PciDevice* Find(const Devices& devices, const std::string& name) {
-  for (const auto& device : devices) {
-    if (device->GetName() == name) return device.get();
-  }
-  ADD_FAILURE() << "no device " << name;
-  return nullptr;
 }
 
 TempFolder::TempFolder() {

@@ -36,9 +36,6 @@ Devices ReadLiveHost();
 Devices ReadDump(const std::string& path);
 Devices ReadSysfs(const std::string& path);
 
-// The device with this name; a test failure and null where there is none.
-const HostCtl::Hardware::PciDevice* Find(const Devices& devices, const std::string& name);
-
 // A folder of its own, removed at the end.
 class TempFolder {
  public:

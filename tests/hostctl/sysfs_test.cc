@@ -5,7 +5,7 @@
 
 #include <filesystem>
 
-#include "hostctl/device_text.h"
+#include "hostctl/expectations.h"
 #include "hostctl/sources.h"
 
 namespace hostctl_test {

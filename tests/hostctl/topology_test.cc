@@ -4,7 +4,7 @@
 
 #include <map>
 
-#include "hostctl/device_text.h"
+#include "hostctl/expectations.h"
 #include "hostctl/sources.h"
 
 namespace hostctl_test {

@@ -10,72 +10,14 @@
 #include <string>
 #include <vector>
 
-#include "providers/comparison.h"
-#include "providers/linked_bench.h"
+#include "providers/linked_pair.h"
 #include "providers/request_pool.h"
 #include "providers/varied_hosts.h"
 
 namespace {
 
 using fake::Thrown;
-
-// Every kind of device in every place that some operation distinguishes.
-fake::Host RichHost() {
-  fake::Host host;
-  host.SystemName("Rich.Example")
-      .Add(fake::HostBridge("h"))
-      .Add(fake::PciBridge("b").Secondary(1))
-      .Add(fake::PciXEndpoint("e").Bus(1).Parent("b").Slot(3).Capabilities({5, 6}))
-      .Add(fake::SwitchUpstream("U").Bus(2).Secondary(3).Parent("b"))
-      .Add(fake::SwitchDownstream("D").Bus(3).Secondary(4).Parent("U"))
-      .Add(fake::SwitchDownstream("d").Bus(1).Parent("b"))
-      .Add(fake::PcieEndpoint("x").Bus(4).Parent("b-sec"));  // a connection is enumerated for it
-  return host;
-}
-
-// The real providers and their model on one host, asked the same.
-class Pair {
- public:
-  explicit Pair(const fake::Host& host)
-      : real_(host, LinkedBench().start()), model_(host, {ObjectManagerSystem(host)}) {}
-
-  // The calls of these numbers fail, from now on.
-  void FailAt(const std::set<std::size_t>& calls, Thrown thrown) {
-    fake::FailAt(calls, thrown);
-    model_.FailAt({calls, thrown});
-  }
-  void FailNever() {
-    fake::FailNever();
-    model_.FailAt({});
-  }
-
-  // Asks both. Answers what differs, in the answers or in the number of the host's calls.
-  std::string Ask(const naive::Request& request) {
-    const std::size_t real_before = fake::CallCount();
-    const bool was_built = model_.topology().built;
-    const std::size_t model_before = was_built ? model_.topology().calls : 0;
-    expected_ = model_.Ask(request);
-    actual_ = real_.Ask(request);
-    calls_ = model_.topology().calls - model_before;
-    std::string text = Difference(expected_, actual_);
-    if (fake::CallCount() - real_before != calls_) {
-      text += "expected " + std::to_string(calls_) + " calls of the host, there were " +
-              std::to_string(fake::CallCount() - real_before) + '\n';
-    }
-    text += real_.Faults(model_.topology().devices.size());
-    return text.empty() ? "" : naive::Describe(request) + '\n' + text;
-  }
-
-  const naive::Answer& actual() const { return actual_; }
-  std::size_t calls() const { return calls_; }  // of the last request
-
- private:
-  ProviderRun real_;
-  naive::Providers model_;
-  naive::Answer expected_;
-  naive::Answer actual_;
-  std::size_t calls_ = 0;
-};
+using Pair = LinkedPair;
 
 std::vector<naive::Request> RequestsOf(const std::string& class_name) {
   std::vector<naive::Request> requests = RequestPool::OrdinaryRequests(RichHost());

@@ -133,3 +133,16 @@ fake::Host TreeHost(std::uint32_t seed) {
   Vary(host, seed);
   return host;
 }
+
+fake::Host RichHost() {
+  fake::Host host;
+  host.SystemName("Rich.Example")
+      .Add(fake::HostBridge("h"))
+      .Add(fake::PciBridge("b").Secondary(1))
+      .Add(fake::PciXEndpoint("e").Bus(1).Parent("b").Slot(3).Capabilities({5, 6}))
+      .Add(fake::SwitchUpstream("U").Bus(2).Secondary(3).Parent("b"))
+      .Add(fake::SwitchDownstream("D").Bus(3).Secondary(4).Parent("U"))
+      .Add(fake::SwitchDownstream("d").Bus(1).Parent("b"))
+      .Add(fake::PcieEndpoint("x").Bus(4).Parent("b-sec"));  // a connection is enumerated for it
+  return host;
+}

@@ -34,4 +34,7 @@ void Vary(fake::Host& host, std::uint32_t seed);
 // name twice, with a downstream port that lost its parent, or with buses up to 255.
 fake::Host TreeHost(std::uint32_t seed);
 
+// Every kind of device in every place that some operation distinguishes.
+fake::Host RichHost();
+
 #endif  // PROVIDERS_VARIED_HOSTS_H_
