@@ -19,6 +19,7 @@
 #include <typeinfo>
 
 #include "platform/cmpi/cmpi.h"
+#include "platform/ostint/cancellation_hold.h"
 #include "platform/ostint/cmpi_base_mi.h"
 
 namespace frame {
@@ -74,6 +75,7 @@ ostInt::CmpiBaseMI* ObtainProvider(ostInt::CmpiProviderBase& base, const CMPIBro
 template <typename Provider, typename Mi, typename Table, typename Announce>
 Mi* CreateMI(Factory<Mi, Table>& factory, const CMPIBroker* broker, const CMPIContext* context,
              Announce announce) {
+  const ostInt::CancellationHold hold;
   const ostInt::CmpiContext wrapped_context(context);
   factory.record.ft = &factory.table;
   ostInt::CmpiBaseMI* object = ObtainProvider<Provider>(factory.base, broker, wrapped_context);

@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <stdexcept>
 #include <string>
@@ -23,6 +24,7 @@ namespace {
 // What the provider of this test does, and what happened to it.
 struct Script {
   bool constructor_throws = false;
+  bool constructor_is_cancelled = false;
   bool initialize_throws = false;
   CmpiStatus initialize_status = CMPI_RC_OK;
   int alive = 0;
@@ -54,6 +56,10 @@ class FrameProbe : virtual public ostInt::CmpiInstanceMI,
     script.steps.emplace_back("construct");
     script.broker = broker.raw();
     if (script.constructor_throws) throw std::runtime_error("cannot be built");
+    if (script.constructor_is_cancelled) {
+      pthread_cancel(pthread_self());
+      pthread_testcancel();
+    }
     ++script.alive;
   }
   ~FrameProbe() override { --script.alive; }
@@ -192,6 +198,24 @@ TEST_F(RegistrationTest, AnExceptionOfInitializeFreesTheObject) {
   EXPECT_EQ(script.alive, 0);
   EXPECT_EQ(baseOstrel_FrameProbe.getBaseMI(), nullptr);
   EXPECT_EQ(baseOstrel_FrameProbe.useCount(), 0U);
+}
+
+TEST_F(RegistrationTest, ACancelledThreadFinishesItsFactoryCallAndEndsAfterwards) {
+  script.constructor_is_cancelled = true;
+  const auto run = [](void* broker) -> void* {
+    Ostrel_FrameProbe_Create_InstanceMI(static_cast<const CMPIBroker*>(broker),
+                                        RecordingBroker::Context());
+    pthread_testcancel();
+    return nullptr;
+  };
+  pthread_t thread{};
+  auto* broker = const_cast<CMPIBroker*>(broker_.raw());
+  ASSERT_EQ(pthread_create(&thread, nullptr, run, broker), 0);
+  void* ended = nullptr;
+  ASSERT_EQ(pthread_join(thread, &ended), 0);
+  EXPECT_EQ(ended, PTHREAD_CANCELED);
+  EXPECT_EQ(script.alive, 1);
+  EXPECT_EQ(baseOstrel_FrameProbe.useCount(), 1U);
 }
 
 TEST_F(RegistrationTest, AfterTheLastCleanupTheNextCallMakesANewObject) {

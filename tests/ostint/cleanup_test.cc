@@ -199,6 +199,19 @@ TEST_F(CleanupTest, ACleanupThatThrowsAnswersAFailure) {
   EXPECT_EQ(Cleanup(instance_), (Outcome{CMPI_RC_ERR_FAILED, "cleanup failed"}));
 }
 
+TEST_F(CleanupTest, ACleanupThatThrowsDropsItsUseToo) {
+  CallFactory(instance_);
+  CallFactory(association_);
+  script_.cleanup_throws = true;
+  Cleanup(instance_);
+  EXPECT_EQ(base_->useCount(), 1U);
+  EXPECT_EQ(script_.alive, 1);
+  Cleanup(association_);
+  EXPECT_EQ(base_->useCount(), 0U);
+  EXPECT_EQ(script_.alive, 0);
+  EXPECT_EQ(association_.hdl, nullptr);
+}
+
 TEST_F(CleanupTest, ARecordWithoutObjectIsCleanedUpWithoutError) {
   EXPECT_EQ(Cleanup(instance_), Outcome{});
   EXPECT_EQ(Cleanup(association_), Outcome{});

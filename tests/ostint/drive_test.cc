@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <functional>
 #include <new>
@@ -270,6 +271,54 @@ TEST_F(DriveTest, AMessageThatCannotBeMadeIsLeftOut) {
   broker_.GiveNull("newString");
   EXPECT_EQ(Driven([]() -> CmpiStatus { throw std::runtime_error("broken"); }),
             (Outcome{CMPI_RC_ERR_FAILED, ""}));
+}
+
+TEST_F(DriveTest, AMessageThatAnObjectManagerThrowsForIsLeftOut) {
+  broker_.raw()->eft->newString = [](const CMPIBroker*, const char*, CMPIStatus*) -> CMPIString* {
+    throw std::bad_alloc();
+  };
+  EXPECT_EQ(Driven([]() -> CmpiStatus { throw std::runtime_error("broken"); }),
+            (Outcome{CMPI_RC_ERR_FAILED, ""}));
+  EXPECT_EQ(Driven([] { return CmpiStatus(CMPI_RC_ERR_NOT_FOUND, "own text"); }),
+            (Outcome{CMPI_RC_ERR_NOT_FOUND, ""}));
+}
+
+// What a thread does that is cancelled while an operation runs on it.
+struct CancelledThread {
+  Outcome answered;
+  bool survived = false;
+
+  void Run() {
+    RecordingBroker broker;  // of this thread
+    NotingProvider provider(CmpiBroker(broker.raw()), CmpiContext(RecordingBroker::Context()));
+    provider.answer = [] {
+      pthread_cancel(pthread_self());
+      pthread_testcancel();
+      return CmpiStatus(CMPI_RC_ERR_NOT_FOUND, "own text");
+    };
+    CmpiBaseMI* object = &provider;
+    CMPIInstanceMI mi{object, nullptr};
+    const CMPIStatus status = CmpiInstanceMI::driveEnumInstanceNames(
+        &mi, RecordingBroker::Context(), broker.Result(), broker.Path("", "C"));
+    answered = {status.rc, TextOf(status.msg)};
+    pthread_testcancel();
+    survived = true;
+  }
+};
+
+TEST_F(DriveTest, ACancelledThreadAnswersItsOperationAndEndsAfterwards) {
+  CancelledThread cancelled;
+  const auto run = [](void* what) -> void* {
+    static_cast<CancelledThread*>(what)->Run();
+    return nullptr;
+  };
+  pthread_t thread{};
+  ASSERT_EQ(pthread_create(&thread, nullptr, run, &cancelled), 0);
+  void* ended = nullptr;
+  ASSERT_EQ(pthread_join(thread, &ended), 0);
+  EXPECT_EQ(cancelled.answered, (Outcome{CMPI_RC_ERR_NOT_FOUND, "own text"}));
+  EXPECT_EQ(ended, PTHREAD_CANCELED);
+  EXPECT_FALSE(cancelled.survived);
 }
 
 TEST_F(DriveTest, AFailingCallOfTheObjectManagerIsTheAnswer) {

@@ -16,15 +16,26 @@ CmpiStatus CmpiBaseMI::cleanup(CmpiContext& /*context*/, bool /*terminating*/) {
 }
 bool CmpiBaseMI::isUnloadable() const { return true; }
 
+namespace {
+
+// Drops one use at its end, whether cleanup() has returned or thrown.
+struct UseDrop {
+  CmpiProviderBase* base;
+  ~UseDrop() {
+    if (base != nullptr) base->dropUse();
+  }
+};
+
+}  // namespace
+
 CMPIStatus CmpiBaseMI::DriveCleanup(const void* handle, const CMPIContext* context,
                                     CMPIBoolean terminating) {
   return Drive([&]() -> CmpiStatus {
     CmpiBaseMI* provider = ObjectBehind(handle);
     if (provider == nullptr) return CMPI_RC_OK;
+    const UseDrop drop{provider->provider_base_};
     CmpiContext wrapped_context(context);
-    CmpiStatus status = provider->cleanup(wrapped_context, terminating != 0);
-    if (CmpiProviderBase* base = provider->provider_base_) base->dropUse();
-    return status;
+    return provider->cleanup(wrapped_context, terminating != 0);
   });
 }
 

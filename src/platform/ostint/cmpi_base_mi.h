@@ -35,8 +35,9 @@ class CmpiBaseMI {
   void setProviderBase(CmpiProviderBase* base) { provider_base_ = base; }
   const CmpiBroker& broker() const { return broker_; }
 
-  // The cleanup entry of both kinds of MI. Runs cleanup() and drops one use; when it was the last
-  // and the object is unloadable, deletes the object. An MI whose object is gone answers OK.
+  // The cleanup entry of both kinds of MI. Runs cleanup() and drops one use, also where cleanup()
+  // throws; when it was the last and the object is unloadable, deletes the object. An MI whose
+  // object is gone answers OK.
   static CMPIStatus driveBaseCleanup(CMPIInstanceMI* mi, const CMPIContext* context,
                                      CMPIBoolean terminating);
   static CMPIStatus driveBaseCleanup(CMPIAssociationMI* mi, const CMPIContext* context,

@@ -8,27 +8,32 @@
 
 #include <exception>
 
+#include "platform/ostint/cancellation_hold.h"
 #include "platform/ostint/cmpi_base_mi.h"
 
 namespace ostInt {
 
 // As CMPI answers: no allocation of our own, so that it works when memory is short.
-inline CMPIStatus MakeStatus(CMPIrc rc, const char* message) {
+inline CMPIStatus MakeStatus(CMPIrc rc, const char* message) noexcept {
   CMPIStatus status{rc, nullptr};
   const CMPIBroker* broker = ProcessBroker();
-  if (message != nullptr && *message != '\0' && broker != nullptr) {
+  if (message == nullptr || *message == '\0' || broker == nullptr) return status;
+  try {
     status.msg = broker->eft->newString(broker, message, nullptr);
+  } catch (...) {
+    // An object manager in C++ may run out of memory this way: then there is no text.
   }
   return status;
 }
 
-inline CMPIStatus MakeStatus(const CmpiStatus& status) {
+inline CMPIStatus MakeStatus(const CmpiStatus& status) noexcept {
   return MakeStatus(status.rc(), status.message().c_str());
 }
 
 // Runs one operation and turns whatever comes out of it into a CMPI status.
 template <typename Operation>
 CMPIStatus Drive(Operation operation) noexcept {
+  const CancellationHold hold;
   try {
     return MakeStatus(operation());
   } catch (const CmpiStatus& status) {
