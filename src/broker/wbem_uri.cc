@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <system_error>
+#include <type_traits>
 
 #include "broker/schema.h"
 #include "broker/text.h"
@@ -228,6 +229,9 @@ class Parser {
     const char* end = word.data() + word.size();
     const auto [stop, error] = std::from_chars(word.data(), end, number);
     if (error != std::errc() || stop != end) return std::nullopt;
+    if constexpr (std::is_floating_point_v<T>) {
+      if (!std::isfinite(number)) return std::nullopt;  // "inf" and "nan" are no numbers here
+    }
     return number;
   }
 
@@ -252,7 +256,9 @@ class Parser {
       default: break;
     }
     if (const auto number = Whole<std::uint64_t>(word)) return Value(*number);
-    if (const auto number = Whole<std::int64_t>(word)) return Value(*number);
+    if (const auto number = Whole<std::int64_t>(word)) {
+      return *number < 0 ? Value(*number) : Value(std::uint64_t{0});  // -0
+    }
     if (const auto number = Whole<double>(word)) return Value(*number);
     FailAt(begin, "a quoted text, a number, TRUE or FALSE expected");
   }

@@ -58,6 +58,11 @@ TEST(WbemUri, ReadsUntypedValuesByTheirForm) {
   EXPECT_EQ(*path.Key("I"), Value(""));
 }
 
+TEST(WbemUri, ReadsZeroTheSameWithAnySign) {
+  EXPECT_EQ(*ParseWbemUri("C.A=-0").Key("A"), Value(std::uint64_t{0}));
+  EXPECT_EQ(ToWbemUri(ParseWbemUri("C.A=-0")), "C.A=0");
+}
+
 TEST(WbemUri, ReadsNumbersInTheWidthOfTheSchema) {
   EXPECT_EQ(*ParseWbemUri("Ostrel_PCIPortGroup.BusNumber=255").Key("BusNumber"),
             Value(std::uint8_t{255}));
@@ -93,6 +98,8 @@ TEST(WbemUri, TellsWhereAMalformedPathGoesWrong) {
       {"C.A=''", 4},
       {"C.A='\xff'", 4},
       {"C.A=1e999", 4},
+      {"C.A=nan", 4},
+      {"C.A=-inf", 4},
       {"Ostrel_PCIHostedCollection.Antecedent=\"root/a:\"", 38},
   };
   for (const Malformed& c : cases) {
