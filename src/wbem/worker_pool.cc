@@ -13,17 +13,18 @@ WorkerPool::~WorkerPool() { shutdown(); }
 
 void WorkerPool::enqueue(std::function<void()> task) {
   std::unique_lock lock(mutex_);
-  changed_.wait(lock, [this] { return waiting_.size() < max_waiting_ || ended_; });
+  room_.wait(lock, [this] { return waiting_.size() < max_waiting_ || ended_; });
   waiting_.push_back(std::move(task));
   if (waiting_.size() > idle_) pressure_.Set();
-  changed_.notify_all();
+  work_.notify_one();
 }
 
 void WorkerPool::shutdown() {
   {
     const std::lock_guard lock(mutex_);
     ended_ = true;
-    changed_.notify_all();
+    work_.notify_all();
+    room_.notify_all();
   }
   for (std::thread& thread : threads_) {
     if (thread.joinable()) thread.join();
@@ -41,13 +42,13 @@ void WorkerPool::Work() {
 bool WorkerPool::Take(std::function<void()>& task) {
   std::unique_lock lock(mutex_);
   ++idle_;
-  changed_.wait(lock, [this] { return !waiting_.empty() || ended_; });
+  work_.wait(lock, [this] { return !waiting_.empty() || ended_; });
   --idle_;
   if (waiting_.empty()) return false;
   task = std::move(waiting_.front());
   waiting_.pop_front();
   if (waiting_.size() <= idle_) pressure_.Clear();
-  changed_.notify_all();
+  room_.notify_one();
   return true;
 }
 

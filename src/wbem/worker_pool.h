@@ -41,7 +41,8 @@ class WorkerPool : public httplib::TaskQueue {
   const std::size_t max_waiting_;
   Event& pressure_;
   std::mutex mutex_;
-  std::condition_variable changed_;
+  std::condition_variable work_;  // wakes one thread for one task, not all of them
+  std::condition_variable room_;
   std::deque<std::function<void()>> waiting_;
   std::size_t idle_ = 0;
   bool ended_ = false;

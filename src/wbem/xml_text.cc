@@ -1,5 +1,7 @@
 #include "wbem/xml_text.h"
 
+#include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
@@ -47,7 +49,7 @@ std::optional<std::uint32_t> ReferredCharacter(std::string_view reference) {
   return character;
 }
 
-std::string_view Escape(char c) {
+constexpr std::string_view Escape(char c) {
   switch (c) {
     case '&': return "&amp;";
     case '<': return "&lt;";
@@ -57,6 +59,15 @@ std::string_view Escape(char c) {
     default: return {};
   }
 }
+
+// By byte: ASCII that is written as it is. Most text is nothing else.
+constexpr std::array<bool, 256> kPlain = [] {
+  std::array<bool, 256> plain{};
+  for (char c = ' '; c <= '~'; ++c) plain[static_cast<std::size_t>(c)] = Escape(c).empty();
+  return plain;
+}();
+
+bool IsPlain(char c) { return kPlain[static_cast<unsigned char>(c)]; }
 
 }  // namespace
 
@@ -75,6 +86,10 @@ bool IsXmlText(std::string_view text) {
 
 void AppendEscaped(std::string& out, std::string_view text) {
   while (!text.empty()) {
+    const auto plain = std::find_if_not(text.begin(), text.end(), IsPlain);
+    out.append(text.begin(), plain);
+    text.remove_prefix(static_cast<std::size_t>(plain - text.begin()));
+    if (text.empty()) return;
     const std::size_t length = FirstCharacter(text);
     const std::string_view escape = Escape(text.front());
     if (length == 0) {
