@@ -243,11 +243,6 @@ int Run(const Arguments& arguments, std::ostream& out) {
   }
   SelectHost(arguments.source);
   Session session({arguments.library, SystemName(), arguments.verbose});
-  if (SeesOnlyPart()) {
-    fmt::print(stderr,
-               "ostrel-pci: without root the kernel shows 64 bytes of each function's "
-               "configuration space: capabilities and port types are unknown; run as root\n");
-  }
   if (arguments.command == Command::kServe) return Serve(arguments, session, out);
   if (arguments.command == Command::kTree) {
     Tree(arguments, session, out);

@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 #include <sys/utsname.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -53,10 +52,6 @@ std::string SystemName() {
   if (!chosen.empty()) return std::string(chosen);
   utsname system;
   return uname(&system) == 0 ? system.nodename : "localhost";
-}
-
-bool SeesOnlyPart() {
-  return Environment(kSysfs).empty() && Environment(kDump).empty() && geteuid() != 0;
 }
 
 }  // namespace tool

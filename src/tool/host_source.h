@@ -26,9 +26,6 @@ void SelectHost(const HostSource& source);
 // The name that the host control library will report, once SelectHost was called.
 std::string SystemName();
 
-// Whether the kernel shows a part of what there is only: the running host, seen without root.
-bool SeesOnlyPart();
-
 }  // namespace tool
 
 #endif  // TOOL_HOST_SOURCE_H_

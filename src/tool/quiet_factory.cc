@@ -55,18 +55,19 @@ class CaughtStderr {
   int stderr_;
 };
 
-// The log goes to standard error while this lives; outside of a verbose process, errors alone.
-class LoggedErrors {
+// The log goes to standard error while this lives; outside of a verbose process, errors and
+// warnings alone.
+class LoggedComplaints {
  public:
-  explicit LoggedErrors(bool verbose) : verbose_(verbose) {
+  explicit LoggedComplaints(bool verbose) : verbose_(verbose) {
     if (verbose_) return;
     OpenLog(true);
-    mask_ = setlogmask(LOG_MASK(LOG_ERR));
+    mask_ = setlogmask(LOG_MASK(LOG_ERR) | LOG_MASK(LOG_WARNING));
   }
-  LoggedErrors(const LoggedErrors&) = delete;
-  LoggedErrors& operator=(const LoggedErrors&) = delete;
+  LoggedComplaints(const LoggedComplaints&) = delete;
+  LoggedComplaints& operator=(const LoggedComplaints&) = delete;
 
-  ~LoggedErrors() {
+  ~LoggedComplaints() {
     if (verbose_) return;
     setlogmask(mask_);
     OpenLog(false);
@@ -101,7 +102,7 @@ bool RunFactory(const std::function<void()>& call, bool verbose) {
     return text.find(kIncomplete) != std::string::npos;
   };
   try {
-    const LoggedErrors errors(verbose);
+    const LoggedComplaints complaints(verbose);
     call();
   } catch (...) {
     finish();

@@ -14,10 +14,10 @@ namespace tool {
 void OpenLog(bool verbose);
 
 // Runs `call` with standard error caught, then writes out what was caught. Unless `verbose`, that
-// is without the trace line of every instance factory, and of the log with errors only. What `call`
-// throws passes on. Gives whether the log said that the host could not be read as a whole: the
-// library then goes on with what it has, and no status tells. Where standard error cannot be
-// caught, just runs `call`.
+// is without the trace line of every instance factory, and of the log with errors and warnings
+// only. What `call` throws passes on. Gives whether the log said that the host could not be read as
+// a whole: the library then goes on with what it has, and no status tells. Where standard error
+// cannot be caught, just runs `call`.
 bool RunFactory(const std::function<void()>& call, bool verbose);
 
 }  // namespace tool

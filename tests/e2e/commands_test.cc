@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <nlohmann/json.hpp>
 #include <pugixml.hpp>
@@ -279,17 +278,6 @@ TEST(Table, FitsTheTerminal) {
   const Outcome ascii =
       RunOnRecord({"ei", "device"}, {.environment = {{"LC_ALL", "C"}}, .terminal = 72});
   for (const std::string& line : Lines(ascii.out)) EXPECT_LE(line.size(), 72U + 1) << line;  // CR
-}
-
-TEST(Privileges, AreMissedOnTheRunningHostOnly) {
-  if (geteuid() != 0) GTEST_SKIP() << "only root can become another user";
-  const Outcome live = RunTool({"ein", "device"}, {.unprivileged = true});
-  if (live.status == 126) GTEST_SKIP() << "the build tree is closed to other users";
-  EXPECT_EQ(live.status, 0);
-  EXPECT_THAT(live.err, HasSubstr("run as root"));
-  const Outcome record = RunOnRecord({"ein", "device"}, {.unprivileged = true});
-  EXPECT_EQ(record.err, "");
-  EXPECT_EQ(RunTool({"ein", "device"}).err, "");
 }
 
 }  // namespace

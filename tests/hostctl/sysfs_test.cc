@@ -116,19 +116,6 @@ TEST_F(Sysfs, AParentThatIsNotListedIsNone) {
   EXPECT_EQ(ParentOf("0000:01:00.0"), "none");
 }
 
-TEST_F(Sysfs, WithoutRootTheInventoryIsServedWithoutCapabilities) {
-  const auto bridge = [] {
-    return Endpoint("0000:00:01.0").Bridge(3, 4).Capability(0x34, 0x40, 0x10, {0x42, 0});
-  };
-  Add("pci0000:00", bridge().Resize(64));
-  const Devices devices = Read();
-  ASSERT_EQ(devices.size(), 1u);
-  EXPECT_EQ(devices[0]->GetClassCode(), 0x0604);
-  EXPECT_EQ(devices[0]->GetSecondaryBus(), 3);
-  EXPECT_EQ(devices[0]->GetPcieDeviceType(), -1);
-  EXPECT_FALSE(devices[0]->HasCapability(0x10));
-}
-
 TEST_F(Sysfs, AnUnreadableConfigurationSpaceStillLeavesTheIds) {
   Add("pci0000:00", Endpoint("0000:00:01.0"));
   for (const std::string& config : {std::string(), std::string(63, '\1')}) {

@@ -47,7 +47,11 @@ CapabilityFacts ConfigSpace::Capabilities() const {
   const bool cardbus = HeaderType() == PCI_HEADER_TYPE_CARDBUS;
   std::bitset<kConfigSize> seen;
   std::size_t position = Byte(cardbus ? PCI_CB_CAPABILITY_LIST : PCI_CAPABILITY_LIST) & ~3u;
-  while (position >= kStandardHeaderSize && Holds(position, 4) && !seen[position]) {
+  while (position >= kStandardHeaderSize && !seen[position]) {
+    if (!Holds(position, 4)) {
+      facts.cut_off = true;
+      break;
+    }
     seen.set(position);
     const std::uint8_t id = Byte(position + PCI_CAP_LIST_ID);
     if (id == 0xff) break;  // not a capability: the chain is broken here

@@ -28,6 +28,7 @@ struct CapabilityFacts {
   std::int8_t pcie_port_type = -1;  // -1: no PCI Express capability
   bool link_5gt = false;            // the link runs at 5 GT/s or more
   bool link_8gt = false;            // the link runs at 8 GT/s or more
+  bool cut_off = false;             // the chain goes on behind the bytes that are there
 };
 
 class ConfigSpace {
@@ -38,8 +39,7 @@ class ConfigSpace {
 
   BusRange BusesBehind() const;
 
-  // Walks the capability chain as far as it can be read. A chain that loops or leaves the
-  // configuration space ends there.
+  // Walks the capability chain as far as it can be read. A chain that loops ends there.
   CapabilityFacts Capabilities() const;
 
   // Codes of CIM_PCIController.Capabilities (CIM schema) that hold: bit n stands for code n.

@@ -22,6 +22,7 @@ struct FunctionRecord {
   std::int8_t pcie_port_type = -1;
   std::uint16_t capability_codes = 0;  // bit n: code n of CIM_PCIController.Capabilities
   std::bitset<256> capability_ids;
+  bool cut_off = false;  // the source shows too little of it to tell all capabilities
   std::int32_t slot = -1;
   std::uint32_t parent = kNoParent;  // place in the snapshot
   std::uint32_t vendor_name = 0;     // places in the snapshot's names

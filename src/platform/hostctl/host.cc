@@ -1,5 +1,7 @@
 // The library's front door: host, hardware information and the list of PCI functions.
 
+#include <syslog.h>
+
 #include "cache/hostctl.h"
 #include "platform/hostctl/pci_device.h"
 #include "platform/hostctl/snapshot.h"
@@ -21,11 +23,23 @@ auto WithOneExceptionType(Call call) {
   }
 }
 
+// The interface has no way to say that an answer is a part of the truth; the log has.
+void WarnOfMissingCapabilities(const Snapshot& snapshot, const Source& source) {
+  if (snapshot.cut_off_functions() == 0) return;
+  syslog(LOG_WARNING,
+         "%s: %zu of %zu functions are shown without their capabilities: port types are unknown, "
+         "switches taken for bridges; %s",
+         source.path.c_str(), snapshot.cut_off_functions(), snapshot.functions().size(),
+         source.WayToSeeAll());
+}
+
 class SnapshotPciInfo final : public PciInfo {
  public:
   std::vector<std::unique_ptr<Hardware::PciDevice>> GetPciDevices() const override {
     return WithOneExceptionType([] {
-      const std::shared_ptr<const Snapshot> snapshot = Snapshot::Take(Source::FromEnvironment());
+      const Source source = Source::FromEnvironment();
+      const std::shared_ptr<const Snapshot> snapshot = Snapshot::Take(source);
+      WarnOfMissingCapabilities(*snapshot, source);
       const auto count = static_cast<std::uint32_t>(snapshot->functions().size());
       std::vector<std::unique_ptr<Hardware::PciDevice>> devices;
       devices.reserve(count);

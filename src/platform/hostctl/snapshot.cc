@@ -38,6 +38,9 @@ class Snapshot::Builder {
 
   std::shared_ptr<const Snapshot> Finish() {
     auto snapshot = std::make_shared<Snapshot>();
+    snapshot->cut_off_functions_ = static_cast<std::size_t>(
+        std::count_if(functions_.begin(), functions_.end(),
+                      [](const FunctionRecord& function) { return function.cut_off; }));
     snapshot->functions_ = std::move(functions_);
     snapshot->names_ = names_.TakeNames();
     return snapshot;
@@ -62,12 +65,14 @@ class Snapshot::Builder {
            std::span<const std::uint8_t> config_bytes, std::int32_t slot) {
     const ConfigSpace config(config_bytes);
     const CapabilityFacts capabilities = config.Capabilities();
+    const bool without_header = config_bytes.size() < kStandardHeaderSize;
     functions_.push_back({.address = address,
                           .identity = identity,
                           .buses = config.BusesBehind(),
                           .pcie_port_type = capabilities.pcie_port_type,
                           .capability_codes = config.CapabilityCodes(capabilities),
                           .capability_ids = capabilities.ids,
+                          .cut_off = capabilities.cut_off || without_header,
                           .slot = slot,
                           .parent = kNoParent,
                           .vendor_name = names_.Vendor(identity.vendor),

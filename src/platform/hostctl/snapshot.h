@@ -7,6 +7,7 @@
 #ifndef PLATFORM_HOSTCTL_SNAPSHOT_H_
 #define PLATFORM_HOSTCTL_SNAPSHOT_H_
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -24,6 +25,10 @@ class Snapshot {
   // Ascending by address, every address once.
   const std::vector<FunctionRecord>& functions() const { return functions_; }
 
+  // How many of them may have capabilities that the source does not show: it shows no more than the
+  // start of their configuration space.
+  std::size_t cut_off_functions() const { return cut_off_functions_; }
+
   // The text at one of a record's places for names.
   const std::string& name(std::uint32_t place) const { return names_[place]; }
 
@@ -31,6 +36,7 @@ class Snapshot {
   class Builder;
 
   std::vector<FunctionRecord> functions_;
+  std::size_t cut_off_functions_ = 0;
   std::vector<std::string> names_;
 };
 

@@ -11,6 +11,8 @@
 namespace HostCtl::Linux {
 namespace {
 
+constexpr const char* kRunningKernel = "/sys/bus/pci";
+
 std::string Environment(const char* name) {
   const char* value = std::getenv(name);
   return value ? value : "";
@@ -27,7 +29,12 @@ Source Source::FromEnvironment() {
   }
   if (!dump.empty()) return {Kind::kDump, std::move(dump)};
   if (!sysfs.empty()) return {Kind::kSysfs, std::move(sysfs)};
-  return {Kind::kSysfs, "/sys/bus/pci"};
+  return {Kind::kSysfs, kRunningKernel};
+}
+
+const char* Source::WayToSeeAll() const {
+  if (kind == Kind::kDump) return "take it with lspci -xxx, as root";
+  return path == kRunningKernel ? "run as root, with CAP_SYS_ADMIN" : "copy it as root";
 }
 
 std::string SystemName() {

@@ -14,6 +14,9 @@ struct Source {
   Kind kind;
   std::string path;  // the folder with devices/ and slots/, or the dump's file
 
+  // How a person gets a source that shows all of every function, where this one does not.
+  const char* WayToSeeAll() const;
+
   // The source that HOSTCTL_PCI_SYSFS or HOSTCTL_PCI_DUMP names, else the running kernel. An empty
   // variable counts as unset. Throws HostCtlException where both are set.
   static Source FromEnvironment();
