@@ -1,6 +1,7 @@
 // CMPIDateTime.
 
 #include "broker/date_time.h"
+#include "broker/entry.h"
 #include "broker/guest.h"
 #include "broker/tables.h"
 
@@ -40,7 +41,9 @@ CMPIBoolean IsInterval(const CMPIDateTime* dt, CMPIStatus* rc) {
 
 }  // namespace
 
-CMPIDateTimeFT date_time_table = {CMPIVersion200,  Release,         Clone,
-                                  GetBinaryFormat, GetStringFormat, IsInterval};
+CMPIDateTimeFT date_time_table = {
+    CMPIVersion200,         Entry<Release>,         Entry<Clone>,
+    Entry<GetBinaryFormat>, Entry<GetStringFormat>, Entry<IsInterval>,
+};
 
 }  // namespace broker

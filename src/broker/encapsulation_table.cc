@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "broker/date_time.h"
+#include "broker/entry.h"
 #include "broker/error_object.h"
 #include "broker/guest.h"
 #include "broker/manager.h"
@@ -219,12 +220,15 @@ std::string FillIn(std::string_view text, const std::vector<std::string>& insert
   return filled;
 }
 
+// Guards itself: an entry has no variable arguments.
 CMPIString* Message(const CMPIBroker* mb, const char* text, CMPIStatus* rc, CMPICount count,
                     va_list& arguments) {
-  std::vector<std::string> inserts;
-  for (CMPICount i = 0; i < count; ++i) inserts.push_back(NextInsert(arguments));
-  return New<StringObject>(mb, "CMPIBroker.getMessage", rc, [&](Region& region) {
-    return NewString(region, FillIn(text != nullptr ? text : "", inserts));
+  return AnswerOrFail(rc, [&] {
+    std::vector<std::string> inserts;
+    for (CMPICount i = 0; i < count; ++i) inserts.push_back(NextInsert(arguments));
+    return New<StringObject>(mb, "CMPIBroker.getMessage", rc, [&](Region& region) {
+      return NewString(region, FillIn(text != nullptr ? text : "", inserts));
+    });
   });
 }
 
@@ -283,25 +287,25 @@ CMPIStatus Trace(const CMPIBroker* mb, int level, const char* component, const c
 
 CMPIBrokerEncFT broker_encapsulation = {
     CMPIVersion200,
-    NewInstanceFor,
-    NewObjectPath,
-    NewArguments,
-    NewText,
-    NewArrayOf,
-    NewDateTimeNow,
-    NewDateTimeFromBinary,
-    NewDateTimeFromChars,
-    NewSelectExp,
-    ClassPathIsA,
-    ObjectToString,
-    IsOfType,
-    GetType,
+    Entry<NewInstanceFor>,
+    Entry<NewObjectPath>,
+    Entry<NewArguments>,
+    Entry<NewText>,
+    Entry<NewArrayOf>,
+    Entry<NewDateTimeNow>,
+    Entry<NewDateTimeFromBinary>,
+    Entry<NewDateTimeFromChars>,
+    Entry<NewSelectExp>,
+    Entry<ClassPathIsA>,
+    Entry<ObjectToString>,
+    Entry<IsOfType>,
+    Entry<GetType>,
     GetMessage,
-    LogMessage,
-    Trace,
-    NewErrorOf,
-    OpenMessageFile,
-    CloseMessageFile,
+    Entry<LogMessage>,
+    Entry<Trace>,
+    Entry<NewErrorOf>,
+    Entry<OpenMessageFile>,
+    Entry<CloseMessageFile>,
     GetMessage2,
 };
 

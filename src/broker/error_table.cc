@@ -3,6 +3,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "broker/entry.h"
 #include "broker/error_object.h"
 #include "broker/guest.h"
 #include "broker/manager.h"
@@ -104,38 +105,41 @@ CMPIStatus SetArray(CMPIError* er, const CMPIArray* given) {
   return Answer(CMPI_RC_OK);
 }
 
+// The one slot that takes its array without const.
+CMPIStatus SetMessageArguments(CMPIError* er, CMPIArray* given) {
+  return SetArray<&ErrorObject::message_arguments>(er, given);
+}
+
 }  // namespace
 
 CMPIErrorFT error_table = {
     CMPIVersion200,
-    Release,
-    Clone,
-    Get<&ErrorObject::type>,
-    GetText<&ErrorObject::other_type>,
-    GetText<&ErrorObject::owner>,
-    GetText<&ErrorObject::message_id>,
-    GetText<&ErrorObject::message>,
-    Get<&ErrorObject::severity>,
-    Get<&ErrorObject::cause>,
-    GetText<&ErrorObject::cause_description>,
-    GetArray<&ErrorObject::recommended_actions>,
-    GetText<&ErrorObject::source>,
-    Get<&ErrorObject::source_format>,
-    GetText<&ErrorObject::other_source_format>,
-    Get<&ErrorObject::status_code>,
-    GetText<&ErrorObject::status_description>,
-    GetArray<&ErrorObject::message_arguments>,
-    Set<&ErrorObject::type>,
-    SetText<&ErrorObject::other_type>,
-    SetText<&ErrorObject::cause_description>,
-    SetArray<&ErrorObject::recommended_actions>,
-    SetText<&ErrorObject::source>,
-    Set<&ErrorObject::source_format>,
-    SetText<&ErrorObject::other_source_format>,
-    SetText<&ErrorObject::status_description>,
-    [](CMPIError* er, CMPIArray* given) {
-      return SetArray<&ErrorObject::message_arguments>(er, given);
-    },
+    Entry<Release>,
+    Entry<Clone>,
+    Entry<Get<&ErrorObject::type>>,
+    Entry<GetText<&ErrorObject::other_type>>,
+    Entry<GetText<&ErrorObject::owner>>,
+    Entry<GetText<&ErrorObject::message_id>>,
+    Entry<GetText<&ErrorObject::message>>,
+    Entry<Get<&ErrorObject::severity>>,
+    Entry<Get<&ErrorObject::cause>>,
+    Entry<GetText<&ErrorObject::cause_description>>,
+    Entry<GetArray<&ErrorObject::recommended_actions>>,
+    Entry<GetText<&ErrorObject::source>>,
+    Entry<Get<&ErrorObject::source_format>>,
+    Entry<GetText<&ErrorObject::other_source_format>>,
+    Entry<Get<&ErrorObject::status_code>>,
+    Entry<GetText<&ErrorObject::status_description>>,
+    Entry<GetArray<&ErrorObject::message_arguments>>,
+    Entry<Set<&ErrorObject::type>>,
+    Entry<SetText<&ErrorObject::other_type>>,
+    Entry<SetText<&ErrorObject::cause_description>>,
+    Entry<SetArray<&ErrorObject::recommended_actions>>,
+    Entry<SetText<&ErrorObject::source>>,
+    Entry<Set<&ErrorObject::source_format>>,
+    Entry<SetText<&ErrorObject::other_source_format>>,
+    Entry<SetText<&ErrorObject::status_description>>,
+    Entry<SetMessageArguments>,
 };
 
 }  // namespace broker

@@ -146,7 +146,7 @@ CMPIrc TakeValue(Region& region, const CMPIValue* value, CMPIType type, const ch
 
 CMPIStatus ReleaseState(ObjectState& state) {
   if (state.clone_root) {
-    state.region->manager().EndClone(*state.region);
+    EndCloneRegion(*state.region);
   } else if (state.region->manager().checking()) {
     KillObject(state);
   }
@@ -154,6 +154,8 @@ CMPIStatus ReleaseState(ObjectState& state) {
 }
 
 Region& NewCloneRegion(const ObjectState& of) { return of.region->manager().NewCloneRegion(); }
+
+void EndCloneRegion(Region& region) { region.manager().EndClone(region); }
 
 CMPIData NamedAt(const ObjectState& owner, const NamedList& list, CMPICount index,
                  CMPIString** name, CMPIStatus* rc) {

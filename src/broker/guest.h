@@ -97,6 +97,21 @@ typename T::Record* CloneObject(const typename T::Record* record, CMPIStatus* rc
 
 CMPIStatus ReleaseState(ObjectState& state);
 Region& NewCloneRegion(const ObjectState& of);
+void EndCloneRegion(Region& region);
+
+// A copy that is independent of any call, until its release.
+template <class T>
+T* NewClone(const T& object) {
+  Region& region = NewCloneRegion(object.state);
+  try {
+    T* copy = Copy(region, object);
+    copy->state.clone_root = true;
+    return copy;
+  } catch (...) {
+    EndCloneRegion(region);
+    throw;
+  }
+}
 
 template <class T>
 CMPIStatus ReleaseObject(typename T::Record* record, const char* function) {
@@ -111,9 +126,7 @@ typename T::Record* CloneObject(const typename T::Record* record, CMPIStatus* rc
   if (object == nullptr) {
     return Answer(rc, CMPI_RC_ERR_INVALID_HANDLE, static_cast<typename T::Record*>(nullptr));
   }
-  T* copy = Copy(NewCloneRegion(object->state), *object);
-  copy->state.clone_root = true;
-  return Made(rc, copy);
+  return Made(rc, NewClone(*object));
 }
 
 // A named value by position, with its name where asked for.

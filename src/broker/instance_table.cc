@@ -1,5 +1,6 @@
 // CMPIInstance.
 
+#include "broker/entry.h"
 #include "broker/guest.h"
 #include "broker/tables.h"
 #include "broker/text.h"
@@ -142,9 +143,17 @@ CMPIStatus SetObjectPath(CMPIInstance* inst, const CMPIObjectPath* op) {
 }  // namespace
 
 CMPIInstanceFT instance_table = {
-    CMPIVersion200,        Release,     Clone,         GetProperty,       GetPropertyAt,
-    GetPropertyCount,      SetProperty, GetObjectPath, SetPropertyFilter, SetObjectPath,
-    SetPropertyWithOrigin,
+    CMPIVersion200,
+    Entry<Release>,
+    Entry<Clone>,
+    Entry<GetProperty>,
+    Entry<GetPropertyAt>,
+    Entry<GetPropertyCount>,
+    Entry<SetProperty>,
+    Entry<GetObjectPath>,
+    Entry<SetPropertyFilter>,
+    Entry<SetObjectPath>,
+    Entry<SetPropertyWithOrigin>,
 };
 
 }  // namespace broker

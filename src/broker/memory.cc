@@ -1,6 +1,5 @@
 #include "broker/memory.h"
 
-#include <cstdlib>
 #include <cstring>
 
 #include "broker/manager.h"
@@ -24,11 +23,12 @@ constexpr std::size_t kQuarantineBytes = std::size_t{1024} * 1024;
 char* Begin(Chunk* chunk) { return reinterpret_cast<char*>(chunk + 1); }
 
 Chunk* NewChunk(std::size_t bytes) {
-  auto* chunk = static_cast<Chunk*>(std::malloc(sizeof(Chunk) + bytes));
-  if (chunk == nullptr) throw std::bad_alloc();
+  auto* chunk = static_cast<Chunk*>(::operator new(sizeof(Chunk) + bytes));
   *chunk = {nullptr, bytes};
   return chunk;
 }
+
+void FreeChunk(Chunk* chunk) { ::operator delete(chunk); }
 
 // Chunks of a thread that wait to be used again.
 class ChunkCache {
@@ -36,7 +36,7 @@ class ChunkCache {
   constexpr ChunkCache() = default;
   ~ChunkCache() {
     while (oldest_ != nullptr) Recycle(TakeOldest());
-    while (free_ != nullptr) std::free(TakeFree());
+    while (free_ != nullptr) FreeChunk(TakeFree());
     closed_ = true;
   }
 
@@ -49,7 +49,7 @@ class ChunkCache {
 
   void Recycle(Chunk* chunk) {
     if (chunk->bytes != kChunkBytes || free_count_ == kFreeChunksKept || closed_) {
-      std::free(chunk);
+      FreeChunk(chunk);
       return;
     }
     chunk->next = free_;
@@ -58,7 +58,7 @@ class ChunkCache {
   }
 
   void Quarantine(Chunk* chunk) {
-    if (closed_) return std::free(chunk);
+    if (closed_) return FreeChunk(chunk);
     chunk->next = nullptr;
     (newest_ != nullptr ? newest_->next : oldest_) = chunk;
     newest_ = chunk;

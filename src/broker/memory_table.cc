@@ -3,6 +3,7 @@
 #include <cstring>
 #include <limits>
 
+#include "broker/entry.h"
 #include "broker/guest.h"
 #include "broker/tables.h"
 
@@ -76,20 +77,20 @@ void FreeSelectExp(const CMPIBroker*, CMPISelectExp*) {}  // there are none
 
 CMPIBrokerMemFT broker_memory = {
     CMPIVersion200,
-    Mark,
-    Release,
-    Malloc,
-    Calloc,
-    Realloc,
-    StrDup,
-    Free,
-    FreeObject<InstanceObject>,
-    FreeObject<PathObject>,
-    FreeObject<ArgsObject>,
-    FreeObject<StringObject>,
-    FreeObject<ArrayObject>,
-    FreeObject<DateTimeObject>,
-    FreeSelectExp,
+    Entry<Mark>,
+    Entry<Release>,
+    Entry<Malloc>,
+    Entry<Calloc>,
+    Entry<Realloc>,
+    Entry<StrDup>,
+    Entry<Free>,
+    Entry<FreeObject<InstanceObject>>,
+    Entry<FreeObject<PathObject>>,
+    Entry<FreeObject<ArgsObject>>,
+    Entry<FreeObject<StringObject>>,
+    Entry<FreeObject<ArrayObject>>,
+    Entry<FreeObject<DateTimeObject>>,
+    Entry<FreeSelectExp>,
 };
 
 }  // namespace broker

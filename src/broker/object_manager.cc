@@ -168,11 +168,13 @@ Status ObjectManager::Cleanup(std::string_view provider, ProviderKind kind, bool
 }
 
 CMPIInstanceMI* ObjectManager::InstanceProvider(std::string_view provider, Status* status) {
-  return manager_->InstanceProvider(provider, status);
+  Status unasked;
+  return manager_->InstanceProvider(provider, status != nullptr ? status : &unasked);
 }
 
 CMPIAssociationMI* ObjectManager::AssociationProvider(std::string_view provider, Status* status) {
-  return manager_->AssociationProvider(provider, status);
+  Status unasked;
+  return manager_->AssociationProvider(provider, status != nullptr ? status : &unasked);
 }
 
 std::vector<ProviderError> ObjectManager::ProviderErrors() const { return manager_->Errors(); }

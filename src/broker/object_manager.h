@@ -17,6 +17,9 @@
 // returns, or earlier by mark and release. While it checks its guest (Options::check_guest), misuse
 // of the interface answers an error code and is kept in ProviderErrors().
 //
+// Errors: what fails for want of memory in a function of the interface is answered to the provider
+// as CMPI_RC_ERR_FAILED; in an operation outside of the provider, std::bad_alloc leaves it.
+//
 // Thread rule: thread-safe; many operations may run at once, one per thread, also on the same
 // class. Register everything before the first operation. The manager must outlive its operations.
 
@@ -164,7 +167,7 @@ class ObjectManager {
   Status Cleanup(std::string_view provider, ProviderKind kind, bool terminating);
 
   // The provider record that the factory handed out, calling the factory if need be; nullptr and
-  // `status` where that fails. For tests that look at the records themselves.
+  // `status` (which may be null) where that fails. For tests that look at the records themselves.
   CMPIInstanceMI* InstanceProvider(std::string_view provider, Status* status);
   CMPIAssociationMI* AssociationProvider(std::string_view provider, Status* status);
 

@@ -1,5 +1,6 @@
 // CMPIString, CMPIArray, CMPIArgs, CMPIContext and CMPIEnumeration.
 
+#include "broker/entry.h"
 #include "broker/guest.h"
 #include "broker/tables.h"
 
@@ -28,7 +29,12 @@ const char* GetCharPtr(const CMPIString* st, CMPIStatus* rc) {
 
 }  // namespace
 
-CMPIStringFT string_table = {CMPIVersion200, ReleaseString, CloneString, GetCharPtr};
+CMPIStringFT string_table = {
+    CMPIVersion200,
+    Entry<ReleaseString>,
+    Entry<CloneString>,
+    Entry<GetCharPtr>,
+};
 
 // ---------------------------------------------------------------------------------------------
 // CMPIArray
@@ -85,8 +91,10 @@ CMPIStatus SetElementAt(CMPIArray* ar, CMPICount index, const CMPIValue* value, 
 
 }  // namespace
 
-CMPIArrayFT array_table = {CMPIVersion200, ReleaseArray, CloneArray,  GetSize,
-                           GetSimpleType,  GetElementAt, SetElementAt};
+CMPIArrayFT array_table = {
+    CMPIVersion200,       Entry<ReleaseArray>, Entry<CloneArray>,   Entry<GetSize>,
+    Entry<GetSimpleType>, Entry<GetElementAt>, Entry<SetElementAt>,
+};
 
 // ---------------------------------------------------------------------------------------------
 // CMPIArgs
@@ -147,8 +155,10 @@ CMPICount GetArgCount(const CMPIArgs* as, CMPIStatus* rc) {
 
 }  // namespace
 
-CMPIArgsFT args_table = {CMPIVersion200, ReleaseArgs, CloneArgs,  AddArg,
-                         GetArg,         GetArgAt,    GetArgCount};
+CMPIArgsFT args_table = {
+    CMPIVersion200, Entry<ReleaseArgs>, Entry<CloneArgs>,   Entry<AddArg>,
+    Entry<GetArg>,  Entry<GetArgAt>,    Entry<GetArgCount>,
+};
 
 // ---------------------------------------------------------------------------------------------
 // CMPIContext
@@ -177,8 +187,10 @@ CMPIStatus AddEntry(const CMPIContext* ctx, const char* name, const CMPIValue* v
 
 }  // namespace
 
-CMPIContextFT context_table = {CMPIVersion200, ReleaseContext, CloneContext, GetEntry,
-                               GetEntryAt,     GetEntryCount,  AddEntry};
+CMPIContextFT context_table = {
+    CMPIVersion200,    Entry<ReleaseContext>, Entry<CloneContext>, Entry<GetEntry>,
+    Entry<GetEntryAt>, Entry<GetEntryCount>,  Entry<AddEntry>,
+};
 
 // ---------------------------------------------------------------------------------------------
 // CMPIEnumeration
@@ -222,6 +234,9 @@ CMPIArray* ToArray(const CMPIEnumeration* en, CMPIStatus* rc) {
 }  // namespace
 
 CMPIEnumerationFT enumeration_table = {
-    CMPIVersion200, ReleaseEnumeration, CloneEnumeration, GetNext, HasNext, ToArray};
+    CMPIVersion200,          Entry<ReleaseEnumeration>,
+    Entry<CloneEnumeration>, Entry<GetNext>,
+    Entry<HasNext>,          Entry<ToArray>,
+};
 
 }  // namespace broker

@@ -1,5 +1,6 @@
 // CMPIObjectPath.
 
+#include "broker/entry.h"
 #include "broker/guest.h"
 #include "broker/tables.h"
 
@@ -126,7 +127,7 @@ CMPIData GetParameterQualifier(const CMPIObjectPath*, const char*, const char*, 
   return NotThere(rc, CMPI_RC_ERR_NOT_SUPPORTED);
 }
 
-CMPIString* ToString(const CMPIObjectPath* op, CMPIStatus* rc) {
+CMPIString* PathToString(const CMPIObjectPath* op, CMPIStatus* rc) {
   const auto* path = Use<PathObject>(op, "CMPIObjectPath.toString");
   if (path == nullptr) {
     return Answer(rc, CMPI_RC_ERR_INVALID_HANDLE, static_cast<CMPIString*>(nullptr));
@@ -140,25 +141,25 @@ CMPIString* ToString(const CMPIObjectPath* op, CMPIStatus* rc) {
 
 CMPIObjectPathFT path_table = {
     CMPIVersion200,
-    Release,
-    Clone,
-    SetNameSpace,
-    GetNameSpace,
-    SetHostname,
-    GetHostname,
-    SetClassName,
-    GetClassName,
-    AddKey,
-    GetKey,
-    GetKeyAt,
-    GetKeyCount,
-    SetNameSpaceFromObjectPath,
-    SetHostAndNameSpaceFromObjectPath,
-    GetClassQualifier,
-    GetPropertyQualifier,
-    GetMethodQualifier,
-    GetParameterQualifier,
-    ToString,
+    Entry<Release>,
+    Entry<Clone>,
+    Entry<SetNameSpace>,
+    Entry<GetNameSpace>,
+    Entry<SetHostname>,
+    Entry<GetHostname>,
+    Entry<SetClassName>,
+    Entry<GetClassName>,
+    Entry<AddKey>,
+    Entry<GetKey>,
+    Entry<GetKeyAt>,
+    Entry<GetKeyCount>,
+    Entry<SetNameSpaceFromObjectPath>,
+    Entry<SetHostAndNameSpaceFromObjectPath>,
+    Entry<GetClassQualifier>,
+    Entry<GetPropertyQualifier>,
+    Entry<GetMethodQualifier>,
+    Entry<GetParameterQualifier>,
+    Entry<PathToString>,
 };
 
 }  // namespace broker

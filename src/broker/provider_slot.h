@@ -69,13 +69,21 @@ class ProviderSlot {
     }
     const std::lock_guard lock(mutex_);
     if (MI* record = record_.load()) return record;
-    maker_.store(std::this_thread::get_id());
+    const Making making(*this);
     MI* made = nullptr;
     *status = make(&made);
-    maker_.store(std::thread::id());
     record_.store(made);
     return made;
   }
+
+  // This thread makes the record, until the end or an exception.
+  struct Making {
+    explicit Making(ProviderSlot& in) : slot(in) { slot.maker_.store(std::this_thread::get_id()); }
+    ~Making() { slot.maker_.store(std::thread::id()); }
+    Making(const Making&) = delete;
+    Making& operator=(const Making&) = delete;
+    ProviderSlot& slot;
+  };
 
   std::recursive_mutex& mutex_;
   std::atomic<MI*> record_{nullptr};

@@ -1,5 +1,6 @@
 // CMPIResult.
 
+#include "broker/entry.h"
 #include "broker/error_object.h"
 #include "broker/guest.h"
 #include "broker/tables.h"
@@ -65,7 +66,9 @@ CMPIStatus ReturnError(const CMPIResult* rslt, const CMPIError* er) {
 
 }  // namespace
 
-CMPIResultFT result_table = {CMPIVersion200, Release,          Clone,      ReturnData,
-                             ReturnInstance, ReturnObjectPath, ReturnDone, ReturnError};
+CMPIResultFT result_table = {
+    CMPIVersion200,        Entry<Release>,          Entry<Clone>,      Entry<ReturnData>,
+    Entry<ReturnInstance>, Entry<ReturnObjectPath>, Entry<ReturnDone>, Entry<ReturnError>,
+};
 
 }  // namespace broker

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "broker/entry.h"
 #include "broker/guest.h"
 #include "broker/manager.h"
 #include "broker/tables.h"
@@ -280,8 +281,7 @@ CMPIContext* PrepareAttachThread(const CMPIBroker* mb, const CMPIContext* ctx) {
   Call* call = CallFor(mb, kFunction, nullptr);
   const auto* context = call != nullptr ? Use<ContextObject>(ctx, kFunction) : nullptr;
   if (context == nullptr) return nullptr;
-  ContextObject* copy = Copy(NewCloneRegion(context->state), *context);
-  copy->state.clone_root = true;
+  ContextObject* copy = NewClone(*context);
   copy->origin = call;
   return &copy->record;
 }
@@ -321,24 +321,24 @@ CMPIBrokerFT broker_services = {
     CMPI_MB_Class_2 | CMPI_MB_Supports_MemEnhancements | CMPI_MB_Supports_Extended_Error,
     CMPIVersion200,
     "ostrel in-process object manager",
-    PrepareAttachThread,
-    AttachThread,
-    DetachThread,
-    DeliverIndication,
-    EnumerateInstanceNames,
-    GetInstance,
-    CreateInstance,
-    ModifyInstance,
-    DeleteInstance,
-    ExecQuery,
-    EnumerateInstances,
-    Associators,
-    AssociatorNames,
-    References,
-    ReferenceNames,
-    InvokeMethod,
-    SetProperty,
-    GetProperty,
+    Entry<PrepareAttachThread>,
+    Entry<AttachThread>,
+    Entry<DetachThread>,
+    Entry<DeliverIndication>,
+    Entry<EnumerateInstanceNames>,
+    Entry<GetInstance>,
+    Entry<CreateInstance>,
+    Entry<ModifyInstance>,
+    Entry<DeleteInstance>,
+    Entry<ExecQuery>,
+    Entry<EnumerateInstances>,
+    Entry<Associators>,
+    Entry<AssociatorNames>,
+    Entry<References>,
+    Entry<ReferenceNames>,
+    Entry<InvokeMethod>,
+    Entry<SetProperty>,
+    Entry<GetProperty>,
 };
 
 }  // namespace broker

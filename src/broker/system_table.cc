@@ -7,6 +7,7 @@
 #include <ctime>
 #include <memory>
 
+#include "broker/entry.h"
 #include "broker/tables.h"
 
 namespace broker {
@@ -97,10 +98,10 @@ int SignalCondition(void* cond) { return pthread_cond_signal(static_cast<pthread
 }  // namespace
 
 CMPIBrokerExtFT broker_system = {
-    CMPIVersion200,    ResolveFileName,   NewThread,        JoinThread,      ExitThread,
-    CancelThread,      ThreadSleep,       ThreadOnce,       CreateThreadKey, DestroyThreadKey,
-    GetThreadSpecific, SetThreadSpecific, NewMutex,         DestroyMutex,    LockMutex,
-    UnlockMutex,       NewCondition,      DestroyCondition, CondWait,        TimedCondWait,
+    CMPIVersion200,    ResolveFileName,     NewThread,        JoinThread,      ExitThread,
+    CancelThread,      ThreadSleep,         ThreadOnce,       CreateThreadKey, DestroyThreadKey,
+    GetThreadSpecific, SetThreadSpecific,   Entry<NewMutex>,  DestroyMutex,    LockMutex,
+    UnlockMutex,       Entry<NewCondition>, DestroyCondition, CondWait,        TimedCondWait,
     SignalCondition,
 };
 

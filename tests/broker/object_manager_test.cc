@@ -75,6 +75,18 @@ TEST(ObjectManager, AnswersForClassesWithoutProvider) {
   EXPECT_EQ(manager->ReferenceNames("Guest_Plain", {}, {}, found).code, CMPI_RC_ERR_NOT_SUPPORTED);
 }
 
+TEST(ObjectManager, HandsOutProviderRecordsWithAStatusOrWithout) {
+  const auto manager = ManagerWith({"Guest_Plain"});
+  Status status;
+  CMPIInstanceMI* record = manager->InstanceProvider("Guest_Plain", &status);
+  ASSERT_NE(record, nullptr);
+  EXPECT_EQ(manager->InstanceProvider("Guest_Plain", nullptr), record);
+  EXPECT_EQ(manager->InstanceProvider("Ostrel_PCIDevice", nullptr), nullptr);
+  EXPECT_EQ(manager->AssociationProvider("Guest_Plain", nullptr), nullptr);
+  EXPECT_EQ(manager->AssociationProvider("Guest_Plain", &status), nullptr);
+  EXPECT_EQ(status.code, CMPI_RC_ERR_NOT_SUPPORTED);
+}
+
 TEST(ObjectManager, CarriesInstancesAndQueriesIn) {
   const auto manager = ManagerWith({"Guest_Plain"});
   const ObjectPath path = manager->ClassPath("Guest_Plain");
