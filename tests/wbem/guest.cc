@@ -1,6 +1,7 @@
 #include "wbem/guest.h"
 
 #include <cstring>
+#include <mutex>
 #include <string_view>
 
 namespace guest {
@@ -8,15 +9,24 @@ namespace guest {
 namespace {
 
 const CMPIBroker* broker_record = nullptr;
-Behaviour behaviour;
+
+std::mutex behaviour_mutex;
+std::shared_ptr<const Behaviour> behaviour = std::make_shared<Behaviour>();
+
+// What the class does during one request: a client has no other bond with the threads of the
+// server.
+std::shared_ptr<const Behaviour> Now() {
+  const std::scoped_lock lock(behaviour_mutex);
+  return behaviour;
+}
 
 const CMPIValue* Chars(const std::string& text) {
   return reinterpret_cast<const CMPIValue*>(text.c_str());
 }
 
-CMPIStatus End(const CMPIResult* result) {
+CMPIStatus End(const Behaviour& now, const CMPIResult* result) {
   result->ft->returnDone(result);
-  return {behaviour.status, nullptr};
+  return {now.status, nullptr};
 }
 
 CMPIObjectPath* NewPath(int number) {
@@ -28,8 +38,8 @@ CMPIObjectPath* NewPath(int number) {
 
 // Returns the element in the form that `return_it` gives it, in memory of its own.
 template <class ReturnIt>
-CMPIStatus ForElement(int number, ReturnIt return_it) {
-  if (behaviour.on_element) behaviour.on_element(number);
+CMPIStatus ForElement(const Behaviour& now, int number, ReturnIt return_it) {
+  if (now.on_element) now.on_element(number);
   CMPIStatus rc{CMPI_RC_OK, nullptr};
   const CMPIGcStat* mark = broker_record->eft != nullptr && broker_record->mft != nullptr
                                ? broker_record->mft->mark(broker_record, &rc)
@@ -39,9 +49,10 @@ CMPIStatus ForElement(int number, ReturnIt return_it) {
   return status;
 }
 
-CMPIStatus ReturnInstance(const CMPIResult* result, CMPIObjectPath* path, int number) {
+CMPIStatus ReturnInstance(const Behaviour& now, const CMPIResult* result, CMPIObjectPath* path,
+                          int number) {
   CMPIInstance* instance = broker_record->eft->newInstance(broker_record, path, nullptr);
-  instance->ft->setProperty(instance, "ElementName", Chars(behaviour.element_name), CMPI_chars);
+  instance->ft->setProperty(instance, "ElementName", Chars(now.element_name), CMPI_chars);
   CMPIValue bus;
   bus.uint8 = static_cast<CMPIUint8>(number);
   instance->ft->setProperty(instance, "BusNumber", &bus, CMPI_uint8);
@@ -54,34 +65,37 @@ CMPIStatus Cleanup(CMPIInstanceMI* /*mi*/, const CMPIContext* /*context*/, CMPIB
 
 CMPIStatus EnumerateInstanceNames(CMPIInstanceMI* /*mi*/, const CMPIContext* /*context*/,
                                   const CMPIResult* result, const CMPIObjectPath* /*path*/) {
-  for (int i = 0; i < behaviour.instances; ++i) {
+  const auto now = Now();
+  for (int i = 0; i < now->instances; ++i) {
     const auto status = ForElement(
-        i, [&](CMPIObjectPath* path) { return result->ft->returnObjectPath(result, path); });
+        *now, i, [&](CMPIObjectPath* path) { return result->ft->returnObjectPath(result, path); });
     if (status.rc != CMPI_RC_OK) return status;
   }
-  return End(result);
+  return End(*now, result);
 }
 
 CMPIStatus EnumerateInstances(CMPIInstanceMI* /*mi*/, const CMPIContext* /*context*/,
                               const CMPIResult* result, const CMPIObjectPath* /*path*/,
                               const char** /*properties*/) {
-  for (int i = 0; i < behaviour.instances; ++i) {
-    const auto status =
-        ForElement(i, [&](CMPIObjectPath* path) { return ReturnInstance(result, path, i); });
+  const auto now = Now();
+  for (int i = 0; i < now->instances; ++i) {
+    const auto status = ForElement(
+        *now, i, [&](CMPIObjectPath* path) { return ReturnInstance(*now, result, path, i); });
     if (status.rc != CMPI_RC_OK) return status;
   }
-  return End(result);
+  return End(*now, result);
 }
 
 CMPIStatus GetInstance(CMPIInstanceMI* /*mi*/, const CMPIContext* /*context*/,
                        const CMPIResult* result, const CMPIObjectPath* path,
                        const char** /*properties*/) {
+  const auto now = Now();
   const CMPIData key = path->ft->getKey(path, "InstanceID", nullptr);
   const std::string_view wanted = key.value.string->ft->getCharPtr(key.value.string, nullptr);
-  for (int i = 0; i < behaviour.instances; ++i) {
+  for (int i = 0; i < now->instances; ++i) {
     if (wanted == "group-" + std::to_string(i)) {
-      ReturnInstance(result, NewPath(i), i);
-      return End(result);
+      ReturnInstance(*now, result, NewPath(i), i);
+      return End(*now, result);
     }
   }
   return {CMPI_RC_ERR_NOT_FOUND, nullptr};
@@ -107,7 +121,10 @@ CMPIInstanceMI* Create(const CMPIBroker* broker, const CMPIContext* /*context*/,
 
 }  // namespace
 
-void Behave(const Behaviour& wanted) { behaviour = wanted; }
+void Behave(const Behaviour& wanted) {
+  const std::scoped_lock lock(behaviour_mutex);
+  behaviour = std::make_shared<Behaviour>(wanted);
+}
 
 std::shared_ptr<const broker::ProviderLibrary> Library() {
   return broker::ProviderLibrary::FromResolver([](const char* symbol) {

@@ -1,7 +1,5 @@
 // A provider library within the test program: one class, Ostrel_PCIPortGroup, whose instances are
 // named "group-0", "group-1" and so on, as many as a test says, and which fails as it says.
-//
-// Thread rule: set the knobs while no request runs.
 
 #ifndef WBEM_GUEST_H_
 #define WBEM_GUEST_H_
@@ -25,7 +23,7 @@ struct Behaviour {
   std::function<void(int)> on_element;  // called before the element of that number is returned
 };
 
-// What the class does from now on.
+// What the class does from the next request on.
 void Behave(const Behaviour& wanted);
 
 std::shared_ptr<const broker::ProviderLibrary> Library();
