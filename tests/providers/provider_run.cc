@@ -95,8 +95,7 @@ class Recorder : public broker::ResultSink {
 broker::Status Run(broker::ObjectManager& manager, const naive::Request& request,
                    broker::ResultSink& sink) {
   const std::string& provider = request.class_name;
-  broker::AssociationFilter filter;
-  filter.result_class = request.result_class;
+  const broker::AssociationFilter& filter = request.filter;
   switch (request.operation) {
     case naive::Operation::kEnumInstanceNames:
       return manager.EnumerateInstanceNames(provider, request.path, sink);

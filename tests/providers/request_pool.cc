@@ -235,6 +235,7 @@ Request RequestPool::Draw() {
   constexpr const char* kResultClasses[] = {"Ostrel_PCIPort",   "Ostrel_PCIDevice",
                                             "oSTREL_pciPORT",   "OSTREL_PCIDEVICE",
                                             "Ostrel_PCIBridge", ""};
+  constexpr const char* kRoles[] = {"Antecedent", "Dependent", "member", "NoSuchRole", ""};
   const bool association = dice_.OneIn(2);
   const std::string class_name =
       kProviderClasses[association
@@ -244,7 +245,10 @@ Request RequestPool::Draw() {
   if (association) {
     const Operation operation = dice_.OneOf(kAssociationOperations);
     request = Make(class_name, operation, Mutated(DrawSource()));
-    if (dice_.OneIn(3)) request.result_class = dice_.OneOf(kResultClasses);
+    if (dice_.OneIn(3)) request.filter.result_class = dice_.OneOf(kResultClasses);
+    if (dice_.OneIn(8)) request.filter.assoc_class = dice_.OneOf(kProviderClasses);
+    if (dice_.OneIn(8)) request.filter.role = dice_.OneOf(kRoles);
+    if (dice_.OneIn(8)) request.filter.result_role = dice_.OneOf(kRoles);
   } else {
     const Operation operation = dice_.OneIn(4) ? dice_.OneOf(kInstanceOperations)  //
                                                : Operation::kGetInstance;

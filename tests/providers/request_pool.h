@@ -20,7 +20,7 @@ class RequestPool {
 
   // Any operation of any class. Sources are known and unknown names, of all classes, with keys
   // empty, null, missing or of a wrong type, names of classes and keys in other letter case, in any
-  // order, with and without namespaces; property lists null, empty and some; result classes.
+  // order, with and without namespaces; property lists null, empty and some; filters.
   naive::Request Draw();
 
   // Every operation of every class with the sources of each kind that the host has, complete and

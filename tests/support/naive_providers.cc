@@ -163,15 +163,13 @@ void Providers::StartAnew() {
 
 Answer Providers::Ask(const Request& request) {
   answer_ = {};
-  std::size_t logged = topology().log.size();
   if (!topology().built) {
     if (!fresh_) StartAnew();
     fresh_ = false;
-    logged = 0;
     model_.Build();
     if (!topology().built) {
       answer_.code = CMPI_RC_ERR_FAILED;  // the factory was left by an exception
-      answer_.log = topology().log;
+      answer_.log = model_.TakeLog();
       return answer_;
     }
   }
@@ -187,8 +185,7 @@ Answer Providers::Ask(const Request& request) {
                           ? "unknown exception in the provider"
                           : failure.text;
   }
-  const std::vector<LogLine>& log = topology().log;
-  answer_.log.assign(log.begin() + static_cast<std::ptrdiff_t>(logged), log.end());
+  answer_.log = model_.TakeLog();
   return answer_;
 }
 
@@ -832,7 +829,7 @@ void Providers::ReturnSystemOfObjectManager() {
 }
 
 void Providers::SystemDeviceAssociators(const Request& request) {
-  const std::string result_class = request.result_class.value_or("");
+  const std::string result_class = request.filter.result_class.value_or("");
   if (IsA(request.path, kPort) || IsA(request.path, kDevice)) {
     ReturnSystemOfObjectManager();
   } else if (IsA(request.path, kSystemClass)) {
@@ -851,7 +848,7 @@ void Providers::SystemDeviceAssociators(const Request& request) {
 }
 
 void Providers::SystemDeviceAssociatorNames(const Request& request) {
-  const std::string result_class = request.result_class.value_or("");
+  const std::string result_class = request.filter.result_class.value_or("");
   if (IsA(request.path, kPort) || IsA(request.path, kDevice)) {
     ReturnPath(SystemPath());
   } else if (IsA(request.path, kSystemClass)) {
@@ -1556,7 +1553,7 @@ std::vector<std::string> Describe(const Answer& answer) {
 std::string Describe(const Request& request) {
   std::string text = request.class_name + " " + NameOf(request.operation) + " ";
   text += broker::ToWbemUri(request.path);
-  if (request.result_class) text += ", result class " + *request.result_class;
+  if (request.filter.result_class) text += ", result class " + *request.filter.result_class;
   if (request.properties) {
     text += ", properties {";
     for (const std::string& property : *request.properties) text += " " + property;

@@ -40,8 +40,8 @@ struct Request {
   std::string class_name;  // of the provider: "Ostrel_PCIPort"
   Operation operation = Operation::kEnumInstanceNames;
   broker::ObjectPath path;
-  broker::PropertyList properties;          // where the operation takes them
-  std::optional<std::string> result_class;  // of an association operation
+  broker::PropertyList properties;   // where the operation takes them
+  broker::AssociationFilter filter;  // of an association operation; only its result class counts
 };
 
 struct Done {
@@ -80,7 +80,7 @@ class Providers {
   // left by an exception; the answer's log has the build's lines then.
   Answer Ask(const Request& request);
 
-  // What the last build left behind. The calls are those since it started.
+  // What the last build left behind, without its log. The calls are those since it started.
   const Topology& topology() const { return model_.topology(); }
 
  private:

@@ -15,6 +15,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/fake_host.h"
@@ -99,8 +100,9 @@ class Model {
   std::optional<Position> FindConnectedPort(const std::string& name);
   std::string PortOfDevice(const std::string& name);
 
-  // Lines written since the build started.
+  // The lines written since the build started or they were last taken.
   const std::vector<LogLine>& log() const { return topology_.log; }
+  std::vector<LogLine> TakeLog() { return std::exchange(topology_.log, {}); }
 
   // What a host operation of the model throws when it fails.
   struct Failure {
