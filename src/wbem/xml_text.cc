@@ -63,7 +63,7 @@ constexpr std::string_view Escape(char c) {
 // By byte: ASCII that is written as it is. Most text is nothing else.
 constexpr std::array<bool, 256> kPlain = [] {
   std::array<bool, 256> plain{};
-  for (char c = ' '; c <= '~'; ++c) plain[static_cast<std::size_t>(c)] = Escape(c).empty();
+  for (unsigned char c = ' '; c <= '~'; ++c) plain[c] = Escape(static_cast<char>(c)).empty();
   return plain;
 }();
 
@@ -86,7 +86,7 @@ bool IsXmlText(std::string_view text) {
 
 void AppendEscaped(std::string& out, std::string_view text) {
   while (!text.empty()) {
-    const auto plain = std::find_if_not(text.begin(), text.end(), IsPlain);
+    const auto* const plain = std::find_if_not(text.begin(), text.end(), IsPlain);
     out.append(text.begin(), plain);
     text.remove_prefix(static_cast<std::size_t>(plain - text.begin()));
     if (text.empty()) return;
