@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "cache/controlled_by.h"
+#include "cache/known_names.h"
 #include "cache/topology_cache.h"
 
 struct TopologyCache {
@@ -25,23 +26,18 @@ struct TopologyCache {
   std::string system_name;
 
   DeviceVector devices;
-  std::unordered_map<std::string, std::size_t> device_index;  // name to position, first wins
-
   PortVector ports;
-  std::unordered_map<std::string, std::size_t> port_index;  // port name to position, first wins
+  std::vector<ControlledByRecord> controlled_by;
+  KnownNames names;  // positions in these three
+
   std::set<std::string> port_names;
   std::vector<std::uint8_t> bus_numbers;
-
   std::unordered_map<std::uint8_t, std::vector<const HostCtl::Hardware::PciDevice*>> bus_members;
-  std::unordered_map<std::string, const PortEntry*> device_ports;  // device name, last wins
+
   PortPointers switches;
   PortPointers bridges;
   PortsByName bridge_ports;
   PortsByName switch_ports;
-
-  std::vector<ControlledByRecord> controlled_by;
-  std::unordered_map<std::string, const ControlledByRecord*> cbPortMap;  // port name, last wins
-  std::unordered_map<std::string, const ControlledByRecord*> cbDevMap;   // device name, last wins
 };
 
 // The one cache of the process (of this copy of the library).

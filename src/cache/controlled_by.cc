@@ -2,6 +2,8 @@
 
 #include <syslog.h>
 
+#include <utility>
+
 #include "cache/cache_state.h"
 #include "cache/classification.h"
 
@@ -16,20 +18,19 @@ const PortPointers& FindPortList(const PortsByName& map, const std::string& name
   return found == map.end() ? empty_port_list : found->second;
 }
 
-template <typename Map>
-auto FindPointer(const Map& map, const std::string& name) -> typename Map::mapped_type {
-  const auto found = map.find(name);
-  return found == map.end() ? nullptr : found->second;
+const ControlledByRecord* FindRecord(const std::string& name, std::uint32_t NameFacts::*fact) {
+  const std::uint32_t position = ProcessCache().names.Find(name, fact);
+  return position == NameFacts::kUnknown ? nullptr : &ProcessCache().controlled_by[position];
 }
 
-// All ports hosted by the named device, in port order.
-PortPointers CollectHostedPorts(const std::string& name) {
-  PortPointers hosted;
-  hosted.reserve(GetPortsCache().size());
-  for (const PortEntry& entry : GetPortsCache()) {
-    if (entry.parentName == name) hosted.push_back(&entry);
-  }
-  return hosted;
+const PortEntry& FindPort(const std::string& name, std::uint32_t NameFacts::*fact) {
+  const std::uint32_t position = ProcessCache().names.Find(name, fact);
+  return position == NameFacts::kUnknown ? NullPortEntry() : ProcessCache().ports[position];
+}
+
+// Makes `position` the fact; answers whether nothing was known before.
+bool Learn(std::uint32_t& fact, std::size_t position) {
+  return std::exchange(fact, static_cast<std::uint32_t>(position)) == NameFacts::kUnknown;
 }
 
 }  // namespace
@@ -44,14 +45,19 @@ void CacheControlledBy() {
     }
     cache.controlled_by.push_back({entry.device, SetClassName(entry.device), &entry});
   }
-  for (const ControlledByRecord& record : cache.controlled_by) {
-    cache.cbPortMap[record.entry->portName] = &record;
+  const std::vector<ControlledByRecord>& records = cache.controlled_by;
+  KnownNames::Walk ports(cache.names);
+  int port_names = 0;
+  for (std::size_t position = 0; position < records.size(); ++position) {
+    if (Learn(ports[records[position].entry->portName].port_record, position)) ++port_names;
   }
-  for (const ControlledByRecord& record : cache.controlled_by) {
-    cache.cbDevMap[record.device->GetName()] = &record;
+  KnownNames::Walk devices(cache.names);
+  int device_names = 0;
+  for (std::size_t position = 0; position < records.size(); ++position) {
+    const std::string name = records[position].device->GetName();
+    if (Learn(devices[name].device_record, position)) ++device_names;
   }
-  syslog(LOG_DEBUG, "PCI CB cache idx: cbPortMap=%d cbDevMap=%d",
-         static_cast<int>(cache.cbPortMap.size()), static_cast<int>(cache.cbDevMap.size()));
+  syslog(LOG_DEBUG, "PCI CB cache idx: cbPortMap=%d cbDevMap=%d", port_names, device_names);
 }
 
 const std::vector<ControlledByRecord>& GetControlledByCache() {
@@ -59,11 +65,11 @@ const std::vector<ControlledByRecord>& GetControlledByCache() {
 }
 
 const ControlledByRecord* LookupControlledByPort(const std::string& portName) {
-  return FindPointer(ProcessCache().cbPortMap, portName);
+  return FindRecord(portName, &NameFacts::port_record);
 }
 
 const ControlledByRecord* LookupControlledByDevice(const std::string& deviceName) {
-  return FindPointer(ProcessCache().cbDevMap, deviceName);
+  return FindRecord(deviceName, &NameFacts::device_record);
 }
 
 void AddToMap(const std::string& key, const PortEntry& entry, PortsByName& map) {
@@ -71,16 +77,17 @@ void AddToMap(const std::string& key, const PortEntry& entry, PortsByName& map) 
 }
 
 const PortEntry& FindConnectedPort(const std::string& name) {
-  const PortPointers hosted = CollectHostedPorts(name);
-  if (hosted.empty()) return NullPortEntry();
+  const NameFacts* facts = ProcessCache().names.Find(name);
+  if (facts == nullptr || facts->hosted_port == NameFacts::kUnknown) return NullPortEntry();
+  const PortVector& ports = GetPortsCache();
+  const PortEntry& lowest = ports[facts->connected_port];
+  syslog(LOG_DEBUG, "FindConnectedPort looking for lowest busid %u", ports[facts->hosted_port].bus);
+  syslog(LOG_DEBUG, "FindConnectedPort returning bus %u", lowest.bus);
+  return lowest;
+}
 
-  const PortEntry* lowest = hosted.front();
-  syslog(LOG_DEBUG, "FindConnectedPort looking for lowest busid %u", lowest->bus);
-  for (const PortEntry* entry : hosted) {
-    if (entry->bus < lowest->bus) lowest = entry;
-  }
-  syslog(LOG_DEBUG, "FindConnectedPort returning bus %u", lowest->bus);
-  return *lowest;
+const PortEntry& FindHostedPort(const std::string& name) {
+  return FindPort(name, &NameFacts::hosted_port);
 }
 
 bool FindPortsInGroup(std::uint8_t bus, std::vector<const PciDevice*>& out) {
@@ -100,6 +107,5 @@ const PortPointers& LookupSwitchPorts(const std::string& name) {
 }
 
 const PortEntry& LookupPortByDeviceEntry(const std::string& deviceName) {
-  const PortEntry* entry = FindPointer(ProcessCache().device_ports, deviceName);
-  return entry == nullptr ? NullPortEntry() : *entry;
+  return FindPort(deviceName, &NameFacts::device_port);
 }

@@ -38,8 +38,11 @@ const ControlledByRecord* LookupControlledByDevice(const std::string& deviceName
 void AddToMap(const std::string& key, const PortEntry& entry, PortsByName& map);
 
 // The port that connects a device upwards: of all ports hosted by `name` (parentName), the first on
-// the lowest bus; else the null port entry. Linear in the number of ports.
+// the lowest bus; else the null port entry.
 const PortEntry& FindConnectedPort(const std::string& name);
+
+// The first of all ports hosted by `name`, or the null port entry.
+const PortEntry& FindHostedPort(const std::string& name);
 
 // Copies the devices of every port on a bus, one per port in port order, into `out`. False, and
 // `out` untouched, when the bus has no port.

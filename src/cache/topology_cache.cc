@@ -4,8 +4,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <bitset>
 #include <cctype>
-#include <iterator>
 
 #include "cache/cache_state.h"
 #include "cache/classification.h"
@@ -17,89 +17,151 @@ namespace {
 TopologyCache process_cache;      // NOLINT(cert-err58-cpp): default construction, nothing to throw
 const PortEntry null_port_entry;  // NOLINT(cert-err58-cpp): the same
 
-// Names of the devices that are hosts of ports other than their own; needed by the build alone.
-struct HostNames {
-  std::set<std::string> bridges;
-  std::set<std::string> switches;
-};
+// What a device is to the ports of others; needed by the build alone.
+enum class HostKind : std::uint8_t { kNone, kBridge, kSwitch };
+
+// By position in the device list. A device whose name an earlier one has stays kNone.
+using HostKinds = std::vector<HostKind>;
 
 // Administrators raise the progress lines of the build by creating this file.
 int ProgressPriority() { return access("/tmp/dump_pci", R_OK) == 0 ? LOG_CRIT : LOG_DEBUG; }
 
-void IndexDevices(TopologyCache& cache, HostNames& hosts, int progress) {
+// Makes `position` the fact unless one is known; answers whether none was.
+bool LearnFirst(std::uint32_t& fact, std::size_t position) {
+  if (fact != NameFacts::kUnknown) return false;
+  fact = static_cast<std::uint32_t>(position);
+  return true;
+}
+
+HostKinds IndexDevices(TopologyCache& cache, int progress) {
+  HostKinds kinds(cache.devices.size(), HostKind::kNone);
+  cache.names.Reserve(cache.devices.size());
   for (std::size_t position = 0; position < cache.devices.size(); ++position) {
     const PciDevice* device = cache.devices[position].get();
     const std::string name = device->GetName();
-    if (!cache.device_index.try_emplace(name, position).second) {
+    if (!LearnFirst(cache.names[name].device, position)) {
       syslog(LOG_ERR, "duplicate name found '%s' skipped", name.c_str());
       continue;
     }
     if (IsBridge(device)) {
-      hosts.bridges.insert(name);
+      kinds[position] = HostKind::kBridge;
       syslog(progress, " *** Bridge: %s", name.c_str());
     } else if (IsUpstreamPortOnSwitch(device)) {
-      hosts.switches.insert(name);
+      kinds[position] = HostKind::kSwitch;
       syslog(progress, " *** Switch: %s", name.c_str());
     }
   }
+  return kinds;
 }
 
 void IndexPorts(TopologyCache& cache) {
-  std::set<std::uint8_t> buses;
+  std::bitset<256> buses;
+  cache.names.Reserve(cache.devices.size() + cache.ports.size());
   for (std::size_t position = 0; position < cache.ports.size(); ++position) {
     const PortEntry& entry = cache.ports[position];
-    if (!cache.port_index.try_emplace(entry.portName, position).second) {
+    if (!LearnFirst(cache.names[entry.portName].port, position)) {
       // The missing quote and the semicolon are part of the text that log readers know.
       syslog(LOG_ERR, "duplicate port name found '%s; skipped", entry.portName.c_str());
       continue;
     }
-    cache.port_names.insert(entry.portName);
-    buses.insert(entry.bus);
+    // Hosts mostly report in the order of names: then each belongs at the end.
+    cache.port_names.insert(cache.port_names.end(), entry.portName);
+    buses.set(entry.bus);
   }
-  cache.bus_numbers.reserve(buses.size());
-  std::copy(buses.begin(), buses.end(), std::back_inserter(cache.bus_numbers));
+  cache.bus_numbers.reserve(buses.count());
+  for (std::size_t bus = 0; bus < buses.size(); ++bus) {
+    if (buses[bus]) cache.bus_numbers.push_back(static_cast<std::uint8_t>(bus));
+  }
+}
+
+// Makes every port known by the device that hosts it.
+void IndexHostedPorts(TopologyCache& cache) {
+  KnownNames::Walk hosts(cache.names);
+  for (std::size_t position = 0; position < cache.ports.size(); ++position) {
+    const PortEntry& entry = cache.ports[position];
+    NameFacts& host = hosts[entry.parentName];
+    const bool lower =
+        LearnFirst(host.hosted_port, position) || entry.bus < cache.ports[host.connected_port].bus;
+    if (lower) host.connected_port = static_cast<std::uint32_t>(position);
+  }
+}
+
+HostKind KindOf(const NameFacts* facts, const HostKinds& kinds) {
+  const bool is_device = facts != nullptr && facts->device != NameFacts::kUnknown;
+  return is_device ? kinds[facts->device] : HostKind::kNone;
+}
+
+// Room for the ports of all devices: a bridge has two.
+void ReservePorts(TopologyCache& cache, const HostKinds& kinds) {
+  constexpr std::size_t kSpareEntries = 20;
+  const auto bridges = std::count(kinds.begin(), kinds.end(), HostKind::kBridge);
+  cache.ports.reserve(kinds.size() + static_cast<std::size_t>(bridges) + kSpareEntries);
 }
 
 // Sorts one port into the lists of switches, bridges and hosted ports. A bridge's own secondary
 // port goes into none of them, and an ordinary endpoint, hosted by itself, always ends as "not
 // loaded": both intended.
-void FilePort(TopologyCache& cache, const HostNames& hosts, const PortEntry& entry, int progress) {
+void FilePort(TopologyCache& cache, const HostKinds& kinds, const PortEntry& entry,
+              const NameFacts& device, int progress) {
   const char* port = entry.portName.c_str();
-  if (hosts.switches.contains(entry.deviceName)) {
+  const HostKind own = KindOf(&device, kinds);
+  if (own == HostKind::kSwitch) {
     cache.switches.push_back(&entry);
     syslog(progress, "loaded switch %s", port);
-  } else if (hosts.bridges.contains(entry.deviceName)) {
+    return;
+  }
+  if (own == HostKind::kBridge) {
     if (entry.portName.rfind(kPrimarySuffix) == std::string::npos) return;
     cache.bridges.push_back(&entry);
     syslog(progress, "loaded bridge %s", port);
-  } else if (hosts.bridges.contains(entry.parentName)) {
-    AddToMap(entry.parentName, entry, cache.bridge_ports);
-    syslog(progress, "loaded bridge port %s", port);
-  } else if (hosts.switches.contains(entry.parentName)) {
-    AddToMap(entry.parentName, entry, cache.switch_ports);
-    syslog(progress, "loaded switch port %s", port);
-  } else {
-    syslog(progress, "not loaded port %s parent %s", port, entry.parentName.c_str());
+    return;
+  }
+  const bool hosts_itself = entry.parentName == entry.deviceName;
+  switch (hosts_itself ? own : KindOf(cache.names.Find(entry.parentName), kinds)) {
+    case HostKind::kBridge:
+      AddToMap(entry.parentName, entry, cache.bridge_ports);
+      return syslog(progress, "loaded bridge port %s", port);
+    case HostKind::kSwitch:
+      AddToMap(entry.parentName, entry, cache.switch_ports);
+      return syslog(progress, "loaded switch port %s", port);
+    case HostKind::kNone:
+      return syslog(progress, "not loaded port %s parent %s", port, entry.parentName.c_str());
   }
 }
 
-// The part of the build that may fail half way; what it has filled by then stays.
+// What may fail half way; what it has filled by then stays.
 void BuildTopology(TopologyCache& cache, int progress) {
-  HostNames hosts;
   HostCtl::HostFactory::GetHost();
   const std::unique_ptr<HostCtl::PciInfo> pci_info = HostCtl::Host::GetHardwareInfo()->GetPciInfo();
   cache.devices = pci_info->GetPciDevices();
 
-  IndexDevices(cache, hosts, progress);
+  const HostKinds kinds = IndexDevices(cache, progress);
+  ReservePorts(cache, kinds);
   BuildPortDefs(cache.ports);
   cache.switches.reserve(cache.ports.size() / 2);
   IndexPorts(cache);
-  for (const PortEntry& entry : cache.ports) {
+  KnownNames::Walk devices(cache.names);
+  for (std::uint32_t position = 0; position < cache.ports.size(); ++position) {
+    const PortEntry& entry = cache.ports[position];
     cache.bus_members[entry.bus].push_back(entry.device);
-    cache.device_ports[entry.deviceName] = &entry;
-    FilePort(cache, hosts, entry, progress);
+    NameFacts& device = devices[entry.deviceName];
+    device.device_port = position;
+    FilePort(cache, kinds, entry, device, progress);
   }
   CacheControlledBy();
+}
+
+// Runs a step of the build; a failure is logged and keeps what the step has filled by then.
+template <typename Step>
+void Absorb(Step step) {
+  try {
+    step();
+  } catch (const HostCtl::Lib::HostCtlException& error) {
+    syslog(LOG_ERR, "PCI information caught exception, reporting may be incomplete, error %s",
+           error.message.c_str());
+  } catch (...) {
+    syslog(LOG_ERR, "Unexpected exception from PCI initialization, reporting may be incomplete.");
+  }
 }
 
 }  // namespace
@@ -124,14 +186,8 @@ void GetPCIData() {
   syslog(progress, "GetPCIData started to analyze and cache HKI PCI data");
   PCICacheSystemName();  // a failure here is not absorbed: without a name there are no paths
   TopologyCache& cache = process_cache;
-  try {
-    BuildTopology(cache, progress);
-  } catch (const HostCtl::Lib::HostCtlException& error) {
-    syslog(LOG_ERR, "PCI information caught exception, reporting may be incomplete, error %s",
-           error.message.c_str());
-  } catch (...) {
-    syslog(LOG_ERR, "Unexpected exception from PCI initialization, reporting may be incomplete.");
-  }
+  Absorb([&] { BuildTopology(cache, progress); });
+  Absorb([&] { IndexHostedPorts(cache); });  // of as many ports as there are
   syslog(progress, "*** GetPCIData loaded, %lu switches, %lu bridges busNumbers %lu",
          cache.switches.size(), cache.bridges.size(), cache.bus_numbers.size());
 }
@@ -148,9 +204,9 @@ const std::vector<std::uint8_t>& GetBusNumbers() { return process_cache.bus_numb
 const std::set<std::string>& GetPortNames() { return process_cache.port_names; }
 
 bool LookupDevice(const std::string& name, DeviceIndexEntry& out) {
-  const auto found = process_cache.device_index.find(name);
-  if (found == process_cache.device_index.end()) return false;
-  out = {found->first, found->second};
+  const std::uint32_t position = process_cache.names.Find(name, &NameFacts::device);
+  if (position == NameFacts::kUnknown) return false;
+  out = {name, position};
   return true;
 }
 
@@ -167,7 +223,6 @@ bool LookupPort(const std::string& portName, const PciDevice*& out) {
 }
 
 const PortEntry& LookupPortEntry(const std::string& portName) {
-  const auto found = process_cache.port_index.find(portName);
-  return found == process_cache.port_index.end() ? null_port_entry
-                                                 : process_cache.ports[found->second];
+  const std::uint32_t position = process_cache.names.Find(portName, &NameFacts::port);
+  return position == NameFacts::kUnknown ? null_port_entry : process_cache.ports[position];
 }

@@ -82,11 +82,8 @@ TEST_F(PciControlledByTest, NamesTheControllerByItsClassInEveryKey) {
 
 TEST_F(PciControlledByTest, LeavesPortsWithoutADashOutAndTakesTheirNamesForDevices) {
   Use(fake::Host().Add(fake::Endpoint("e")).Add(fake::Endpoint("f")));
-  TopologyCache& cache = ProcessCache();
-  cache.ports.front().portName = "plain";
-  cache.controlled_by.clear();
-  cache.cbPortMap.clear();
-  cache.cbDevMap.clear();
+  ProcessCache().ports.front().portName = "plain";
+  DropControlledBy();
   CacheControlledBy();
   EXPECT_THAT(log.Texts(LOG_ERR), ElementsAre("PortEntry name not right skipping plain"));
   EXPECT_EQ(EnumNames("PCIControlledBy"), "PCIControlledBy(PCIDevice f, PCIPort f-ep), done, OK");
@@ -133,7 +130,7 @@ TEST_F(PciControlledByTest, DoesNotFindAPortWhoseHostHasNone) {
 
 TEST_F(PciControlledByTest, DoesNotFindAPortWhoseHostsPortIsNotIndexed) {
   Use(MixedHost());
-  ProcessCache().port_index.erase("U-up");
+  ProcessCache().names["U-up"].port = NameFacts::kUnknown;
   EXPECT_EQ(GetControlled("D1-ep"), "NOT_FOUND");
   EXPECT_EQ(log.Lines().back(),
             (LogLine{LOG_DEBUG, "PCIControlledBy gi FAILED LookupPortEntry(parentID) = U-up"}));
@@ -141,7 +138,7 @@ TEST_F(PciControlledByTest, DoesNotFindAPortWhoseHostsPortIsNotIndexed) {
 
 TEST_F(PciControlledByTest, DoesNotFindAPortWhoseHostsPortHasNoName) {
   Use(HostlessPort());
-  ProcessCache().port_index[""] = 0;
+  ProcessCache().names[""].port = 0;
   EXPECT_EQ(GetControlled("D-ep"), "NOT_FOUND");
   EXPECT_EQ(log.Lines().back(), (LogLine{LOG_DEBUG, "PCIControlledBy gi item D-ep not found"}));
 }
@@ -301,7 +298,7 @@ TEST_F(PciControlledByTest, AssociatesABridgeWithThePeersOfItsPortsToo) {
 
 TEST_F(PciControlledByTest, AssociatesASwitchWithThePortsFiledUnderItButNotTheirPeers) {
   Use(MixedHost());
-  ProcessCache().ports[ProcessCache().port_index.at("D1-ep")].peerName = "peer";
+  ProcessCache().ports[ProcessCache().names["D1-ep"].port].peerName = "peer";
   EXPECT_THAT(BySwitch(SwitchPath("U")),
               ElementsAre("[PCIControlledBy(PCIeSwitch U, PCIPort D1-ep)], "
                           "[PCIControlledBy(PCIeSwitch U, PCIPort D2-ep)], OK",
@@ -377,7 +374,7 @@ TEST_F(PciControlledByTest, LogsAHostWithoutPortsInThePathForm) {
 
 TEST_F(PciControlledByTest, LogsANamelessHostPortInThePathForm) {
   Use(HostlessPort());
-  ProcessCache().port_index[""] = 0;
+  ProcessCache().names[""].port = 0;
   EXPECT_THAT(ByPort("D-ep"), ElementsAre("OK", "OK"));
   EXPECT_THAT(log.Lines(),
               ElementsAre(LogLine{LOG_DEBUG, "PCIControlledBy gi item D-ep not found"}));

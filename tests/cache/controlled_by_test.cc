@@ -62,9 +62,7 @@ TEST(ControlledByTest, SkipsAPortWhoseNameHasNoHyphen) {
   PortEntry odd = cache.ports.front();
   odd.portName = "odd name";
   cache.ports.insert(cache.ports.begin(), odd);
-  cache.controlled_by.clear();
-  cache.cbPortMap.clear();
-  cache.cbDevMap.clear();
+  DropControlledBy();
 
   const LogCapture log;
   CacheControlledBy();

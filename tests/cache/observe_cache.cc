@@ -1,6 +1,7 @@
 #include "cache/observe_cache.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <exception>
 #include <limits>
 #include <set>
@@ -38,7 +39,6 @@ Position PositionOf(const PciDevice* device) {
   }
   return kStray;
 }
-Position PositionOf(Position position) { return position; }
 
 template <typename Pointer>
 Positions PositionsOf(const std::vector<Pointer>& pointers) {
@@ -47,10 +47,13 @@ Positions PositionsOf(const std::vector<Pointer>& pointers) {
   return positions;
 }
 
-template <typename Key, typename Map>
-std::map<Key, Position> PositionsByKey(const Map& map) {
-  std::map<Key, Position> positions;
-  for (const auto& [key, value] : map) positions[key] = PositionOf(value);
+// The names of which the fact is known.
+std::map<std::string, Position> PositionsByName(const KnownNames& names,
+                                                std::uint32_t NameFacts::*fact) {
+  std::map<std::string, Position> positions;
+  for (const auto& [name, facts] : names) {
+    if (facts.*fact != NameFacts::kUnknown) positions[name] = facts.*fact;
+  }
   return positions;
 }
 
@@ -242,16 +245,16 @@ naive::Topology ObserveCache() {
   naive::Topology topology;
   topology.system_name = PciGetSystemName();
   for (const auto& device : GetDevicesCache()) topology.devices.push_back(NameOf(*device));
-  topology.device_index = PositionsByKey<std::string>(cache.device_index);
+  topology.device_index = PositionsByName(cache.names, &NameFacts::device);
   for (const PortEntry& port : GetPortsCache()) {
     topology.ports.push_back({port.parentName, port.portName, port.peerName, port.deviceName,
                               port.bus, PositionOf(port.device)});
   }
-  topology.port_index = PositionsByKey<std::string>(cache.port_index);
+  topology.port_index = PositionsByName(cache.names, &NameFacts::port);
   topology.port_names = GetPortNames();
   topology.bus_numbers.assign(GetBusNumbers().begin(), GetBusNumbers().end());
   topology.bus_members = ListsByKey<int>(cache.bus_members);
-  topology.device_ports = PositionsByKey<std::string>(cache.device_ports);
+  topology.device_ports = PositionsByName(cache.names, &NameFacts::device_port);
   topology.switches = PositionsOf(GetSwitchCache());
   topology.bridges = PositionsOf(GetBridgesCache());
   topology.bridge_ports = ListsByKey<std::string>(GetBridgePortsCache());
@@ -260,8 +263,8 @@ naive::Topology ObserveCache() {
     topology.controlled_by.push_back(
         {PositionOf(record.device), record.className, PositionOf(record.entry)});
   }
-  topology.controlled_by_port = PositionsByKey<std::string>(cache.cbPortMap);
-  topology.controlled_by_device = PositionsByKey<std::string>(cache.cbDevMap);
+  topology.controlled_by_port = PositionsByName(cache.names, &NameFacts::port_record);
+  topology.controlled_by_device = PositionsByName(cache.names, &NameFacts::device_record);
   return topology;
 }
 

@@ -13,6 +13,16 @@
 // As the process starts: empty, not built.
 inline void ResetCache() { ProcessCache() = TopologyCache{}; }
 
+// Takes the controlled-by index away again.
+inline void DropControlledBy() {
+  TopologyCache& cache = ProcessCache();
+  cache.controlled_by.clear();
+  for (const auto& [name, facts] : KnownNames(cache.names)) {
+    cache.names[name].port_record = NameFacts::kUnknown;
+    cache.names[name].device_record = NameFacts::kUnknown;
+  }
+}
+
 // Resets, installs the host and builds. Throws what LoadCache throws.
 inline void LoadHost(const fake::Host& host) {
   ResetCache();
