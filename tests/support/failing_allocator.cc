@@ -72,8 +72,7 @@ FailingAllocations::~FailingAllocations() {
   state = {};
 }
 
-AllocationPause::AllocationPause() { ++state.pauses; }
-AllocationPause::~AllocationPause() { --state.pauses; }
+void AllocationPause::Bracket(bool begins) { state.pauses += begins ? 1 : -1; }
 
 std::size_t LiveAllocations() { return live.load(std::memory_order_relaxed); }
 

@@ -46,10 +46,13 @@ class FailingAllocations {
 // Allocations of this thread are the test's own meanwhile: not counted, and they do not fail.
 class AllocationPause {
  public:
-  AllocationPause();
-  ~AllocationPause();
+  AllocationPause() { Bracket(true); }
+  ~AllocationPause() { Bracket(false); }
   AllocationPause(const AllocationPause&) = delete;
   AllocationPause& operator=(const AllocationPause&) = delete;
+
+  // Begins or ends a pause, for those who cannot hold an object.
+  static void Bracket(bool begins);
 };
 
 // Blocks taken by operator new and not given back, on all threads.

@@ -22,6 +22,24 @@ ActiveCaptures& Active() {
   return *active;
 }
 
+std::atomic<void (*)(bool)> around_capture{nullptr};
+
+// Calls the hook where there is one.
+class CaptureBracket {
+ public:
+  CaptureBracket() : hook_(around_capture) {
+    if (hook_ != nullptr) hook_(true);
+  }
+  ~CaptureBracket() {
+    if (hook_ != nullptr) hook_(false);
+  }
+  CaptureBracket(const CaptureBracket&) = delete;
+  CaptureBracket& operator=(const CaptureBracket&) = delete;
+
+ private:
+  void (*hook_)(bool);
+};
+
 std::string Format(const char* format, std::va_list arguments) {
   std::va_list again;
   va_copy(again, arguments);
@@ -35,6 +53,7 @@ std::string Format(const char* format, std::va_list arguments) {
 void Record(int priority, const char* format, std::va_list arguments) {
   ActiveCaptures& active = Active();
   if (active.count == 0) return;
+  const CaptureBracket bracket;
   const LogLine line = {priority, Format(format, arguments)};
   const std::lock_guard lock(active.mutex);
   for (LogCapture* capture : active.captures) capture->Append(line);
@@ -71,6 +90,8 @@ void LogCapture::Clear() {
   const std::lock_guard lock(Active().mutex);
   lines_.clear();
 }
+
+void AroundCapture(void (*hook)(bool begins)) { around_capture = hook; }
 
 // In front of the C library's functions of the same names. The names with underscores are what a
 // hardened build calls instead.
