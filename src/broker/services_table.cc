@@ -68,7 +68,7 @@ Status RunInEach(Manager& manager, const std::vector<std::string>& providers, Re
 }
 
 // A request about the class of a path.
-Status RunForClass(const PathObject& path, Request request, Gatherer& gatherer) {
+Status RunForClass(const PathObject& path, const Request& request, Gatherer& gatherer) {
   Manager& manager = Call::Current()->manager();
   const std::vector<std::string> providers = manager.ProvidersFor(path.class_name);
   if (providers.empty() && !IsKnown(manager, path.class_name)) {
@@ -78,7 +78,7 @@ Status RunForClass(const PathObject& path, Request request, Gatherer& gatherer) 
 }
 
 // A request about what a path is associated with.
-Status RunForSource(const char* association, Request request, Gatherer& gatherer) {
+Status RunForSource(const char* association, const Request& request, Gatherer& gatherer) {
   Manager& manager = Call::Current()->manager();
   return RunInEach(manager, manager.AssociationProvidersFor(association), request, gatherer);
 }

@@ -30,9 +30,8 @@ const T* ValueAs(const ParameterValue* value, std::string_view name) {
 
 template <class T>
 const T& RequiredValue(const ParameterValue* value, std::string_view name) {
-  const T* held = ValueAs<T>(value, name);
-  if (held == nullptr) Invalid(fmt::format("{} is required", name));
-  return *held;
+  if (const T* held = ValueAs<T>(value, name)) return *held;
+  Invalid(fmt::format("{} is required", name));
 }
 
 // ---------------------------------------------------------------------------------------------

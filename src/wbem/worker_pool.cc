@@ -9,7 +9,7 @@ WorkerPool::WorkerPool(std::size_t threads, std::size_t max_waiting, Event& pres
   for (std::size_t i = 0; i < threads; ++i) threads_.emplace_back([this] { Work(); });
 }
 
-WorkerPool::~WorkerPool() { shutdown(); }
+WorkerPool::~WorkerPool() { WorkerPool::shutdown(); }
 
 void WorkerPool::enqueue(std::function<void()> task) {
   std::unique_lock lock(mutex_);

@@ -21,7 +21,7 @@
 
 namespace wbem {
 
-class WorkerPool : public httplib::TaskQueue {
+class WorkerPool final : public httplib::TaskQueue {
  public:
   // `pressure` is set as long as somebody waits for a thread; it must outlive the pool.
   WorkerPool(std::size_t threads, std::size_t max_waiting, Event& pressure);

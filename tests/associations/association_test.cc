@@ -114,7 +114,7 @@ class AssociationTest : public ProviderTest, public ::testing::WithParamInterfac
   }
 };
 
-INSTANTIATE_TEST_SUITE_P(, AssociationTest, ::testing::ValuesIn(AllAssociations()),
+INSTANTIATE_TEST_SUITE_P(Classes, AssociationTest, ::testing::ValuesIn(AllAssociations()),
                          ::testing::PrintToStringParamName());
 
 TEST_P(AssociationTest, ListsNothingOnAHostWithoutDevices) {

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -183,7 +184,7 @@ TEST(BuildFailureTest, FailureAtTheLastStepKeepsThePortsAndPartOfTheIndex) {
   EXPECT_EQ(LookupControlledByDevice("B")->entry->portName, "B-pri");
   EXPECT_EQ(GetBridgesCache().size(), 1U);
   ASSERT_GE(log.Lines().size(), 2U);
-  EXPECT_EQ(log.Lines().end()[-2],
+  EXPECT_EQ(*std::prev(log.Lines().end(), 2),
             (LogLine{LOG_ERR, Caught("injected failure at call " + std::to_string(calls))}));
   EXPECT_EQ(log.Lines().back().text, "*** GetPCIData loaded, 0 switches, 1 bridges busNumbers 2");
 }

@@ -37,7 +37,7 @@ class ElementTest : public ProviderTest, public ::testing::WithParamInterface<El
   }
 };
 
-INSTANTIATE_TEST_SUITE_P(, ElementTest,
+INSTANTIATE_TEST_SUITE_P(Classes, ElementTest,
                          ::testing::Values(Element{"PCIDevice", "e", "DeviceID"},
                                            Element{"PCIBridge", "b", "DeviceID"},
                                            Element{"PCIeSwitch", "U", "DeviceID"},
@@ -157,7 +157,7 @@ TEST_P(ElementTest, ChangesNothing) {
 // The element providers whose instances are read from a device.
 class DeviceReadingTest : public ElementTest {};
 
-INSTANTIATE_TEST_SUITE_P(, DeviceReadingTest,
+INSTANTIATE_TEST_SUITE_P(Classes, DeviceReadingTest,
                          ::testing::Values(Element{"PCIDevice", "e", "DeviceID"},
                                            Element{"PCIBridge", "b", "DeviceID"},
                                            Element{"PCIeSwitch", "U", "DeviceID"},

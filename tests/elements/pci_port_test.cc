@@ -49,7 +49,7 @@ std::ostream& operator<<(std::ostream& out, const Kind& kind) { return out << ki
 class PortKindTest : public ProviderTest, public ::testing::WithParamInterface<Kind> {};
 
 INSTANTIATE_TEST_SUITE_P(
-    , PortKindTest,
+    Kinds, PortKindTest,
     ::testing::Values(
         Kind{"ConventionalEndpoint", fake::Endpoint("n"), {"n-ep n 150 7"}},
         Kind{"PciXEndpoint", fake::PciXEndpoint("n"), {"n-ep n 151 7"}},
