@@ -82,9 +82,9 @@ std::string Complaints(const Devices& devices) {
       [](const auto& left, const auto& right) { return Place(*left) <= Place(*right); });
   if (!ascending) text += "addresses do not ascend\n";
   for (const auto& device : devices) {
-    const std::string all = Describe(*device);
+    const std::string all = ": " + Describe(*device) + '\n';
     for (const auto& complaint : {ParentComplaint(*device, names), CapabilityComplaint(*device)}) {
-      if (!complaint.empty()) text += complaint + ": " + all + '\n';
+      if (!complaint.empty()) text += complaint + all;
     }
   }
   return text;
