@@ -1,23 +1,24 @@
 #include "platform/hostctl/sysfs_tree.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <climits>
-#include <filesystem>
+#include <memory>
 #include <optional>
 #include <string_view>
+#include <system_error>
 
 #include "cache/hostctl.h"
 
 namespace HostCtl::Linux {
 namespace {
-
-namespace fs = std::filesystem;
 
 // A file descriptor, closed at the end of its scope; -1 where the file could not be opened.
 class File {
@@ -35,15 +36,25 @@ class File {
   int descriptor_;
 };
 
+struct CloseFolder {
+  void operator()(DIR* folder) const noexcept { closedir(folder); }
+};
+
+std::error_code LastError() { return {errno, std::generic_category()}; }
+
 // Calls `visit` with the name of every entry of the folder; gives the error that ended the walk.
+// Not with std::filesystem: in g++'s library a walk that runs short of memory ends the process.
 template <typename Visit>
 std::error_code ForEachEntry(const std::string& folder, Visit visit) {
-  std::error_code error;
-  for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
-       entry.increment(error)) {
-    visit(entry->path().filename().native());
+  const std::unique_ptr<DIR, CloseFolder> opened(opendir(folder.c_str()));
+  if (opened == nullptr) return LastError();
+  for (;;) {
+    errno = 0;
+    const dirent* entry = readdir(opened.get());
+    if (entry == nullptr) return LastError();  // 0 at the end of the folder
+    const std::string name = entry->d_name;
+    if (name != "." && name != "..") visit(name);
   }
-  return error;
 }
 
 // The first line of a small file; empty where it cannot be read. O_NONBLOCK: a pipe in its place
