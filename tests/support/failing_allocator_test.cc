@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <new>
 #include <string>
@@ -19,42 +18,42 @@ struct alignas(128) Wide {
   char bytes[128];
 };
 
-// Every form of operator new once, called as a function so that the compiler cannot leave it out.
+// A form of operator new with one of the deletes that go with it, called as functions so that the
+// compiler cannot leave them out.
 struct Form {
   const char* name;
-  std::function<void*()> take;
-  std::function<void(void*)> give_back;
+  void* (*take)();
+  void (*give_back)(void*);
   bool throws;
 };
 
-const std::vector<Form>& Forms() {
-  static const auto wide = std::align_val_t{128};
-  static const std::vector<Form> forms = {
-      {"plain", [] { return ::operator new(8); }, [](void* p) { ::operator delete(p); }, true},
-      {"plain, sized", [] { return ::operator new(8); }, [](void* p) { ::operator delete(p, 8); },
-       true},
-      {"array", [] { return ::operator new[](8); }, [](void* p) { ::operator delete[](p); }, true},
-      {"array, sized", [] { return ::operator new[](8); },
-       [](void* p) { ::operator delete[](p, 8); }, true},
-      {"aligned", [] { return ::operator new(8, wide); },
-       [](void* p) { ::operator delete(p, wide); }, true},
-      {"aligned, sized", [] { return ::operator new(8, wide); },
-       [](void* p) { ::operator delete(p, 8, wide); }, true},
-      {"aligned array", [] { return ::operator new[](8, wide); },
-       [](void* p) { ::operator delete[](p, wide); }, true},
-      {"aligned array, sized", [] { return ::operator new[](8, wide); },
-       [](void* p) { ::operator delete[](p, 8, wide); }, true},
-      {"nothrow", [] { return ::operator new(8, std::nothrow); },
-       [](void* p) { ::operator delete(p, std::nothrow); }, false},
-      {"nothrow array", [] { return ::operator new[](8, std::nothrow); },
-       [](void* p) { ::operator delete[](p, std::nothrow); }, false},
-      {"nothrow aligned", [] { return ::operator new(8, wide, std::nothrow); },
-       [](void* p) { ::operator delete(p, wide, std::nothrow); }, false},
-      {"nothrow aligned array", [] { return ::operator new[](8, wide, std::nothrow); },
-       [](void* p) { ::operator delete[](p, wide, std::nothrow); }, false},
-  };
-  return forms;
-}
+constexpr auto kWide = std::align_val_t{128};
+
+const Form kForms[] = {
+    {"plain", [] { return ::operator new(8); }, [](void* p) { ::operator delete(p); }, true},
+    {"array", [] { return ::operator new[](8); }, [](void* p) { ::operator delete[](p); }, true},
+    {"aligned", [] { return ::operator new(8, kWide); },
+     [](void* p) { ::operator delete(p, kWide); }, true},
+    {"aligned array", [] { return ::operator new[](8, kWide); },
+     [](void* p) { ::operator delete[](p, kWide); }, true},
+    {"nothrow", [] { return ::operator new(8, std::nothrow); },
+     [](void* p) { ::operator delete(p, std::nothrow); }, false},
+    {"nothrow array", [] { return ::operator new[](8, std::nothrow); },
+     [](void* p) { ::operator delete[](p, std::nothrow); }, false},
+    {"nothrow aligned", [] { return ::operator new(8, kWide, std::nothrow); },
+     [](void* p) { ::operator delete(p, kWide, std::nothrow); }, false},
+    {"nothrow aligned array", [] { return ::operator new[](8, kWide, std::nothrow); },
+     [](void* p) { ::operator delete[](p, kWide, std::nothrow); }, false},
+#ifdef __cpp_sized_deallocation
+    {"sized", [] { return ::operator new(8); }, [](void* p) { ::operator delete(p, 8); }, true},
+    {"sized array", [] { return ::operator new[](8); }, [](void* p) { ::operator delete[](p, 8); },
+     true},
+    {"sized aligned", [] { return ::operator new(8, kWide); },
+     [](void* p) { ::operator delete(p, 8, kWide); }, true},
+    {"sized aligned array", [] { return ::operator new[](8, kWide); },
+     [](void* p) { ::operator delete[](p, 8, kWide); }, true},
+#endif
+};
 
 // Runs `call` with allocations failing; whether std::bad_alloc came out.
 template <typename Call>
@@ -69,7 +68,7 @@ bool Throws(std::size_t n, Fail mode, AllocationReport& report, Call call) {
 }
 
 TEST(FailingAllocatorTest, EveryFormIsCountedAndGivenBack) {
-  for (const Form& form : Forms()) {
+  for (const Form& form : kForms) {
     const std::size_t live = LiveAllocations();
     AllocationReport report;
     void* memory = nullptr;
@@ -83,7 +82,7 @@ TEST(FailingAllocatorTest, EveryFormIsCountedAndGivenBack) {
 }
 
 TEST(FailingAllocatorTest, EveryFormFailsAsItsCallersKnowIt) {
-  for (const Form& form : Forms()) {
+  for (const Form& form : kForms) {
     const std::size_t live = LiveAllocations();
     AllocationReport report;
     void* memory = &report;
