@@ -343,7 +343,7 @@ CMPIStatus LeakInstances(const Call& call) {
 }
 
 void* UseUnattached(void* parameter) {
-  auto* path = static_cast<const CMPIObjectPath*>(parameter);
+  const auto* path = static_cast<const CMPIObjectPath*>(parameter);
   path->ft->getKeyCount(path, nullptr);
   broker->eft->newString(broker, "text", nullptr);
   return nullptr;

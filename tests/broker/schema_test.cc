@@ -84,7 +84,7 @@ TEST(Schema, IsWholeInItself) {
       EXPECT_TRUE(property.reference_class.empty() ||
                   FindClass(property.reference_class) != nullptr);
       // A constant name serves as a null-terminated text.
-      EXPECT_EQ(property.name.data()[property.name.size()], '\0');
+      EXPECT_EQ(*(property.name.data() + property.name.size()), '\0');
     }
   }
 }

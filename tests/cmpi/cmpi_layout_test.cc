@@ -14,7 +14,8 @@ namespace {
 template <typename Field, typename Record>
 Field ReadAt(const Record& record, std::size_t offset) {
   Field field;
-  std::memcpy(&field, reinterpret_cast<const std::byte*>(&record) + offset, sizeof(field));
+  const auto* bytes = reinterpret_cast<const std::byte*>(&record);
+  std::memcpy(&field, bytes + offset, sizeof(Field));  // NOLINT(bugprone-sizeof-expression)
   return field;
 }
 

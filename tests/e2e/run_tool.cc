@@ -112,7 +112,7 @@ Outcome RunOnRecord(Words arguments, const Setting& setting) {
 
 std::string OutputOf(const std::string& command) {
   std::FILE* pipe = popen(("LC_ALL=C.UTF-8 " + command + " 2>/dev/null").c_str(), "r");
-  const std::string output = ReadAll(fileno(pipe));
+  std::string output = ReadAll(fileno(pipe));
   EXPECT_EQ(pclose(pipe), 0) << command;
   return output;
 }
