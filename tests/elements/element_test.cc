@@ -84,6 +84,38 @@ TEST_P(ElementTest, GivesAllPropertiesWithoutAList) {
               ::testing::Contains(HasSubstr("ElementName ")));
 }
 
+// Object managers make instances with the defaults of their class, such as EnabledState 5: what the
+// provider means to be 0 has to be said.
+TEST_P(ElementTest, SaysItsPropertiesOverTheDefaultsOfTheClass) {
+  Use(MixedHost());
+  const std::vector<broker::Instance> said = EnumInstances(Class()).instances;
+  PresetInstances();
+  const std::vector<broker::Instance> preset = EnumInstances(Class()).instances;
+  ASSERT_FALSE(said.empty());
+  ASSERT_EQ(preset.size(), said.size());
+  for (std::size_t i = 0; i < said.size(); ++i) {
+    for (const broker::Property& property : said[i].properties) {
+      EXPECT_EQ(PropertyText(preset[i], property.name), PropertyText(said[i], property.name));
+    }
+  }
+}
+
+TEST_F(ProviderTest, StatesAreUnknownOfDevicesAndTheDefaultOfPorts) {
+  Use(MixedHost());
+  PresetInstances();
+  for (const char* state : {"PrimaryStatus", "HealthState", "EnabledState", "RequestedState"}) {
+    const std::string name = state;
+    for (const char* class_name : {"PCIDevice", "PCIBridge", "PCIeSwitch"}) {
+      for (const broker::Instance& instance : EnumInstances(class_name).instances) {
+        EXPECT_EQ(PropertyText(instance, name), name + " uint16 0");
+      }
+    }
+    for (const broker::Instance& port : EnumInstances("PCIPort").instances) {
+      EXPECT_EQ(PropertyText(port, name), name + " uint16 222");
+    }
+  }
+}
+
 TEST_P(ElementTest, GivesOnlyTheListedProperties) {
   Use(MixedHost());
   const PropertyList list = {{"busnumber", "NoSuchProperty"}};

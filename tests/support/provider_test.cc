@@ -279,26 +279,30 @@ fake::Host MixedHost() {
       .Add(fake::PcieEndpoint("x").Bus(4).Parent("D1"));
 }
 
-// A broker of the providers' own whose class tree has one more class; all else is the manager's.
-class ProviderTest::SchemaExtension {
+// A broker of the providers' own, where a test changes what the manager's does.
+class ProviderTest::BrokerExtension {
  public:
-  SchemaExtension(const CMPIBroker* broker, std::string subclass, std::string class_name)
+  explicit BrokerExtension(const CMPIBroker* broker)
       : functions_(CopyOfTable(broker->eft)),
         broker_{broker->hdl, broker->bft, &functions_, broker->xft,
                 OnCmpi10() ? nullptr : broker->mft},
-        subclass_(std::move(subclass)),
-        class_name_(std::move(class_name)),
         original_(broker) {
     current_ = this;
-    functions_.classPathIsA = &IsA;
     ostInt::SetProcessBroker(&broker_);
   }
-  ~SchemaExtension() {
+  ~BrokerExtension() {
     ostInt::SetProcessBroker(original_);
     current_ = nullptr;
   }
-  SchemaExtension(const SchemaExtension&) = delete;
-  SchemaExtension& operator=(const SchemaExtension&) = delete;
+  BrokerExtension(const BrokerExtension&) = delete;
+  BrokerExtension& operator=(const BrokerExtension&) = delete;
+
+  void AddSubclass(const std::string& subclass, const std::string& class_name) {
+    subclass_ = subclass;
+    class_name_ = class_name;
+    functions_.classPathIsA = &IsA;
+  }
+  void PresetInstances() { functions_.newInstance = &NewPresetInstance; }
 
  private:
   static CMPIBoolean IsA(const CMPIBroker* /*broker*/, const CMPIObjectPath* path, const char* type,
@@ -311,7 +315,29 @@ class ProviderTest::SchemaExtension {
     return current_->original_->eft->classPathIsA(current_->original_, path, type, status);
   }
 
-  static SchemaExtension* current_;
+  static CMPIInstance* NewPresetInstance(const CMPIBroker* /*broker*/, const CMPIObjectPath* path,
+                                         CMPIStatus* status) {
+    CMPIInstance* instance =
+        current_->original_->eft->newInstance(current_->original_, path, status);
+    const CMPIString* name = path->ft->getClassName(path, nullptr);
+    const auto* cls = broker::schema::FindClass(name->ft->getCharPtr(name, nullptr));
+    for (const broker::schema::Property* property : broker::schema::AllProperties(*cls)) {
+      if (property->key) continue;
+      CMPIValue value{};
+      CMPIType type = property->type;
+      if (type == CMPI_uint8) {
+        value.uint8 = kPreset;
+      } else if (type == CMPI_uint16) {
+        value.uint16 = kPreset;
+      } else {
+        type = CMPI_null;  // no class of ours has a default of another type
+      }
+      instance->ft->setProperty(instance, property->name.data(), &value, type);
+    }
+    return instance;
+  }
+
+  static BrokerExtension* current_;
 
   CMPIBrokerEncFT functions_;
   CMPIBroker broker_;
@@ -320,7 +346,7 @@ class ProviderTest::SchemaExtension {
   const CMPIBroker* original_;
 };
 
-ProviderTest::SchemaExtension* ProviderTest::SchemaExtension::current_ = nullptr;
+ProviderTest::BrokerExtension* ProviderTest::BrokerExtension::current_ = nullptr;
 
 ProviderTest::ProviderTest() = default;
 ProviderTest::~ProviderTest() = default;
@@ -423,11 +449,18 @@ Answer ProviderTest::RunProbe(const ObjectPath& path, ProbeOperation operation, 
   });
 }
 
-void ProviderTest::AddSubclass(const std::string& subclass, const std::string& class_name) {
+ProviderTest::BrokerExtension& ProviderTest::ExtendBroker() {
   // A provider object, once made, would put the manager's own broker back: make them all now.
   for (const char* name : kClasses) {
     broker::Status status;
     manager_->InstanceProvider(ClassName(name), &status);
   }
-  extension_ = std::make_unique<SchemaExtension>(manager_->broker(), subclass, class_name);
+  extension_ = std::make_unique<BrokerExtension>(manager_->broker());
+  return *extension_;
 }
+
+void ProviderTest::AddSubclass(const std::string& subclass, const std::string& class_name) {
+  ExtendBroker().AddSubclass(subclass, class_name);
+}
+
+void ProviderTest::PresetInstances() { ExtendBroker().PresetInstances(); }

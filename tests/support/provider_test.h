@@ -24,6 +24,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <ostream>
@@ -164,12 +165,17 @@ class ProviderTest : public ::testing::Test {
   // their whole names.
   void AddSubclass(const std::string& subclass, const std::string& class_name);
 
+  // New instances hold kPreset in every number of their class, until the next Use: as object
+  // managers put in the defaults of the class.
+  void PresetInstances();
+  static constexpr std::uint8_t kPreset = 222;
+
   broker::ObjectManager& manager() { return *manager_; }
 
   LogCapture log;
 
  private:
-  class SchemaExtension;
+  class BrokerExtension;
   using ProbeOperation = std::function<ostInt::CmpiStatus(ostInt::CmpiResult& result,
                                                           const ostInt::CmpiObjectPath& path)>;
 
@@ -185,11 +191,12 @@ class ProviderTest : public ::testing::Test {
     };
   }
 
+  BrokerExtension& ExtendBroker();
   Answer RunProbe(const broker::ObjectPath& path, ProbeOperation operation, bool refs);
   Answer Request(const std::function<broker::Status(broker::ResultSink&)>& request);
 
   std::unique_ptr<broker::ObjectManager> manager_;
-  std::unique_ptr<SchemaExtension> extension_;
+  std::unique_ptr<BrokerExtension> extension_;
 };
 
 #endif  // SUPPORT_PROVIDER_TEST_H_
