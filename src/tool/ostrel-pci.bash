@@ -71,7 +71,7 @@ _ostrel_pci() {
 
     case $command in
         associators | ai | ain) options+=" --assoc-class --result-class --role --result-role" ;;
-        references | ri | rin) options+=" --result-class --role" ;;
+        references | ri | rin) options+=" --result-class --assoc-class --role" ;;
         tree) options+=" --ports --buses --ascii" ;;
         serve) options+=" --port --address" ;;
         register | unregister) options+=" --for --dry-run --with-system --provider-dir" ;;

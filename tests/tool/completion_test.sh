@@ -1,0 +1,110 @@
+#!/usr/bin/env bash
+# Completes command lines with the bash completion as bash does (the words, what is under the cursor,
+# the function), and holds what it offers against the tool's own help.
+#   completion_test.sh TOOL COMPLETION
+set -euo pipefail
+
+tool=$1
+# shellcheck source=/dev/null
+source "$2"
+
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+mkdir "$scratch/hosts"
+touch "$scratch/host.lspci" "$scratch/two words"
+cd "$scratch"
+
+failures=0
+fail() {
+  echo "completion_test: $*" >&2
+  failures=$((failures + 1))
+}
+
+[ "$(complete -p ostrel-pci)" = "complete -F _ostrel_pci ostrel-pci" ] || fail "nothing is registered for ostrel-pci"
+
+# Leaves in COMPREPLY what is offered for the last of the words, the cursor behind it.
+offer() { # words after the command's name
+  COMP_WORDS=(ostrel-pci "$@")
+  COMP_CWORD=$#
+  COMP_LINE="${COMP_WORDS[*]}"
+  COMP_POINT=${#COMP_LINE}
+  COMPREPLY=()
+  _ostrel_pci ostrel-pci "${COMP_WORDS[COMP_CWORD]}" "${COMP_WORDS[COMP_CWORD - 1]}" || true
+}
+
+expect() { # what is offered, one to a line; words
+  local expected=$1
+  shift
+  offer "$@"
+  local offered
+  offered=$(printf '%s\n' "${COMPREPLY[@]}")
+  [ "$offered" = "$expected" ] || fail "for '$*' it offers '${offered//$'\n'/ }', not '${expected//$'\n'/ }'"
+}
+
+expect_sorted() { # what is offered, sorted; words
+  local expected=$1
+  shift
+  offer "$@"
+  local difference
+  difference=$(diff <(echo "$expected") <(printf '%s\n' "${COMPREPLY[@]}" | sort)) ||
+    fail "for '$*' it offers other than the help has: ${difference//$'\n'/ }"
+}
+
+expect_among() { # what must be among the offers; words
+  local expected=$1
+  shift
+  offer "$@"
+  printf '%s\n' "${COMPREPLY[@]}" | grep -qxF -e "$expected" || fail "for '$*' it offers no $expected"
+}
+
+# Commands and options
+expect $'enumerate\nei\nein' e
+expect tree tr
+expect tree --dump file tr
+expect "" nothing
+expect $'--sysfs\n--system-name' --sy
+expect $'--sysfs\n--system-name' tree --sy
+expect $'--ports' tree --po
+expect "" classes --po
+expect $'--port' serve --po
+
+# Values of options
+expect $'text\njson\ndot' tree -o ""
+expect $'table\njson' classes --output ""
+expect json enumerate device -o j
+expect $'sfcb\npegasus' register --for ""
+expect pegasus unregister --for p
+expect Antecedent associators PATH --role An
+expect Ostrel_PCIControlledBy associators PATH --assoc-class Ostrel_PCIC
+expect Ostrel_PCIControlledBy references PATH --result-class Ostrel_PCIC
+expect OMC_UnitaryComputerSystem associators PATH --result-class OM
+expect "" --system-name ""
+
+# Classes
+expect $'Ostrel_PCIPort\nOstrel_PCIPortGroup' enumerate Ostrel_PCIPo
+expect $'Ostrel_PCIDevice\nOstrel_PCIDeviceConnection' get Ostrel_PCID
+expect Ostrel_PCIDevice associators Ostrel_PCID
+
+# Files and folders
+expect $'host.lspci\nhosts' --dump ho
+expect hosts --sysfs ho
+expect hosts register --for sfcb --provider-dir ho
+
+# All that the tool has
+"$tool" --help >help
+commands=$(sed -n '/^Subcommands:/,/^$/s/^  \([a-z, ]*[a-z]\)  .*/\1/p' help | tr -d ',')
+[ "$(wc -w <<<"$commands")" -ge 14 ] || fail "the help lists only these commands: $commands"
+options() { sed -n 's/^  \(-[^ ]*\).*/\1/p' "$1" | tr ',' '\n'; } # of a help
+for command in $commands; do
+  expect_among "$command" "$command"
+  "$tool" "$command" --help >command_help
+  expect_sorted "$({ options help; options command_help; } | sort -u)" "$command" -
+done
+expect_sorted "$(options help | sort)" -
+for class in $("$tool" classes | awk 'NR > 1 { print $1 }'); do
+  expect_among "$class" enumerate "$class"
+  expect_among "$class" get "$class"
+done
+
+[ "$failures" -eq 0 ] || exit 1
+echo "completion_test: passed"
