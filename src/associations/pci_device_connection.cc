@@ -2,6 +2,7 @@
 
 #include <syslog.h>
 
+#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -47,40 +48,22 @@ auto PathEmitter(CmpiResult& result) {
   };
 }
 
-// The port of which a parent's identifier is the name, or null. The devices of one bus, which have
-// one parent, mostly follow one another: the last answer is remembered.
-class ParentPort {
- public:
-  const PortEntry* Find(const std::string& parent_name) {
-    if (parent_name == last_name_) return last_;
-    last_name_ = parent_name;
-    last_ = nullptr;
-    if (!GetPortNames().contains(parent_name)) return nullptr;
-    const PortEntry& entry = LookupPortEntry(parent_name);
-    if (entry.device != nullptr) last_ = &entry;
-    return last_;
-  }
-
- private:
-  std::string last_name_;
-  const PortEntry* last_ = nullptr;  // of the empty name too
-};
-
 // Calls emit(connection) for each device whose parent's identifier is itself a port name: the
 // identifier is looked up as it stands, without a port suffix, unlike in all other operations
 // (intended).
 template <typename Emit>
 void ForEachConnection(Emit emit) {
-  ParentPort parent_port;
+  std::size_t parent_place = 0;
+  std::size_t device_place = 0;
   for (const auto& device : GetDevicesCache()) {
     const std::string parent_name = ParentIdentifier(device.get());
-    if (parent_name.empty()) continue;  // no parent
-    const PortEntry* parent = parent_port.Find(parent_name);
-    if (parent == nullptr) continue;
-    const PortEntry& connected = FindConnectedPort(device->GetName());
+    if (parent_name.empty()) continue;
+    const PortEntry& parent = LookupPortEntry(parent_name, parent_place);
+    if (parent.device == nullptr) continue;
+    const PortEntry& connected = FindConnectedPort(device->GetName(), device_place);
     if (connected.device == nullptr) continue;
     const ostInt::CmpiElementScope scope;
-    emit(Connect(*parent, connected));
+    emit(Connect(parent, connected));
   }
 }
 

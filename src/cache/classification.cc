@@ -47,7 +47,8 @@ bool IsBridgeWithPorts(std::uint16_t class_code) {
   return subclass == 0x04 || subclass == 0x0a || subclass == 0x0b;
 }
 
-PortKind ClassifyPorts(const HostCtl::Hardware::PciDevice* device) {
+// Flat: asked for every port of an enumeration.
+[[gnu::flatten]] PortKind ClassifyPorts(const HostCtl::Hardware::PciDevice* device) {
   if (IsPortOnSwitch(device) && !IsUpstreamPortOnSwitch(device)) return PortKind::kSwitchDownstream;
   if (IsPortOnSwitch(device) && IsUpstreamPortOnSwitch(device)) return PortKind::kSwitchUpstream;
   if (IsBridge(device)) return PortKind::kBridge;

@@ -28,6 +28,15 @@ const PortEntry& FindPort(const std::string& name, std::uint32_t NameFacts::*fac
   return position == NameFacts::kUnknown ? NullPortEntry() : ProcessCache().ports[position];
 }
 
+const PortEntry& ConnectedPort(const NameFacts* host) {
+  if (host == nullptr || host->hosted_port == NameFacts::kUnknown) return NullPortEntry();
+  const PortVector& ports = GetPortsCache();
+  const PortEntry& lowest = ports[host->connected_port];
+  syslog(LOG_DEBUG, "FindConnectedPort looking for lowest busid %u", ports[host->hosted_port].bus);
+  syslog(LOG_DEBUG, "FindConnectedPort returning bus %u", lowest.bus);
+  return lowest;
+}
+
 // Makes `position` the fact; answers whether nothing was known before.
 bool Learn(std::uint32_t& fact, std::size_t position) {
   return std::exchange(fact, static_cast<std::uint32_t>(position)) == NameFacts::kUnknown;
@@ -46,16 +55,17 @@ void CacheControlledBy() {
     cache.controlled_by.push_back({entry.device, SetClassName(entry.device), &entry});
   }
   const std::vector<ControlledByRecord>& records = cache.controlled_by;
-  KnownNames::Walk ports(cache.names);
   int port_names = 0;
+  std::size_t place = 0;
   for (std::size_t position = 0; position < records.size(); ++position) {
-    if (Learn(ports[records[position].entry->portName].port_record, position)) ++port_names;
+    NameFacts& port = cache.names.At(records[position].entry->portName, place);
+    if (Learn(port.port_record, position)) ++port_names;
   }
-  KnownNames::Walk devices(cache.names);
   int device_names = 0;
+  place = 0;
   for (std::size_t position = 0; position < records.size(); ++position) {
-    const std::string name = records[position].device->GetName();
-    if (Learn(devices[name].device_record, position)) ++device_names;
+    NameFacts& device = cache.names.At(records[position].device->GetName(), place);
+    if (Learn(device.device_record, position)) ++device_names;
   }
   syslog(LOG_DEBUG, "PCI CB cache idx: cbPortMap=%d cbDevMap=%d", port_names, device_names);
 }
@@ -77,13 +87,11 @@ void AddToMap(const std::string& key, const PortEntry& entry, PortsByName& map) 
 }
 
 const PortEntry& FindConnectedPort(const std::string& name) {
-  const NameFacts* facts = ProcessCache().names.Find(name);
-  if (facts == nullptr || facts->hosted_port == NameFacts::kUnknown) return NullPortEntry();
-  const PortVector& ports = GetPortsCache();
-  const PortEntry& lowest = ports[facts->connected_port];
-  syslog(LOG_DEBUG, "FindConnectedPort looking for lowest busid %u", ports[facts->hosted_port].bus);
-  syslog(LOG_DEBUG, "FindConnectedPort returning bus %u", lowest.bus);
-  return lowest;
+  return ConnectedPort(ProcessCache().names.Find(name));
+}
+
+const PortEntry& FindConnectedPort(const std::string& name, std::size_t& place) {
+  return ConnectedPort(ProcessCache().names.Find(name, place));
 }
 
 const PortEntry& FindHostedPort(const std::string& name) {

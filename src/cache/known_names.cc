@@ -23,14 +23,39 @@ void KnownNames::Reserve(std::size_t count) {
   if (SlotsFor(count) > slots_.size()) Spread(SlotsFor(count));
 }
 
-NameFacts& KnownNames::operator[](std::string_view name) {
-  return entries_[PositionOf(name)].facts;
+const NameFacts* KnownNames::Find(std::string_view name) const {
+  const std::uint32_t position = EntryOf(name);
+  return position == NameFacts::kUnknown ? nullptr : &entries_[position].facts;
 }
 
-const NameFacts* KnownNames::Find(std::string_view name) const {
-  if (slots_.empty()) return nullptr;
-  const Slot& slot = slots_[SlotOf(HashOf(name), name)];
-  return slot.is_free() ? nullptr : &entries_[slot.entry].facts;
+NameFacts& KnownNames::At(std::string_view name, std::size_t& place) {
+  if (!StandsNear(place, name)) place = PositionOf(name);
+  return entries_[place].facts;
+}
+
+const NameFacts* KnownNames::Find(std::string_view name, std::size_t& place) const {
+  if (StandsNear(place, name)) return &entries_[place].facts;
+  const std::uint32_t position = EntryOf(name);
+  if (position == NameFacts::kUnknown) return nullptr;
+  place = position;
+  return &entries_[place].facts;
+}
+
+// Whether the name stands at the place or right behind it; the place is moved there.
+bool KnownNames::StandsNear(std::size_t& place, std::string_view name) const {
+  constexpr std::size_t kLookedAt = 3;  // the last once more, the next, and one that was left out
+  const std::size_t end = std::min(place + kLookedAt, entries_.size());
+  for (std::size_t position = place; position < end; ++position) {
+    if (entries_[position].name != name) continue;
+    place = position;
+    return true;
+  }
+  return false;
+}
+
+// Where the name stands in the list, or kUnknown.
+std::uint32_t KnownNames::EntryOf(std::string_view name) const {
+  return slots_.empty() ? NameFacts::kUnknown : slots_[SlotOf(HashOf(name), name)].entry;
 }
 
 // Where the name stands in the list; it is added where it does not.
@@ -66,12 +91,4 @@ void KnownNames::Spread(std::size_t count) {
     while (!slots_[position].is_free()) position = (position + 1) & (count - 1);
     slots_[position] = slot;
   }
-}
-
-NameFacts& KnownNames::Walk::operator[](std::string_view name) {
-  constexpr std::size_t kLookedAt = 3;  // the last once more, the next, and one that was left out
-  const std::size_t end = std::min(position_ + kLookedAt, names_.entries_.size());
-  while (position_ < end && names_.entries_[position_].name != name) ++position_;
-  if (position_ == end) position_ = names_.PositionOf(name);
-  return names_.entries_[position_].facts;
 }

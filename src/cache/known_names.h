@@ -37,7 +37,7 @@ class KnownNames {
   void Reserve(std::size_t count);
 
   // The facts of the name; nothing is known of a new one. The reference holds until the next name.
-  NameFacts& operator[](std::string_view name);
+  NameFacts& operator[](std::string_view name) { return entries_[PositionOf(name)].facts; }
 
   // The facts of the name, or null.
   const NameFacts* Find(std::string_view name) const;
@@ -47,7 +47,11 @@ class KnownNames {
     return facts == nullptr ? NameFacts::kUnknown : facts->*fact;
   }
 
-  class Walk;
+  // The same for names that are asked for in nearly the order in which they came: most stand right
+  // behind the one before, and are found without the table. `place` goes from one question to the
+  // next, from 0.
+  NameFacts& At(std::string_view name, std::size_t& place);
+  const NameFacts* Find(std::string_view name, std::size_t& place) const;
 
   // The names in the order in which they came.
   std::size_t size() const { return entries_.size(); }
@@ -64,26 +68,14 @@ class KnownNames {
     bool is_free() const { return entry == NameFacts::kUnknown; }
   };
 
+  std::uint32_t EntryOf(std::string_view name) const;
   std::size_t PositionOf(std::string_view name);
   std::size_t SlotOf(std::uint32_t hash, std::string_view name) const;
+  bool StandsNear(std::size_t& place, std::string_view name) const;
   void Spread(std::size_t count);
 
   std::vector<Entry> entries_;
   std::vector<Slot> slots_;  // a power of two, at most three quarters taken
-};
-
-// Asks for many names in nearly the order in which they came: most then stand right behind the one
-// before, and are found without the table.
-class KnownNames::Walk {
- public:
-  explicit Walk(KnownNames& names) : names_(names) {}
-
-  // As KnownNames' own.
-  NameFacts& operator[](std::string_view name);
-
- private:
-  KnownNames& names_;
-  std::size_t position_ = 0;  // of the last name
 };
 
 #endif  // CACHE_KNOWN_NAMES_H_

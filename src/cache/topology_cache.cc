@@ -76,10 +76,10 @@ void IndexPorts(TopologyCache& cache) {
 
 // Makes every port known by the device that hosts it.
 void IndexHostedPorts(TopologyCache& cache) {
-  KnownNames::Walk hosts(cache.names);
+  std::size_t place = 0;
   for (std::size_t position = 0; position < cache.ports.size(); ++position) {
     const PortEntry& entry = cache.ports[position];
-    NameFacts& host = hosts[entry.parentName];
+    NameFacts& host = cache.names.At(entry.parentName, place);
     const bool lower =
         LearnFirst(host.hosted_port, position) || entry.bus < cache.ports[host.connected_port].bus;
     if (lower) host.connected_port = static_cast<std::uint32_t>(position);
@@ -129,6 +129,11 @@ void FilePort(TopologyCache& cache, const HostKinds& kinds, const PortEntry& ent
   }
 }
 
+const PortEntry& PortOf(const NameFacts* facts) {
+  const bool is_port = facts != nullptr && facts->port != NameFacts::kUnknown;
+  return is_port ? process_cache.ports[facts->port] : null_port_entry;
+}
+
 // What may fail half way; what it has filled by then stays.
 void BuildTopology(TopologyCache& cache, int progress) {
   HostCtl::HostFactory::GetHost();
@@ -140,11 +145,11 @@ void BuildTopology(TopologyCache& cache, int progress) {
   BuildPortDefs(cache.ports);
   cache.switches.reserve(cache.ports.size() / 2);
   IndexPorts(cache);
-  KnownNames::Walk devices(cache.names);
+  std::size_t place = 0;
   for (std::uint32_t position = 0; position < cache.ports.size(); ++position) {
     const PortEntry& entry = cache.ports[position];
     cache.bus_members[entry.bus].push_back(entry.device);
-    NameFacts& device = devices[entry.deviceName];
+    NameFacts& device = cache.names.At(entry.deviceName, place);
     device.device_port = position;
     FilePort(cache, kinds, entry, device, progress);
   }
@@ -223,6 +228,9 @@ bool LookupPort(const std::string& portName, const PciDevice*& out) {
 }
 
 const PortEntry& LookupPortEntry(const std::string& portName) {
-  const std::uint32_t position = process_cache.names.Find(portName, &NameFacts::port);
-  return position == NameFacts::kUnknown ? null_port_entry : process_cache.ports[position];
+  return PortOf(process_cache.names.Find(portName));
+}
+
+const PortEntry& LookupPortEntry(const std::string& portName, std::size_t& place) {
+  return PortOf(process_cache.names.Find(portName, place));
 }

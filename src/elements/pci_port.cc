@@ -3,11 +3,14 @@
 #include <syslog.h>
 
 #include <memory>
+#include <string_view>
 
 #include "cache/classification.h"
+#include "cache/controlled_by.h"
 #include "cache/topology_cache.h"
 #include "elements/pci_device.h"
 #include "frame/header_constants.h"
+#include "frame/joined_text.h"
 #include "frame/object_paths.h"
 #include "frame/registration.h"
 #include "platform/ostint/cmpi_data.h"
@@ -30,9 +33,10 @@ void ReturnPort(CmpiResult& result, const char** properties, const std::string& 
   result.returnData(MakePCIPort(properties, name, controller.c_str(), device, type, bus));
 }
 
-void ReturnPortRef(CmpiResult& result, const std::string& name) {
+// Returns the path of a device's port, whose name is the device's and a suffix.
+void ReturnPortRef(CmpiResult& result, const std::string& device_name, std::string_view suffix) {
   const ostInt::CmpiElementScope scope;
-  result.returnData(MakePCIPortRef(name));
+  result.returnData(MakePCIPortRef(JoinedText(device_name, suffix).c_str()));
 }
 
 PCIPortType EndpointPortType(const PciDevice* device) {
@@ -51,13 +55,22 @@ PCIPortType SecondaryPortType(std::uint8_t subclass) {
   return subclass == 0x0a ? PCIPortTypePCIe : PCIPortTypePCI;
 }
 
+// Whether the set has not seen the bridge before; from now on it has. Bridges mostly come in the
+// order of their names, and each twice in a row, once per port: then neither is a search.
+bool IsFirstSight(SeenBridges& seen, const std::string& name) {
+  if (!seen.empty() && *seen.rbegin() == name) return false;
+  const std::size_t before = seen.size();
+  seen.insert(seen.end(), name);
+  return seen.size() > before;
+}
+
 // Calls emit(identifier, subclass) for a bridge that has ports and is met for the first time.
 template <typename Emit>
 void OncePerBridge(const PciDevice* device, SeenBridges& seen, Emit emit) {
   const std::uint16_t class_code = device->GetClassCode();
   if (!IsBridgeWithPorts(class_code)) return;
   const std::string name = device->GetName();
-  if (seen.insert(name).second) emit(name, SubClass(class_code));
+  if (IsFirstSight(seen, name)) emit(name, SubClass(class_code));
 }
 
 // Calls emit(device) for the first port entry that the path's "DeviceID" hosts.
@@ -65,9 +78,8 @@ template <typename Emit>
 void ForHostedPort(const CmpiObjectPath& path, Emit emit) {
   const std::string identifier = DeviceIdOf(path);
   if (identifier.empty()) return;
-  for (const PortEntry& entry : GetPortsCache()) {
-    if (entry.parentName == identifier) return emit(entry.device);
-  }
+  const PortEntry& entry = FindHostedPort(identifier);
+  if (!entry.portName.empty()) emit(entry.device);
 }
 
 // Calls emit(device) for every port filed under a key that holds the path's "DeviceID".
@@ -137,7 +149,7 @@ void MakePCIeUpstreamPort(const PciDevice* device, CmpiResult& result, const cha
 }
 
 void MakePCIeUpstreamPortRef(const PciDevice* device, CmpiResult& result) {
-  ReturnPortRef(result, device->GetName() + kUpstreamSuffix);
+  ReturnPortRef(result, device->GetName(), kUpstreamSuffix);
 }
 
 void MakePCIeDownstreamPort(const PciDevice* device, CmpiResult& result, const char** properties) {
@@ -150,7 +162,7 @@ void MakePCIeDownstreamPort(const PciDevice* device, CmpiResult& result, const c
 }
 
 void MakePCIeDownstreamPortRef(const PciDevice* device, CmpiResult& result) {
-  ReturnPortRef(result, device->GetName() + kEndpointSuffix);  // parent or not: intended
+  ReturnPortRef(result, device->GetName(), kEndpointSuffix);  // parent or not: intended
 }
 
 void MakePCIEndpointPort(const PciDevice* device, CmpiResult& result, const char** properties) {
@@ -160,7 +172,7 @@ void MakePCIEndpointPort(const PciDevice* device, CmpiResult& result, const char
 }
 
 void MakePCIEndpointPortRef(const PciDevice* device, CmpiResult& result) {
-  ReturnPortRef(result, device->GetName() + kEndpointSuffix);
+  ReturnPortRef(result, device->GetName(), kEndpointSuffix);
 }
 
 void MakePCIBridgePorts(const PciDevice* device, CmpiResult& result, SeenBridges& seen,
@@ -176,8 +188,8 @@ void MakePCIBridgePorts(const PciDevice* device, CmpiResult& result, SeenBridges
 
 void MakePCIBridgePortsRef(const PciDevice* device, SeenBridges& seen, CmpiResult& result) {
   OncePerBridge(device, seen, [&](const std::string& name, std::uint8_t /*subclass*/) {
-    ReturnPortRef(result, name + kPrimarySuffix);
-    ReturnPortRef(result, name + kSecondarySuffix);
+    ReturnPortRef(result, name, kPrimarySuffix);
+    ReturnPortRef(result, name, kSecondarySuffix);
   });
 }
 

@@ -1,10 +1,14 @@
 #include "elements/pci_port_group.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <cstdlib>
 #include <string>
+#include <string_view>
 
 #include "cache/topology_cache.h"
+#include "frame/joined_text.h"
 #include "frame/object_paths.h"
 #include "frame/registration.h"
 #include "platform/ostint/cmpi_data.h"
@@ -18,6 +22,18 @@ using ostInt::CmpiStatus;
 OSTREL_REGISTER_INSTANCE_PROVIDER(PCIPortGroup);
 
 namespace {
+
+// The bus in decimal.
+class BusNumber {
+ public:
+  explicit BusNumber(std::uint8_t bus)
+      : end_(std::to_chars(digits_.begin(), digits_.end(), bus).ptr) {}
+  operator std::string_view() const { return {digits_.begin(), end_}; }  // NOLINT: as text
+
+ private:
+  std::array<char, 3> digits_;
+  const char* end_;
+};
 
 void ReturnPortGroup(CmpiResult& result, std::uint8_t bus, const char** properties) {
   CmpiInstance group = MakePortGroup(bus, properties);
@@ -40,7 +56,7 @@ CmpiStatus ForEachGroup(CmpiResult& result, Emit emit) {
 
 CmpiObjectPath MakePortGroupRef(std::uint8_t bus) {
   CmpiObjectPath path(kNameSpace, kPortGroupClass);
-  path.setKey("InstanceID", ("Ostrel:bus-" + std::to_string(bus)).c_str());
+  path.setKey("InstanceID", JoinedText("Ostrel:bus-", BusNumber(bus)).c_str());
   return path;
 }
 
@@ -48,7 +64,7 @@ CmpiInstance MakePortGroup(std::uint8_t bus, const char** /*properties*/) {
   CmpiInstance group(MakePortGroupRef(bus));
   group.setProperty("BusNumber", bus);
   group.setProperty("ElementName",
-                    ("PCI port group with bus number " + std::to_string(bus)).c_str());
+                    JoinedText("PCI port group with bus number ", BusNumber(bus)).c_str());
   return group;
 }
 

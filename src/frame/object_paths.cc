@@ -25,12 +25,12 @@ CmpiObjectPath MakeElementRef(const PciDevice* device, const char* className) {
   return path;
 }
 
-CmpiObjectPath MakePCIPortRef(const std::string& portName) {
+CmpiObjectPath MakePCIPortRef(const char* portName) {
   CmpiObjectPath path(kNameSpace, kPortClass);
   path.setKey("SystemName", PciGetSystemName());
   path.setKey("CreationClassName", kPortClass);
   path.setKey("SystemCreationClassName", kSystemClass);
-  path.setKey("DeviceID", portName.c_str());
+  path.setKey("DeviceID", portName);
   return path;
 }
 

@@ -37,7 +37,10 @@ ostInt::CmpiObjectPath MakeElementRef(const HostCtl::Hardware::PciDevice* device
                                       const char* className);
 
 // A new port path.
-ostInt::CmpiObjectPath MakePCIPortRef(const std::string& portName);
+ostInt::CmpiObjectPath MakePCIPortRef(const char* portName);
+inline ostInt::CmpiObjectPath MakePCIPortRef(const std::string& portName) {
+  return MakePCIPortRef(portName.c_str());
+}
 
 // A new path of the hosting system.
 ostInt::CmpiObjectPath PciCreateSystemRef();

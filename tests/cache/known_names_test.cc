@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <random>
@@ -71,21 +72,24 @@ TEST(KnownNamesTest, AgreesWithAMapWhateverTheOrderAndTheRoom) {
   }
 }
 
-// A walk must find the same as the table, where the names come in order and where they do not.
-TEST(KnownNamesTest, WalkFindsEveryNameWhateverTheOrder) {
+// With a place must be found what is found without, whether the names come in order or not.
+TEST(KnownNamesTest, FindsEveryNameFromEveryPlace) {
   for (std::uint32_t seed = 0; seed < 200; ++seed) {
     std::mt19937 random(seed);
     KnownNames names;
     for (std::uint32_t position = Draw(random, 50); position > 0; --position) {
       names[DrawName(random)].port = position;
     }
-    KnownNames::Walk walk(names);
     std::vector<std::string> asked;
-    for (const auto& [name, facts] : names) asked.insert(asked.end(), random() % 3, name);
+    for (const auto& [name, facts] : names) asked.insert(asked.end(), Draw(random, 3), name);
     for (int step = 0; step < 20; ++step) asked.push_back(DrawName(random));
+
+    std::size_t place = 0;
+    for (const std::string& name : asked) ASSERT_EQ(names.Find(name, place), names.Find(name));
+    place = 0;
     for (const std::string& name : asked) {
-      NameFacts* const found = &walk[name];
-      ASSERT_EQ(found, names.Find(name)) << "seed " << seed << ", \"" << name << '"';
+      NameFacts* const facts = &names.At(name, place);
+      ASSERT_EQ(facts, names.Find(name)) << "seed " << seed << ", \"" << name << '"';
     }
   }
 }

@@ -8,6 +8,8 @@
 #ifndef PLATFORM_OSTINT_CMPI_BROKER_H_
 #define PLATFORM_OSTINT_CMPI_BROKER_H_
 
+#include <atomic>
+
 #include "platform/cmpi/cmpi.h"
 #include "platform/ostint/cmpi_data.h"
 #include "platform/ostint/cmpi_object.h"
@@ -28,9 +30,13 @@ class CmpiResult {
  public:
   explicit CmpiResult(const CMPIResult* result) : result_(result) {}
 
-  void returnData(const CmpiObjectPath& path);
-  void returnData(const CmpiInstance& instance);
-  void returnDone();
+  void returnData(const CmpiObjectPath& path) {
+    ThrowUnlessOk(result_->ft->returnObjectPath(result_, path.raw()));
+  }
+  void returnData(const CmpiInstance& instance) {
+    ThrowUnlessOk(result_->ft->returnInstance(result_, instance.raw()));
+  }
+  void returnDone() { ThrowUnlessOk(result_->ft->returnDone(result_)); }
 
  private:
   const CMPIResult* result_;
@@ -66,20 +72,36 @@ class CmpiBroker {
 
 // The process's one broker. Value classes make their objects with it, because their constructors
 // take none. Set when a provider object is constructed; a library only ever meets one.
-void SetProcessBroker(const CMPIBroker* broker);
-const CMPIBroker* ProcessBroker();
+inline std::atomic<const CMPIBroker*> process_broker{nullptr};  // factories may run at once
+inline void SetProcessBroker(const CMPIBroker* broker) {
+  process_broker.store(broker, std::memory_order_release);
+}
+inline const CMPIBroker* ProcessBroker() { return process_broker.load(std::memory_order_acquire); }
 
 // Brackets one element of a walk: what the object manager made for the provider inside the scope is
 // freed at its end, so that a long enumeration runs in flat memory. Does nothing where the broker
 // offers no mark and release.
 class CmpiElementScope {
  public:
-  CmpiElementScope();
-  ~CmpiElementScope();
+  CmpiElementScope() {
+    const CMPIBroker* broker = ProcessBroker();
+    if (Offered(broker)) mark_ = broker->mft->mark(broker, nullptr);
+  }
+  ~CmpiElementScope() {
+    if (mark_ == nullptr) return;
+    const CMPIBroker* broker = ProcessBroker();
+    broker->mft->release(broker, mark_);
+  }
   CmpiElementScope(const CmpiElementScope&) = delete;
   CmpiElementScope& operator=(const CmpiElementScope&) = delete;
 
  private:
+  // Brokers of CMPI 1.0 end before `mft`: the capability bit is looked at first.
+  static bool Offered(const CMPIBroker* broker) {
+    return (broker->bft->brokerCapabilities & CMPI_MB_Supports_MemEnhancements) != 0 &&
+           broker->mft != nullptr;
+  }
+
   CMPIGcStat* mark_ = nullptr;
 };
 

@@ -73,6 +73,14 @@ class CmpiData {
   CMPIData data_;
 };
 
+void CmpiObjectPath::setKey(const char* name, const CmpiData& value) {
+  ThrowUnlessOk(raw()->ft->addKey(raw(), name, value.value(), value.type()));
+}
+
+void CmpiInstance::setProperty(const char* name, const CmpiData& value) {
+  ThrowUnlessOk(raw()->ft->setProperty(raw(), name, value.value(), value.type()));
+}
+
 }  // namespace ostInt
 
 #endif  // PLATFORM_OSTINT_CMPI_DATA_H_

@@ -48,10 +48,6 @@ CMPIArray* MakeArray(CMPICount count, CMPIType element_type) {
 CmpiObjectPath::CmpiObjectPath(const char* name_space, const char* class_name)
     : CmpiObject(MakeObjectPath(name_space, class_name)) {}
 
-void CmpiObjectPath::setKey(const char* name, const CmpiData& value) {
-  ThrowUnlessOk(raw()->ft->addKey(raw(), name, value.value(), value.type()));
-}
-
 CmpiData CmpiObjectPath::getKey(const char* name) const {
   CMPIStatus status{CMPI_RC_OK, nullptr};
   CMPIData data = raw()->ft->getKey(raw(), name, &status);
@@ -86,10 +82,6 @@ bool CmpiObjectPath::classPathIsA(const char* class_name) const {
 }
 
 CmpiInstance::CmpiInstance(const CmpiObjectPath& path) : CmpiObject(MakeInstance(path)) {}
-
-void CmpiInstance::setProperty(const char* name, const CmpiData& value) {
-  ThrowUnlessOk(raw()->ft->setProperty(raw(), name, value.value(), value.type()));
-}
 
 void CmpiInstance::setPropertyFilter(const char** properties, const char** keys) {
   ThrowUnlessOk(raw()->ft->setPropertyFilter(raw(), properties, keys));

@@ -3,7 +3,8 @@
 // Each is as small as the raw pointer that it holds (an array also knows its element type), copies
 // freely and owns nothing: what the object manager makes for a provider belongs to the object
 // manager until the provider call, or the element scope around it, ends.
-// Constructors that make an object ask the process's one broker (see cmpi_broker.h).
+// Constructors that make an object ask the process's one broker (see cmpi_broker.h). What sets a
+// value is inline, in cmpi_data.h: an element is little else.
 // Errors: every operation throws CmpiStatus when the CMPI call behind it fails.
 // Thread rule: as the object manager's objects: one call, one thread.
 
@@ -47,7 +48,7 @@ class CmpiObjectPath : public CmpiObject {
   // A new path without keys.
   CmpiObjectPath(const char* name_space, const char* class_name);
 
-  void setKey(const char* name, const CmpiData& value);
+  inline void setKey(const char* name, const CmpiData& value);
 
   // The value of a key; its name is found ignoring case (DSP0004, names). Throws
   // CMPI_RC_ERR_NO_SUCH_PROPERTY, or the object manager's own status, when the key is missing or
@@ -82,7 +83,7 @@ class CmpiInstance : public CmpiObject {
   // A new instance with the path's class and keys.
   explicit CmpiInstance(const CmpiObjectPath& path);
 
-  void setProperty(const char* name, const CmpiData& value);
+  inline void setProperty(const char* name, const CmpiData& value);
 
   // Keeps only the listed properties (a null list: all of them) and the listed keys. Both lists
   // are null-terminated and stay the caller's.

@@ -8,4 +8,6 @@ CmpiStatus::CmpiStatus(const CMPIStatus& status) : rc_(status.rc) {
   if (text != nullptr) message_ = text;
 }
 
+void Throw(const CMPIStatus& status) { throw CmpiStatus(status); }
+
 }  // namespace ostInt

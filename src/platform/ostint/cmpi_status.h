@@ -29,9 +29,11 @@ class CmpiStatus {
   std::string message_;
 };
 
+[[noreturn]] void Throw(const CMPIStatus& status);
+
 // Throws the status unless it is CMPI_RC_OK.
 inline void ThrowUnlessOk(const CMPIStatus& status) {
-  if (status.rc != CMPI_RC_OK) throw CmpiStatus(status);
+  if (status.rc != CMPI_RC_OK) Throw(status);
 }
 
 // Throws unless the call that answered `object` succeeded: a null object under CMPI_RC_OK is a
