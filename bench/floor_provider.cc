@@ -1,18 +1,21 @@
 // The floor under the providers: what answering an enumeration costs at the very least. A provider
 // library written by hand against the C interface, in the manner of C, that makes the CMPI calls of
-// the ten classes with the same values, reads from the host what those values need, and does
-// nothing else: what can be known beforehand (which function is of which kind, which ports it has)
-// is known beforehand.
+// the ten classes with the same values, reads from the host what a device's values are fresh reads
+// of, and does nothing else: what can be known beforehand (which function is of which kind, which
+// ports it has, what is connected, the texts of groups) is known beforehand.
 //
-// Answers enumerations alone. Every call is taken to succeed.
+// Answers enumerations alone. Every call is taken to succeed. floor_bench holds what it returns
+// against what the library returns.
 // Thread rule: one thread.
 
 #include <array>
+#include <cctype>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <string>
+#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "cache/hostctl.h"
@@ -22,6 +25,12 @@ namespace {
 
 using HostCtl::Hardware::PciDevice;
 
+struct Group {
+  std::uint8_t bus;
+  std::string identifier;
+  std::string name;
+};
+
 struct Port {
   const PciDevice* device;
   std::string name;
@@ -30,11 +39,17 @@ struct Port {
   std::uint16_t type;
   std::uint8_t entry_bus;
   std::uint8_t reported_bus;
+  const Group* group = nullptr;  // of the entry's bus
 };
 
 struct Element {
   const PciDevice* device;
   const char* class_name;
+};
+
+struct Connection {
+  const PciDevice* device;
+  std::string dependent;  // the antecedent is the name of the device's parent
 };
 
 // What is known before the first request.
@@ -45,7 +60,8 @@ struct Known {
   std::vector<const PciDevice*> switches;
   std::vector<Port> ports;
   std::vector<Element> port_owners;  // of each port
-  std::vector<std::uint8_t> buses;
+  std::vector<Group> groups;
+  std::vector<Connection> connections;
   std::string system_name;
 };
 
@@ -76,12 +92,43 @@ void AddPorts(const PciDevice* device, bool on_switch, bool upstream, bool bridg
   }
 }
 
+void LearnGroups() {
+  std::array<bool, 256> buses{};
+  for (const Port& port : known.ports) buses[port.entry_bus] = true;
+  for (std::size_t bus = 0; bus < buses.size(); ++bus) {
+    if (!buses[bus]) continue;
+    const std::string number = std::to_string(bus);
+    known.groups.push_back({static_cast<std::uint8_t>(bus), "Ostrel:bus-" + number,
+                            "PCI port group with bus number " + number});
+  }
+  std::array<const Group*, 256> group_of{};
+  for (const Group& group : known.groups) group_of[group.bus] = &group;
+  for (Port& port : known.ports) port.group = group_of[port.entry_bus];
+}
+
+// A device is connected where its parent is called as a port is. On the synthetic host such a
+// device is hosted by itself, and its first port is its only one.
+void LearnConnections() {
+  std::unordered_set<std::string> port_names;
+  std::unordered_map<std::string, std::string> first_ports;
+  for (const Port& port : known.ports) {
+    port_names.insert(port.name);
+    first_ports.try_emplace(port.controller, port.name);
+  }
+  for (const auto& device : known.devices) {
+    const std::unique_ptr<PciDevice> parent = device->GetParent();
+    if (parent == nullptr || !port_names.contains(parent->GetName())) continue;
+    const auto connected = first_ports.find(device->GetName());
+    if (connected == first_ports.end()) continue;
+    known.connections.push_back({device.get(), connected->second});
+  }
+}
+
 void Learn() {
   const auto hardware = HostCtl::Host::GetHardwareInfo();
   known.system_name = hardware->GetSystemName();
   for (char& letter : known.system_name) letter = static_cast<char>(std::tolower(letter));
   known.devices = hardware->GetPciInfo()->GetPciDevices();
-  std::array<bool, 256> buses{};
   for (const auto& owned : known.devices) {
     const PciDevice* device = owned.get();
     const bool express = device->HasCapability(0x10);
@@ -93,10 +140,8 @@ void Learn() {
     if (!on_switch && !bridge) known.plain.push_back(device);
     AddPorts(device, on_switch, type == 5, bridge);
   }
-  for (const Port& port : known.ports) buses[port.entry_bus] = true;
-  for (unsigned bus = 0; bus < buses.size(); ++bus) {
-    if (buses[bus]) known.buses.push_back(static_cast<std::uint8_t>(bus));
-  }
+  LearnGroups();
+  LearnConnections();
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -169,11 +214,9 @@ CMPIObjectPath* SystemPath() {
   return path;
 }
 
-CMPIObjectPath* GroupPath(std::uint8_t bus) {
-  char identifier[256];
-  (void)std::snprintf(identifier, sizeof(identifier), "Ostrel:bus-%u", bus);
+CMPIObjectPath* GroupPath(const Group& group) {
   CMPIObjectPath* path = NewPath("Ostrel_PCIPortGroup");
-  Key(path, "InstanceID", identifier);
+  Key(path, "InstanceID", group.identifier.c_str());
   return path;
 }
 
@@ -192,9 +235,10 @@ void SetDeviceProperties(const PciDevice* device, CMPIInstance* instance) {
   std::string element_name = device->GetVendorName();
   element_name += ' ';
   element_name += device->GetDeviceName();
-  char number[16];
-  (void)std::snprintf(number, sizeof(number), " #%u", device->GetDeviceNumber());
-  element_name += number;
+  element_name += " #";
+  const std::uint8_t number = device->GetDeviceNumber();
+  if (number >= 10) element_name += static_cast<char>('0' + number / 10);
+  element_name += static_cast<char>('0' + number % 10);
   const std::unique_ptr<PciDevice> parent = device->GetParent();
   const std::string parent_name = parent == nullptr ? std::string() : parent->GetName();
   const std::vector<std::uint32_t> codes = device->GetCapabilities();
@@ -319,13 +363,11 @@ struct PortWalk {
 struct GroupWalk {
   template <typename Give>
   static void Run(Give give) {
-    for (const std::uint8_t bus : known.buses) {
+    for (const Group& group : known.groups) {
       CMPIGcStat* mark = broker->mft->mark(broker, nullptr);
-      give(GroupPath(bus), [&](CMPIInstance* instance) {
-        char name[256];
-        (void)std::snprintf(name, sizeof(name), "PCI port group with bus number %u", bus);
-        Set(instance, "BusNumber", bus);
-        Set(instance, "ElementName", name);
+      give(GroupPath(group), [&](CMPIInstance* instance) {
+        Set(instance, "BusNumber", group.bus);
+        Set(instance, "ElementName", group.name.c_str());
       });
       broker->mft->release(broker, mark);
     }
@@ -369,14 +411,29 @@ struct ControlledByWalk {
   }
 };
 
+struct DeviceConnectionWalk {
+  template <typename Give>
+  static void Run(Give give) {
+    for (const Connection& connection : known.connections) {
+      CMPIGcStat* mark = broker->mft->mark(broker, nullptr);
+      const std::string parent = connection.device->GetParent()->GetName();
+      CMPIObjectPath* antecedent = PortPath(parent.c_str());
+      give(AssociationPath("Ostrel_PCIDeviceConnection", "Antecedent", antecedent, "Dependent",
+                           PortPath(connection.dependent.c_str())),
+           kNothing);
+      broker->mft->release(broker, mark);
+    }
+  }
+};
+
 struct HostedCollectionWalk {
   template <typename Give>
   static void Run(Give give) {
     CMPIObjectPath* system = SystemPath();
-    for (const std::uint8_t bus : known.buses) {
+    for (const Group& group : known.groups) {
       CMPIGcStat* mark = broker->mft->mark(broker, nullptr);
       give(AssociationPath("Ostrel_PCIHostedCollection", "Antecedent", system, "Dependent",
-                           GroupPath(bus)),
+                           GroupPath(group)),
            kNothing);
       broker->mft->release(broker, mark);
     }
@@ -387,11 +444,12 @@ struct MemberOfCollectionWalk {
   template <typename Give>
   static void Run(Give give) {
     for (const Port& port : known.ports) {
+      const Group& group = *port.group;
       for (const std::string* name : {&port.name, &port.peer}) {
         if (name->empty()) continue;
         CMPIGcStat* mark = broker->mft->mark(broker, nullptr);
-        give(AssociationPath("Ostrel_PCIMemberOfCollection", "Collection",
-                             GroupPath(port.entry_bus), "Member", PortPath(name->c_str())),
+        give(AssociationPath("Ostrel_PCIMemberOfCollection", "Collection", GroupPath(group),
+                             "Member", PortPath(name->c_str())),
              kNothing);
         broker->mft->release(broker, mark);
       }
@@ -467,6 +525,7 @@ FLOOR_PROVIDER(PCIeSwitch, SwitchWalk);
 FLOOR_PROVIDER(PCIPort, PortWalk);
 FLOOR_PROVIDER(PCIPortGroup, GroupWalk);
 FLOOR_PROVIDER(PCISystemDevice, SystemDeviceWalk);
+FLOOR_PROVIDER(PCIDeviceConnection, DeviceConnectionWalk);
 FLOOR_PROVIDER(PCIControlledBy, ControlledByWalk);
 FLOOR_PROVIDER(PCIHostedCollection, HostedCollectionWalk);
 FLOOR_PROVIDER(PCIMemberOfCollection, MemberOfCollectionWalk);

@@ -1,26 +1,27 @@
 // What requests cost through the whole stack: object manager, C interface, wrapper, provider,
-// cache, host. The provider library is the shared library itself.
+// cache, host. The provider library is the shared library itself, the host a synthetic one.
+//
+// Benchmarks, each at 1,000, 8,000 and 64,000 functions:
+//   Enumerate/<class>/<functions>, EnumerateNames/<class>/<functions>   all ten classes
+//   GetInstance/Ostrel_PCIDevice/<functions>
+//   <Associators|AssociatorNames|References|ReferenceNames>/<class>/<source>/<functions>
+// Counters:
+//   returned            elements of one request
+//   per_element         CPU time per element, s
+//   allocs_per_element  allocations of one request by element, object manager and host included
 
 #include <benchmark/benchmark.h>
 
 #include <memory>
 #include <string>
-#include <string_view>
 
-#include "bench/synthetic_host.h"
-#include "broker/object_manager.h"
-#include "broker/provider_library.h"
+#include "bench/heap_count.h"
+#include "bench/provider_stack.h"
 
 namespace {
 
-constexpr const char* kClasses[] = {"Ostrel_PCIDevice",           "Ostrel_PCIBridge",
-                                    "Ostrel_PCIeSwitch",          "Ostrel_PCIPort",
-                                    "Ostrel_PCIPortGroup",        "Ostrel_PCISystemDevice",
-                                    "Ostrel_PCIDeviceConnection", "Ostrel_PCIControlledBy",
-                                    "Ostrel_PCIHostedCollection", "Ostrel_PCIMemberOfCollection"};
-
-constexpr const char* kLibrary = OSTREL_PCI_LIBRARY;
-constexpr const char* kFloor = OSTREL_PCI_FLOOR;
+using bench::Listing;
+using bench::Parents;
 
 // Names in the synthetic host (see synthetic_host.cc): the first bridge group follows 16 buses of
 // switches.
@@ -28,84 +29,52 @@ constexpr const char* kBridge = "0000:11:00.0";
 constexpr const char* kDevice = "0000:12:00.0";
 constexpr const char* kPort = "0000:12:00.0-ep";
 
-// Counts what is returned and looks at nothing else.
-class CountingSink : public broker::ResultSink {
- public:
-  void OnInstanceView(const broker::InstanceView& /*instance*/) override { ++count; }
-  void OnObjectPathView(const broker::ObjectPathView& /*path*/) override { ++count; }
+std::unique_ptr<bench::Stack> stack;  // main drops it: the library's statics must outlive its use
 
-  std::size_t count = 0;
-};
-
-// A provider library loaded on a host of one size. A library learns its host once per load.
-struct Stack {
-  Stack(const char* library_file, std::size_t functions) : manager(MakeOptions()) {
-    bench::UseSyntheticHost(functions);
-    const auto library = broker::ProviderLibrary::Open(library_file);
-    for (const char* name : kClasses) manager.Register(name, library);
-  }
-
-  static broker::Options MakeOptions() {
-    broker::Options options;
-    options.system_name = "bench.example";
-    options.check_guest = false;
-    return options;
-  }
-
-  broker::ObjectManager manager;
-};
-
-// The stack that is asked for, kept from one benchmark to the next that asks for the same.
-Stack& StackOf(const char* library_file, std::size_t functions) {
-  static const char* current_file = nullptr;
+// The library on the host that is asked for, kept from one benchmark to the next that asks for the
+// same.
+broker::ObjectManager& ManagerOn(std::size_t functions, Parents parents) {
   static std::size_t current_functions = 0;
-  static std::unique_ptr<Stack> stack;
-  if (current_file != library_file || current_functions != functions) {
+  static Parents current_parents = {};
+  if (stack == nullptr || functions != current_functions || parents != current_parents) {
     stack.reset();
-    stack = std::make_unique<Stack>(library_file, functions);
-    current_file = library_file;
+    stack = std::make_unique<bench::Stack>(bench::kLibrary, functions, parents);
     current_functions = functions;
+    current_parents = parents;
   }
-  return *stack;
+  return stack->manager;
 }
 
-// Runs `request(manager, sink)` and reports how much was returned and the time per element.
+// Runs `request(manager, sink)` and reports how much was returned, and its cost by element.
 template <typename Request>
-void Measure(benchmark::State& state, Request request, const char* library_file = kLibrary) {
-  broker::ObjectManager& manager =
-      StackOf(library_file, static_cast<std::size_t>(state.range(0))).manager;
+void Measure(benchmark::State& state, Request request, Parents parents) {
+  broker::ObjectManager& manager = ManagerOn(static_cast<std::size_t>(state.range(0)), parents);
   std::size_t returned = 0;
+  std::uint64_t allocations = 0;
   for (auto _ : state) {
-    CountingSink sink;
+    const std::uint64_t before = bench::AllocationCount();
+    bench::CountingSink sink;
     const broker::Status status = request(manager, sink);
     if (status.code != CMPI_RC_OK) state.SkipWithError(status.message.c_str());
     returned = sink.count;
+    allocations = bench::AllocationCount() - before;
   }
   state.counters["returned"] = static_cast<double>(returned);
-  if (returned > 0) {
-    state.counters["per_element"] = benchmark::Counter(
-        static_cast<double>(returned),
-        benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
-  }
+  if (returned == 0) return;
+  state.counters["allocs_per_element"] =
+      static_cast<double>(allocations) / static_cast<double>(returned);
+  state.counters["per_element"] = benchmark::Counter(
+      static_cast<double>(returned),
+      benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
-void Enumerate(benchmark::State& state, const char* class_name, const char* library_file) {
+void Enumerate(benchmark::State& state, Listing listing, const char* class_name) {
   Measure(
       state,
       [&](broker::ObjectManager& manager, broker::ResultSink& sink) {
-        return manager.EnumerateInstances(class_name, manager.ClassPath(class_name), std::nullopt,
-                                          sink);
+        return bench::List(manager, listing, class_name, sink);
       },
-      library_file);
-}
-
-void EnumerateNames(benchmark::State& state, const char* class_name, const char* library_file) {
-  Measure(
-      state,
-      [&](broker::ObjectManager& manager, broker::ResultSink& sink) {
-        return manager.EnumerateInstanceNames(class_name, manager.ClassPath(class_name), sink);
-      },
-      library_file);
+      bench::ParentsFor(class_name));
 }
 
 broker::ObjectPath ElementPath(const broker::ObjectManager& manager, const char* class_name,
@@ -116,10 +85,14 @@ broker::ObjectPath ElementPath(const broker::ObjectManager& manager, const char*
 }
 
 void GetOneDevice(benchmark::State& state) {
-  Measure(state, [&](broker::ObjectManager& manager, broker::ResultSink& sink) {
-    return manager.GetInstance(
-        "Ostrel_PCIDevice", ElementPath(manager, "Ostrel_PCIDevice", kDevice), std::nullopt, sink);
-  });
+  Measure(
+      state,
+      [](broker::ObjectManager& manager, broker::ResultSink& sink) {
+        return manager.GetInstance("Ostrel_PCIDevice",
+                                   ElementPath(manager, "Ostrel_PCIDevice", kDevice), std::nullopt,
+                                   sink);
+      },
+      Parents::kCalledAsDevices);
 }
 
 // The four sources that a client walks from.
@@ -130,58 +103,81 @@ broker::ObjectPath Source(const broker::ObjectManager& manager, const std::strin
   return manager.SystemPath();
 }
 
-void Associators(benchmark::State& state, const char* class_name, const char* kind) {
-  Measure(state, [&](broker::ObjectManager& manager, broker::ResultSink& sink) {
-    return manager.Associators(class_name, Source(manager, kind), {}, std::nullopt, sink);
-  });
+struct Walk {
+  const char* class_name;
+  const char* source;
+};
+
+constexpr Walk kWalks[] = {
+    {"Ostrel_PCIControlledBy", "port"},      {"Ostrel_PCIControlledBy", "device"},
+    {"Ostrel_PCIControlledBy", "bridge"},    {"Ostrel_PCIMemberOfCollection", "port"},
+    {"Ostrel_PCIDeviceConnection", "port"},  {"Ostrel_PCISystemDevice", "system"},
+    {"Ostrel_PCIHostedCollection", "system"}};
+
+enum class Direction { kAssociators, kAssociatorNames, kReferences, kReferenceNames };
+constexpr struct {
+  Direction direction;
+  const char* name;
+} kDirections[] = {{Direction::kAssociators, "Associators"},
+                   {Direction::kAssociatorNames, "AssociatorNames"},
+                   {Direction::kReferences, "References"},
+                   {Direction::kReferenceNames, "ReferenceNames"}};
+
+broker::Status Follow(broker::ObjectManager& manager, Direction direction, const Walk& walk,
+                      broker::ResultSink& sink) {
+  const broker::ObjectPath source = Source(manager, walk.source);
+  switch (direction) {
+    case Direction::kAssociators:
+      return manager.Associators(walk.class_name, source, {}, std::nullopt, sink);
+    case Direction::kAssociatorNames:
+      return manager.AssociatorNames(walk.class_name, source, {}, sink);
+    case Direction::kReferences:
+      return manager.References(walk.class_name, source, {}, std::nullopt, sink);
+    case Direction::kReferenceNames:
+      return manager.ReferenceNames(walk.class_name, source, {}, sink);
+  }
+  return {};
 }
 
-void References(benchmark::State& state, const char* class_name, const char* kind) {
-  Measure(state, [&](broker::ObjectManager& manager, broker::ResultSink& sink) {
-    return manager.References(class_name, Source(manager, kind), {}, std::nullopt, sink);
-  });
+void FollowFrom(benchmark::State& state, Direction direction, const Walk& walk) {
+  Measure(
+      state,
+      [&](broker::ObjectManager& manager, broker::ResultSink& sink) {
+        return Follow(manager, direction, walk, sink);
+      },
+      Parents::kCalledAsDevices);
 }
 
 template <typename... Arguments>
-void Register(const std::string& name, void (*function)(benchmark::State&, Arguments...),
-              std::size_t functions, Arguments... arguments) {
-  benchmark::RegisterBenchmark(name.c_str(), function, arguments...)
-      ->Arg(static_cast<std::int64_t>(functions))
+void Register(const std::string& name, std::int64_t functions, Arguments... arguments) {
+  benchmark::RegisterBenchmark(name.c_str(), arguments...)
+      ->Arg(functions)
+      ->MinTime(0.1)
       ->Unit(benchmark::kMicrosecond);
 }
 
-void RegisterAll(std::size_t functions) {
-  Register("GetInstance/Ostrel_PCIDevice", GetOneDevice, functions);
-  for (const char* name : kClasses) {
-    Register(std::string("Enumerate/") + name, Enumerate, functions, name, kLibrary);
-    Register(std::string("EnumerateNames/") + name, EnumerateNames, functions, name, kLibrary);
+void RegisterAll(std::int64_t functions) {
+  Register("GetInstance/Ostrel_PCIDevice", functions, GetOneDevice);
+  for (const auto& [direction, name] : kDirections) {
+    for (const Walk& walk : kWalks) {
+      Register(std::string(name) + "/" + walk.class_name + "/" + walk.source, functions, FollowFrom,
+               direction, walk);
+    }
   }
-  const struct {
-    const char* kind;
-    const char* class_name;
-  } walks[] = {{"port", "Ostrel_PCIControlledBy"},      {"device", "Ostrel_PCIControlledBy"},
-               {"bridge", "Ostrel_PCIControlledBy"},    {"port", "Ostrel_PCIMemberOfCollection"},
-               {"port", "Ostrel_PCIDeviceConnection"},  {"system", "Ostrel_PCISystemDevice"},
-               {"system", "Ostrel_PCIHostedCollection"}};
-  for (const auto& walk : walks) {
-    const std::string suffix = std::string("/") + walk.class_name + "/" + walk.kind;
-    Register("Associators" + suffix, Associators, functions, walk.class_name, walk.kind);
-    Register("References" + suffix, References, functions, walk.class_name, walk.kind);
-  }
-  for (const char* name : kClasses) {
-    if (std::string_view(name) == "Ostrel_PCIDeviceConnection") continue;  // nothing to return here
-    Register(std::string("Floor/Enumerate/") + name, Enumerate, functions, name, kFloor);
-    Register(std::string("Floor/EnumerateNames/") + name, EnumerateNames, functions, name, kFloor);
+  for (const char* name : bench::kClasses) {
+    Register(std::string("Enumerate/") + name, functions, Enumerate, Listing::kInstances, name);
+    Register(std::string("EnumerateNames/") + name, functions, Enumerate, Listing::kNames, name);
   }
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  for (const std::size_t functions : {1000, 8000, 64000}) RegisterAll(functions);
+  for (const std::int64_t functions : {1000, 8000, 64000}) RegisterAll(functions);
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
+  stack.reset();
   return 0;
 }

@@ -16,10 +16,15 @@
 
 namespace bench {
 
+// How the parent of an endpoint behind a bridge is called: as the bridge, or as the bridge's
+// primary port. Only parents called as ports have connections (Ostrel_PCIDeviceConnection).
+enum class Parents { kCalledAsDevices, kCalledAsPorts };
+
 // From now on the host has `functions` PCI functions: a host bridge, up to eight switches of four
 // downstream ports, then groups of one PCI-to-PCI bridge and seven endpoints behind it; each in
-// segments of 256 buses.
-BENCH_HOST_API void UseSyntheticHost(std::size_t functions);
+// segments of 256 buses. The devices of an earlier host stay valid.
+BENCH_HOST_API void UseSyntheticHost(std::size_t functions,
+                                     Parents parents = Parents::kCalledAsDevices);
 
 }  // namespace bench
 

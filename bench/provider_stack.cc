@@ -1,0 +1,63 @@
+#include "bench/provider_stack.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <stdexcept>
+#include <string>
+
+#include "broker/provider_library.h"
+
+namespace bench {
+
+namespace {
+
+broker::Options MakeOptions() {
+  broker::Options options;
+  options.system_name = "bench.example";
+  options.check_guest = false;
+  // Factories write a trace line each.
+  options.around_factory = [](auto, auto, const auto& call) {
+    const int standard_error = dup(STDERR_FILENO);
+    const int null = open("/dev/null", O_WRONLY);
+    dup2(null, STDERR_FILENO);
+    call();
+    dup2(standard_error, STDERR_FILENO);
+    close(null);
+    close(standard_error);
+  };
+  return options;
+}
+
+}  // namespace
+
+Parents ParentsFor(std::string_view class_name) {
+  return class_name == "Ostrel_PCIDeviceConnection" ? Parents::kCalledAsPorts
+                                                    : Parents::kCalledAsDevices;
+}
+
+Stack::Stack(const char* library_file, std::size_t functions, Parents parents)
+    : manager(MakeOptions()) {
+  UseSyntheticHost(functions, parents);
+  const auto library = broker::ProviderLibrary::Open(library_file);
+  for (const char* name : kClasses) manager.Register(name, library);
+  for (const char* name : kClasses) {
+    broker::Status status;
+    if (manager.InstanceProvider(name, &status) == nullptr) {
+      throw std::runtime_error(std::string(name) + ": " + status.message);
+    }
+    const bool association = library->FindAssociationFactory(name) != nullptr;
+    if (association) manager.AssociationProvider(name, &status);
+  }
+}
+
+broker::Status List(broker::ObjectManager& manager, Listing listing, const char* class_name,
+                    broker::ResultSink& sink) {
+  const broker::ObjectPath path = manager.ClassPath(class_name);
+  return listing == Listing::kInstances
+             ? manager.EnumerateInstances(class_name, path, std::nullopt, sink)
+             : manager.EnumerateInstanceNames(class_name, path, sink);
+}
+
+}  // namespace bench
