@@ -28,6 +28,7 @@
 
 #include "broker/object_manager.h"
 #include "broker/result_sink.h"
+#include "broker/text.h"
 #include "broker/value.h"
 #include "broker/wbem_uri.h"
 #include "fuzz_target.h"
@@ -121,11 +122,12 @@ int Depth(const ObjectPath& path) {
 // As the interface has it: a key that is set again changes its value.
 void SetKey(ObjectPath& path, std::string_view name, Value value) {
   if (name.empty()) return;
-  if (const Value* old = path.Key(name)) {
-    *const_cast<Value*>(old) = std::move(value);
-  } else {
-    path.keys.emplace_back(name, std::move(value));
+  for (auto& [old_name, old_value] : path.keys) {
+    if (!broker::EqualIgnoringCase(old_name, name)) continue;
+    old_value = std::move(value);
+    return;
   }
+  path.keys.emplace_back(name, std::move(value));
 }
 
 struct NamedOperation {
