@@ -385,6 +385,8 @@ Status Manager::AnswerForSystem(const Request& request, Call& call) {
       [[fallthrough]];
     case Operation::kEnumerateInstances: {
       InstanceObject* instance = NewInstance(call.base(), *path);
+      AddText(call.base(), instance->properties, "ElementName", system_name_);
+      instance->record.ft->setPropertyFilter(&instance->record, request.properties, nullptr);
       if (exists) call.ReturnInstance(*instance, "system class");
       break;
     }

@@ -145,6 +145,7 @@ TEST(SystemClass, ServesOneInstanceWithTheNameInLowerCase) {
   EXPECT_EQ(*manager.SystemPath().Key("Name"), Value("host.example"));
   EXPECT_EQ(*outcome.found.instances[0].Find("CreationClassName"),
             Value("OMC_UnitaryComputerSystem"));
+  EXPECT_EQ(*outcome.found.instances[0].Find("ElementName"), Value("host.example"));
   Recorder found;
   EXPECT_TRUE(
       manager.GetInstance("omc_unitarycomputersystem", manager.SystemPath(), std::nullopt, found)
@@ -156,6 +157,19 @@ TEST(SystemClass, ServesOneInstanceWithTheNameInLowerCase) {
                              std::nullopt, found)
                 .code,
             CMPI_RC_ERR_NOT_FOUND);
+}
+
+TEST(SystemClass, GivesTheKeysAndWhatIsListed) {
+  ObjectManager manager({.system_name = "h"});
+  Recorder found;
+  for (const PropertyList& list : {PropertyList{{"elementname"}}, PropertyList{{"Other"}}}) {
+    EXPECT_TRUE(
+        manager.GetInstance("OMC_UnitaryComputerSystem", manager.SystemPath(), list, found).ok());
+  }
+  ASSERT_EQ(found.instances.size(), 2U);
+  EXPECT_EQ(found.instances[0].properties.size(), 3U);
+  EXPECT_EQ(found.instances[1].properties.size(), 2U);
+  EXPECT_EQ(found.instances[1].Find("ElementName"), nullptr);
 }
 
 TEST(SystemClass, MayBeEmptyOrRefused) {

@@ -12,6 +12,7 @@
 
 #include "broker/mof_reader.h"
 #include "broker/mof_writer.h"
+#include "broker/object_manager.h"
 #include "broker/schema.h"
 #include "broker/value.h"
 
@@ -118,6 +119,23 @@ TEST(SchemaFiles, GiveTheSystemClassOneInstanceWithAllKeys) {
   for (const auto& [name, value] : file.instances.front().properties) {
     EXPECT_NE(FindProperty(*system, name), nullptr) << name;
   }
+}
+
+TEST(SchemaFiles, GiveTheSystemWhatTheBuiltInObjectManagerSaysOfIt) {
+  broker::ObjectManager manager({.system_name = "host"});
+  broker::Recorder served;
+  ASSERT_TRUE(
+      manager.GetInstance(broker::schema::kSystemClass, manager.SystemPath(), std::nullopt, served)
+          .ok());
+  ASSERT_THAT(served.instances, SizeIs(1));
+  std::map<std::string, mof::Literals> properties;
+  for (const broker::Property& property : served.instances.front().properties) {
+    const std::string text = broker::ToText(property.value);
+    properties[property.name] = {
+        text == "host" ? std::string(broker::schema::kSystemNamePlaceholder) : text};
+  }
+  const mof::File file = mof::Read(CheckedIn("OMC_UnitaryComputerSystem.mof"));
+  EXPECT_EQ(file.instances.front().properties, properties);
 }
 
 TEST(SchemaFiles, WriteEveryClassOfTheTableSoThatItReadsBack) {

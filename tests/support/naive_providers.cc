@@ -820,18 +820,20 @@ void Providers::ReturnSystemNameOfObjectManager() {
   ReturnPath(path);
 }
 
-void Providers::ReturnSystemOfObjectManager() {
+void Providers::ReturnSystemOfObjectManager(const PropertyList& properties) {
   if (system_.mode == broker::SystemClassMode::kRefused) throw Status{CMPI_RC_ERR_FAILED, true};
   if (system_.mode == broker::SystemClassMode::kEmpty) return;
   ObjectPath path = SystemPath();
   path.keys[1].second = system_.name;
-  ReturnInstance(InstanceFrom(path));
+  Instance instance = InstanceFrom(path);
+  Set(instance, "ElementName", system_.name);
+  ReturnInstance(Filtered(instance, properties));
 }
 
 void Providers::SystemDeviceAssociators(const Request& request) {
   const std::string result_class = request.filter.result_class.value_or("");
   if (IsA(request.path, kPort) || IsA(request.path, kDevice)) {
-    ReturnSystemOfObjectManager();
+    ReturnSystemOfObjectManager(request.properties);
   } else if (IsA(request.path, kSystemClass)) {
     if (SameName(result_class, kPort)) {
       PortList(request.properties);
@@ -1292,7 +1294,7 @@ void Providers::HostedGetInstance(const ObjectPath& path, const PropertyList& pr
 
 void Providers::HostedAssociators(const Request& request) {
   if (IsA(request.path, kPortGroup)) {
-    ReturnSystemOfObjectManager();
+    ReturnSystemOfObjectManager(request.properties);
   } else if (IsA(request.path, kSystemClass)) {
     GroupEnumInstances(request.properties);
   } else {

@@ -184,7 +184,7 @@ class Providers {
   void SystemDeviceAssociatorNames(const Request& request);
   void SystemDeviceReferences(const Request& request);
   void SystemDeviceReferenceNames(const Request& request);
-  void ReturnSystemOfObjectManager();
+  void ReturnSystemOfObjectManager(const Properties& properties);
   void ReturnSystemNameOfObjectManager();
 
   // Port and connected port.
