@@ -3,6 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <httplib.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <memory>
@@ -447,6 +450,40 @@ TEST(ServerAddress, OnlyLoopbackIsServed) {
     server.Stop();
     EXPECT_FALSE(server.is_running());
   }
+}
+
+// Whether this machine has the address ::1; some containers have no IPv6.
+bool HasIpv6Loopback() {
+  const int probe = socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (probe < 0) return false;
+  sockaddr_in6 address{};
+  address.sin6_family = AF_INET6;
+  address.sin6_addr = in6addr_loopback;
+  const bool bound = bind(probe, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
+  close(probe);
+  return bound;
+}
+
+TEST(ServerAddress, TheLoopbackAddressOfIpv6IsServed) {
+  if (!HasIpv6Loopback()) GTEST_SKIP() << "this machine has no ::1";
+  const auto manager = guest::Manager();
+  wbem::ServerOptions options;
+  options.address = "::1";
+  options.port = 0;
+  wbem::Server server(*manager, options);
+  const int port = server.Start();
+  ASSERT_GT(port, 0);
+  httplib::Client client("::1", port);
+  const httplib::Headers headers = {
+      {"CIMOperation", "MethodCall"}, {"CIMMethod", kEnumerate}, {"CIMObject", "root/cimv2"}};
+  const auto result =
+      client.Post("/cimom", headers, messages::Call(kEnumerate, Class(guest::kClass)), "text/xml");
+  ASSERT_TRUE(result);
+  EXPECT_EQ(result->status, 200);
+  const CimAnswer answer(result->body, kEnumerate);
+  EXPECT_THAT(answer.elements(), SizeIs(3));
+  server.Stop();
+  EXPECT_FALSE(server.is_running());
 }
 
 TEST(ServerAddress, APortInUseIsAnError) {
