@@ -194,7 +194,7 @@ TEST_F(Dump, DamagedRecordingsAreAnsweredOrRefused) {
 TEST_F(Dump, AMillionLinesAreReadInOneGo) {
   std::string text;
   std::size_t count = 0;
-  const std::string bytes = good_.substr(good_.find('\n') + 1, 5 * 52);
+  const std::string bytes = good_.substr(good_.find('\n') + 1, std::size_t{5} * 52);
   for (unsigned domain = 0; domain < 4; ++domain) {
     for (unsigned place = 0; place < 0x10000 && count < 166'667; ++place, ++count) {
       char address[32];

@@ -94,7 +94,7 @@ class Model {
   std::string ClassName(const fake::Device& device);
 
   // The ports of the device at that position of the device list, appended to `ports`.
-  void AppendPorts(Position device, std::vector<Port>& ports);
+  void AppendPorts(Position position, std::vector<Port>& ports);
 
   // Questions to the built topology. Nothing where there is no answer.
   std::optional<Position> FindConnectedPort(const std::string& name);
@@ -129,7 +129,7 @@ class Model {
   void IndexPorts();
   void FilePort(Position position);
   void IndexControlledBy();
-  Port MakePort(Position device, const std::string& suffix, const std::string& parent);
+  Port MakePort(Position position, const std::string& suffix, const std::string& parent);
 
   fake::Host host_;
   Failures failures_;

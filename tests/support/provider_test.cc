@@ -207,7 +207,8 @@ ObjectPath ElementPath(const std::string& class_name, const std::string& identif
                       {"CreationClassName", ClassName(class_name)},
                       {"DeviceID", identifier}}};
   // The order that the providers keep.
-  if (class_name == "PCIPort") std::rotate(&path.keys[0], &path.keys[1], &path.keys[3]);
+  if (class_name == "PCIPort")
+    std::rotate(path.keys.begin(), path.keys.begin() + 1, path.keys.begin() + 3);
   return path;
 }
 
