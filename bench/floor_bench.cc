@@ -16,7 +16,6 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
-#include <memory>
 #include <string>
 
 #include "bench/heap_count.h"
@@ -31,35 +30,12 @@ constexpr std::size_t kMostCompared = 8000;
 
 bool all_alike = true;
 
-// The library and the floor on one host.
-struct Pair {
-  Pair(std::size_t functions, bench::Parents parents)
-      : library(bench::kLibrary, functions, parents), floor(bench::kFloor, functions, parents) {}
-
-  bench::Stack library;
-  bench::Stack floor;
-};
-
-std::unique_ptr<Pair> pair;  // main drops it: a library's own statics must outlive its use
-
-// The pair that is asked for, kept from one benchmark to the next that asks for the same.
-Pair& PairOn(std::size_t functions, bench::Parents parents) {
-  static std::size_t current_functions = 0;
-  static bench::Parents current_parents = {};
-  if (pair == nullptr || functions != current_functions || parents != current_parents) {
-    pair.reset();
-    pair = std::make_unique<Pair>(functions, parents);
-    current_functions = functions;
-    current_parents = parents;
-  }
-  return *pair;
-}
-
-bool Alike(Pair& both, Listing listing, const char* class_name) {
+bool Alike(bench::Stack& library_stack, bench::Stack& floor_stack, Listing listing,
+           const char* class_name) {
   broker::Recorder library;
   broker::Recorder floor;
-  const bool listed = bench::List(both.library.manager, listing, class_name, library).ok() &&
-                      bench::List(both.floor.manager, listing, class_name, floor).ok();
+  const bool listed = bench::List(library_stack.manager, listing, class_name, library).ok() &&
+                      bench::List(floor_stack.manager, listing, class_name, floor).ok();
   return listed && !library.events.empty() && library.events == floor.events &&
          library.instances == floor.instances && library.paths == floor.paths;
 }
@@ -76,22 +52,29 @@ Listed ListOnce(bench::Stack& stack, Listing listing, const char* class_name) {
   return {sink.count, bench::AllocationCount() - before};
 }
 
+bench::TimedRuns ListTimes(bench::Stack& stack, Listing listing, const char* class_name) {
+  return [&stack, listing, class_name](std::size_t times) {
+    return bench::SecondsOf([&] { ListOnce(stack, listing, class_name); }, times);
+  };
+}
+
 void Measure(benchmark::State& state, Listing listing, const char* class_name) {
   const auto functions = static_cast<std::size_t>(state.range(0));
-  Pair& both = PairOn(functions, bench::ParentsFor(class_name));
-  if (functions <= kMostCompared && !Alike(both, listing, class_name)) {
+  const bench::Parents parents = bench::ParentsFor(class_name);
+  bench::Stack& library_stack = bench::StackOf(bench::kLibrary, functions, parents);
+  bench::Stack& floor_stack = bench::StackOf(bench::kFloor, functions, parents);
+  if (functions <= kMostCompared && !Alike(library_stack, floor_stack, listing, class_name)) {
     all_alike = false;
     state.SkipWithError("the library and the floor differ");
     return;
   }
-  const Listed library = ListOnce(both.library, listing, class_name);
-  const Listed floor = ListOnce(both.floor, listing, class_name);
+  const Listed library = ListOnce(library_stack, listing, class_name);
+  const Listed floor = ListOnce(floor_stack, listing, class_name);
 
   bench::Turns turns{};
   for (auto _ : state) {
-    turns = bench::MeasureInTurns(
-        [&] { return bench::SecondsOf([&] { ListOnce(both.library, listing, class_name); }); },
-        [&] { return bench::SecondsOf([&] { ListOnce(both.floor, listing, class_name); }); });
+    turns = bench::MeasureInTurns(ListTimes(library_stack, listing, class_name),
+                                  ListTimes(floor_stack, listing, class_name));
     state.SetIterationTime(turns.first_seconds);
   }
 
@@ -108,23 +91,10 @@ void Measure(benchmark::State& state, Listing listing, const char* class_name) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  for (const std::int64_t functions : {1000, 8000, 64000}) {
-    for (const char* class_name : bench::kClasses) {
-      for (const Listing listing : {Listing::kInstances, Listing::kNames}) {
-        const std::string form = listing == Listing::kInstances ? "Instances/" : "Names/";
-        benchmark::RegisterBenchmark(("Floor/" + form + class_name).c_str(), Measure, listing,
-                                     class_name)
-            ->Arg(functions)
-            ->Iterations(1)
-            ->UseManualTime()
-            ->Unit(benchmark::kMicrosecond);
-      }
-    }
-  }
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  pair.reset();
-  return all_alike ? 0 : 1;
+  bench::RegisterListings("Floor", Measure, [](benchmark::internal::Benchmark* listing) {
+    for (const std::int64_t functions : {1000, 8000, 64000}) listing->Arg(functions);
+    listing->Iterations(1)->UseManualTime()->Unit(benchmark::kMicrosecond);
+  });
+  const int status = bench::RunBenchmarks(argc, argv);
+  return all_alike ? status : 1;
 }

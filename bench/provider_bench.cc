@@ -12,7 +12,6 @@
 
 #include <benchmark/benchmark.h>
 
-#include <memory>
 #include <string>
 
 #include "bench/heap_count.h"
@@ -29,26 +28,11 @@ constexpr const char* kBridge = "0000:11:00.0";
 constexpr const char* kDevice = "0000:12:00.0";
 constexpr const char* kPort = "0000:12:00.0-ep";
 
-std::unique_ptr<bench::Stack> stack;  // main drops it: the library's statics must outlive its use
-
-// The library on the host that is asked for, kept from one benchmark to the next that asks for the
-// same.
-broker::ObjectManager& ManagerOn(std::size_t functions, Parents parents) {
-  static std::size_t current_functions = 0;
-  static Parents current_parents = {};
-  if (stack == nullptr || functions != current_functions || parents != current_parents) {
-    stack.reset();
-    stack = std::make_unique<bench::Stack>(bench::kLibrary, functions, parents);
-    current_functions = functions;
-    current_parents = parents;
-  }
-  return stack->manager;
-}
-
 // Runs `request(manager, sink)` and reports how much was returned, and its cost by element.
 template <typename Request>
 void Measure(benchmark::State& state, Request request, Parents parents) {
-  broker::ObjectManager& manager = ManagerOn(static_cast<std::size_t>(state.range(0)), parents);
+  const auto functions = static_cast<std::size_t>(state.range(0));
+  broker::ObjectManager& manager = bench::StackOf(bench::kLibrary, functions, parents).manager;
   std::size_t returned = 0;
   std::uint64_t allocations = 0;
   for (auto _ : state) {
@@ -174,10 +158,5 @@ void RegisterAll(std::int64_t functions) {
 
 int main(int argc, char** argv) {
   for (const std::int64_t functions : {1000, 8000, 64000}) RegisterAll(functions);
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  stack.reset();
-  return 0;
+  return bench::RunBenchmarks(argc, argv);
 }

@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <map>
+#include <memory>
 #include <stdexcept>
 #include <string>
 
@@ -30,6 +32,13 @@ broker::Options MakeOptions() {
   return options;
 }
 
+struct KeptStack {
+  std::size_t functions = 0;
+  Parents parents = {};
+  std::unique_ptr<Stack> stack;
+};
+std::map<std::string, KeptStack> kept_stacks;  // by library
+
 }  // namespace
 
 Parents ParentsFor(std::string_view class_name) {
@@ -52,12 +61,43 @@ Stack::Stack(const char* library_file, std::size_t functions, Parents parents)
   }
 }
 
+Stack& StackOf(const char* library_file, std::size_t functions, Parents parents) {
+  KeptStack& kept = kept_stacks[library_file];
+  if (kept.stack == nullptr || functions != kept.functions || parents != kept.parents) {
+    kept.stack.reset();
+    kept = {functions, parents, std::make_unique<Stack>(library_file, functions, parents)};
+  }
+  return *kept.stack;
+}
+
 broker::Status List(broker::ObjectManager& manager, Listing listing, const char* class_name,
                     broker::ResultSink& sink) {
   const broker::ObjectPath path = manager.ClassPath(class_name);
   return listing == Listing::kInstances
              ? manager.EnumerateInstances(class_name, path, std::nullopt, sink)
              : manager.EnumerateInstanceNames(class_name, path, sink);
+}
+
+void RegisterListings(const char* prefix,
+                      void (*measure)(benchmark::State& state, Listing listing,
+                                      const char* class_name),
+                      void (*configure)(benchmark::internal::Benchmark* listing)) {
+  for (const char* class_name : kClasses) {
+    for (const Listing listing : {Listing::kInstances, Listing::kNames}) {
+      const char* const form = listing == Listing::kInstances ? "/Instances/" : "/Names/";
+      const std::string name = std::string(prefix) + form + class_name;
+      configure(benchmark::RegisterBenchmark(name.c_str(), measure, listing, class_name));
+    }
+  }
+}
+
+int RunBenchmarks(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  kept_stacks.clear();
+  return 0;
 }
 
 }  // namespace bench

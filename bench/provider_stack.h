@@ -6,6 +6,8 @@
 #ifndef BENCH_PROVIDER_STACK_H_
 #define BENCH_PROVIDER_STACK_H_
 
+#include <benchmark/benchmark.h>
+
 #include <cstddef>
 #include <string_view>
 
@@ -46,10 +48,23 @@ struct Stack {
   broker::ObjectManager manager;
 };
 
+// The stack of a library, kept from one benchmark to the next that asks for the same.
+Stack& StackOf(const char* library_file, std::size_t functions, Parents parents);
+
 // The two operations that list a class.
 enum class Listing { kInstances, kNames };
 broker::Status List(broker::ObjectManager& manager, Listing listing, const char* class_name,
                     broker::ResultSink& sink);
+
+// Registers "<prefix>/<Instances|Names>/<class>" for all ten classes; `configure` does the rest.
+void RegisterListings(const char* prefix,
+                      void (*measure)(benchmark::State& state, Listing listing,
+                                      const char* class_name),
+                      void (*configure)(benchmark::internal::Benchmark* listing));
+
+// Runs what is registered, as BENCHMARK_MAIN does, and drops the stacks that were kept: the
+// libraries' statics must outlive their use. Answers what main is to return.
+int RunBenchmarks(int argc, char** argv);
 
 }  // namespace bench
 

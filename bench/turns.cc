@@ -3,7 +3,7 @@
 #include <time.h>
 
 #include <algorithm>
-#include <vector>
+#include <cstddef>
 
 namespace bench {
 
@@ -13,19 +13,13 @@ constexpr double kTurnSeconds = 2e-3;      // at least, of the second
 constexpr double kMeasuredSeconds = 0.25;  // at least, of both in all turns
 constexpr std::size_t kFewestTurns = 9;
 
+}  // namespace
+
 double Median(std::vector<double> values) {
   const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
   std::nth_element(values.begin(), middle, values.end());
   return *middle;
 }
-
-double Repeat(const std::function<double()>& run, std::size_t times) {
-  double seconds = 0;
-  for (std::size_t time = 0; time < times; ++time) seconds += run();
-  return seconds;
-}
-
-}  // namespace
 
 double ThreadSeconds() {
   timespec time{};
@@ -33,10 +27,10 @@ double ThreadSeconds() {
   return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
-Turns MeasureInTurns(const std::function<double()>& first, const std::function<double()>& second) {
-  first();
+Turns MeasureInTurns(const TimedRuns& first, const TimedRuns& second) {
+  first(1);
   std::size_t times = 1;
-  while (Repeat(second, times) < kTurnSeconds) times *= 2;
+  while (second(times) < kTurnSeconds) times *= 2;
 
   std::vector<double> ratios;
   std::vector<double> first_seconds;
@@ -45,9 +39,9 @@ Turns MeasureInTurns(const std::function<double()>& first, const std::function<d
   while (ratios.size() < kFewestTurns || measured < kMeasuredSeconds) {
     const bool swapped = ratios.size() % 2 != 0;
     double below = 0;
-    if (swapped) below = Repeat(second, times);
-    const double above = Repeat(first, times);
-    if (!swapped) below = Repeat(second, times);
+    if (swapped) below = second(times);
+    const double above = first(times);
+    if (!swapped) below = second(times);
     first_seconds.push_back(above / static_cast<double>(times));
     second_seconds.push_back(below / static_cast<double>(times));
     ratios.push_back(above / below);

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <vector>
 
 namespace bench {
 
@@ -16,19 +17,24 @@ struct Turns {
   double second_seconds;
 };
 
+// Does something so many times over and answers the CPU seconds that count of it.
+using TimedRuns = std::function<double(std::size_t times)>;
+
 // Runs both, each as often in a turn as makes some milliseconds, for as many turns as make a
-// quarter of a second, and nine at least. Either goes first as often as the other. A run answers
-// the CPU seconds that it counts (see ThreadSeconds).
-Turns MeasureInTurns(const std::function<double()>& first, const std::function<double()>& second);
+// quarter of a second, and nine at least. Either goes first as often as the other.
+Turns MeasureInTurns(const TimedRuns& first, const TimedRuns& second);
+
+// The middle one by size. At least one value.
+double Median(std::vector<double> values);
 
 // CPU time of this thread so far.
 double ThreadSeconds();
 
-// CPU time of one call.
+// CPU time of so many calls.
 template <typename Call>
-double SecondsOf(Call call) {
+double SecondsOf(Call call, std::size_t times = 1) {
   const double begin = ThreadSeconds();
-  call();
+  for (std::size_t time = 0; time < times; ++time) call();
   return ThreadSeconds() - begin;
 }
 
