@@ -10,14 +10,17 @@
 //   library_allocs_per_element  allocations of one listing, object manager and host included
 //   floor_allocs_per_element    the same
 //   returned                    elements of one listing
-// Before it is measured, what the two return is compared (up to 8,000 functions); a difference is
-// an error of the benchmark, and the program ends with 1.
+// Before it is measured, what the two return and which calls they make of the object manager is
+// compared (up to 8,000 functions); a difference is an error of the benchmark, and the program ends
+// with 1.
 
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
+#include <map>
 #include <string>
 
+#include "bench/cmpi_calls.h"
 #include "bench/heap_count.h"
 #include "bench/provider_stack.h"
 #include "bench/turns.h"
@@ -30,14 +33,25 @@ constexpr std::size_t kMostCompared = 8000;
 
 bool all_alike = true;
 
-bool Alike(bench::Stack& library_stack, bench::Stack& floor_stack, Listing listing,
-           const char* class_name) {
-  broker::Recorder library;
-  broker::Recorder floor;
-  const bool listed = bench::List(library_stack.manager, listing, class_name, library).ok() &&
-                      bench::List(floor_stack.manager, listing, class_name, floor).ok();
-  return listed && !library.events.empty() && library.events == floor.events &&
-         library.instances == floor.instances && library.paths == floor.paths;
+// What a listing returns, and the calls it makes of the object manager.
+struct Behaviour {
+  broker::Recorder returned;
+  std::map<std::string, std::size_t> calls;
+};
+
+Behaviour Observe(bench::Stack& stack, Listing listing, const char* class_name) {
+  Behaviour behaviour;
+  const bench::CmpiCalls calls;
+  bench::List(stack.manager, listing, class_name, behaviour.returned);
+  behaviour.calls = calls.counts();
+  return behaviour;
+}
+
+bool Alike(const Behaviour& library, const Behaviour& floor) {
+  return !library.calls.empty() && !library.returned.events.empty() &&
+         library.returned.events == floor.returned.events &&
+         library.returned.instances == floor.returned.instances &&
+         library.returned.paths == floor.returned.paths && library.calls == floor.calls;
 }
 
 struct Listed {
@@ -63,7 +77,8 @@ void Measure(benchmark::State& state, Listing listing, const char* class_name) {
   const bench::Parents parents = bench::ParentsFor(class_name);
   bench::Stack& library_stack = bench::StackOf(bench::kLibrary, functions, parents);
   bench::Stack& floor_stack = bench::StackOf(bench::kFloor, functions, parents);
-  if (functions <= kMostCompared && !Alike(library_stack, floor_stack, listing, class_name)) {
+  if (functions <= kMostCompared && !Alike(Observe(library_stack, listing, class_name),
+                                           Observe(floor_stack, listing, class_name))) {
     all_alike = false;
     state.SkipWithError("the library and the floor differ");
     return;
