@@ -116,6 +116,9 @@ TEST_F(Unprivileged, TheLineStandsOnceAmongVerboseOnes) {
 // The running host, of which nobody knows beforehand what there is to be seen.
 TEST(RunningHost, TellsOfCapabilitiesThatTheKernelDoesNotShow) {
   if (geteuid() != 0) GTEST_SKIP() << "only root can become another user";
+#ifdef OSTREL_COVERAGE
+  GTEST_SKIP() << "another user cannot add to the line counts, and its processes say so";
+#endif
   bool listed = false;  // a function has capabilities
   bool shown = true;    // the kernel shows them to this process, which it may not do in a container
   std::error_code none;

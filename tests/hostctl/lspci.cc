@@ -73,7 +73,7 @@ void ReadVerbose(const std::string& block, LspciFunction& function) {
   const std::size_t link = block.find("LnkCap:");
   const std::size_t speed = block.find("Speed ", link);
   const bool linked = link != block.npos && speed < block.find('\n', link);
-  const double transfers = linked ? std::stod(block.substr(speed + 6)) : 0;  // GT/s
+  const double transfers = linked ? std::strtod(block.c_str() + speed + 6, nullptr) : 0;  // GT/s
 
   const std::pair<std::uint32_t, bool> codes[] = {
       {2, flagged("66MHz+")},
