@@ -52,8 +52,8 @@ class FAKE_HOST_API LogCapture {
   std::vector<LogLine> lines_;
 };
 
-// Called with true before a line is kept and with false after it, from now on: what captures keep is
-// the test's, not that of the code that logs. Null: nothing is called.
+// Called with true before a line is kept and with false after it, from now on: what captures keep
+// is the test's, not that of the code that logs. Null: nothing is called.
 FAKE_HOST_API void AroundCapture(void (*hook)(bool begins));
 
 #endif  // SUPPORT_LOG_CAPTURE_H_
