@@ -140,7 +140,11 @@ bool SameElement(const ObjectPath& left, const ObjectPath& right) {
   return true;
 }
 
-std::string Text(const ObjectPath& path) { return broker::ToWbemUri(path); }
+// A log line ends at a zero byte, which a path with a zero character holds.
+std::string Text(const ObjectPath& path) {
+  const std::string text = broker::ToWbemUri(path);
+  return text.substr(0, text.find('\0'));
+}
 
 bool HasDash(const std::string& name) { return name.find('-') != std::string::npos; }
 
