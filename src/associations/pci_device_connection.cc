@@ -31,8 +31,8 @@ struct Connection {
   CmpiObjectPath dependent;
 };
 
-Connection Connect(const PortEntry& parent, const PortEntry& connected) {
-  return {MakePCIPortRef(parent.portName), MakePCIPortRef(connected.portName)};
+Connection Connect(const std::string& parent_port, const PortEntry& connected) {
+  return {MakePCIPortRef(parent_port), MakePCIPortRef(connected.portName)};
 }
 
 // What the operations do with a connection.
@@ -57,13 +57,11 @@ void ForEachConnection(Emit emit) {
   std::size_t device_place = 0;
   for (const auto& device : GetDevicesCache()) {
     const std::string parent_name = ParentIdentifier(device.get());
-    if (parent_name.empty()) continue;
-    const PortEntry& parent = LookupPortEntry(parent_name, parent_place);
-    if (parent.device == nullptr) continue;
+    if (parent_name.empty() || !IsPortName(parent_name, parent_place)) continue;
     const PortEntry& connected = FindConnectedPort(device->GetName(), device_place);
     if (connected.device == nullptr) continue;
     const ostInt::CmpiElementScope scope;
-    emit(Connect(parent, connected));
+    emit(Connect(parent_name, connected));
   }
 }
 
@@ -104,7 +102,7 @@ CmpiStatus ForConnectionOf(CmpiResult& result, const CmpiObjectPath& port, Emit 
   if (!source) return CMPI_RC_ERR_NOT_FOUND;
   const PortEntry& connected = FindConnectedPort(source->entry.device->GetName());
   if (connected.device == nullptr) return CMPI_RC_ERR_NOT_FOUND;
-  emit(Connect(source->host, connected));
+  emit(Connect(source->host.portName, connected));
   result.returnDone();
   return CMPI_RC_OK;
 }
@@ -201,7 +199,7 @@ CmpiStatus PCIDeviceConnection::getInstance(const CmpiContext& /*context*/, Cmpi
     return NotFound("PCIDeviceConnection gi FAILED FindConnectedPort(%s)", antecedent);
   }
   // The ends change places, and are not compared with each other: intended.
-  InstanceEmitter(result, properties)(Connect(parent, other));
+  InstanceEmitter(result, properties)(Connect(parent.portName, other));
   result.returnDone();
   return CMPI_RC_OK;
 }

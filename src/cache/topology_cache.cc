@@ -129,11 +129,6 @@ void FilePort(TopologyCache& cache, const HostKinds& kinds, const PortEntry& ent
   }
 }
 
-const PortEntry& PortOf(const NameFacts* facts) {
-  const bool is_port = facts != nullptr && facts->port != NameFacts::kUnknown;
-  return is_port ? process_cache.ports[facts->port] : null_port_entry;
-}
-
 // What may fail half way; what it has filled by then stays.
 void BuildTopology(TopologyCache& cache, int progress) {
   HostCtl::HostFactory::GetHost();
@@ -228,9 +223,11 @@ bool LookupPort(const std::string& portName, const PciDevice*& out) {
 }
 
 const PortEntry& LookupPortEntry(const std::string& portName) {
-  return PortOf(process_cache.names.Find(portName));
+  const std::uint32_t position = process_cache.names.Find(portName, &NameFacts::port);
+  return position == NameFacts::kUnknown ? null_port_entry : process_cache.ports[position];
 }
 
-const PortEntry& LookupPortEntry(const std::string& portName, std::size_t& place) {
-  return PortOf(process_cache.names.Find(portName, place));
+bool IsPortName(const std::string& name, std::size_t& place) {
+  const NameFacts* facts = process_cache.names.Find(name, place);
+  return facts != nullptr && facts->port != NameFacts::kUnknown;
 }

@@ -74,8 +74,9 @@ bool LookupPort(const std::string& portName, const HostCtl::Hardware::PciDevice*
 
 // The port of that name, or the null port entry (null device, empty strings).
 const PortEntry& LookupPortEntry(const std::string& portName);
-// The same where one name is asked for several times in a row, or names come in the order of the
-// port list: then it is cheaper. `place` goes from one lookup to the next, from 0.
-const PortEntry& LookupPortEntry(const std::string& portName, std::size_t& place);
+
+// Whether there is a port of that name. Cheap where one name is asked for several times in a row,
+// or names come in the order of the port list; `place` goes from one question to the next, from 0.
+bool IsPortName(const std::string& name, std::size_t& place);
 
 #endif  // CACHE_TOPOLOGY_CACHE_H_
