@@ -50,7 +50,7 @@ std::int32_t SnapshotDevice::GetPcieDeviceType() const { return record().pcie_po
 
 std::unique_ptr<Hardware::PciDevice> SnapshotDevice::GetParent() const {
   if (record().parent == kNoParent) return nullptr;
-  return std::make_unique<SnapshotDevice>(snapshot_, record().parent);
+  return std::make_unique<SnapshotDevice>(share_, record().parent);
 }
 
 }  // namespace HostCtl::Linux

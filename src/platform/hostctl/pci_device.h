@@ -15,8 +15,15 @@ namespace HostCtl::Linux {
 // A view: it keeps its snapshot alive and asks no one else.
 class SnapshotDevice final : public Hardware::PciDevice {
  public:
+  // A count of its own of who needs the snapshot. One count for all devices would be written by
+  // every thread that asks any device for its parent, and keep them waiting for each other.
+  using Share = std::shared_ptr<const std::shared_ptr<const Snapshot>>;
+
   SnapshotDevice(std::shared_ptr<const Snapshot> snapshot, std::uint32_t index)
-      : snapshot_(std::move(snapshot)), index_(index) {}
+      : SnapshotDevice(std::make_shared<const std::shared_ptr<const Snapshot>>(std::move(snapshot)),
+                       index) {}
+  SnapshotDevice(Share share, std::uint32_t index)
+      : share_(std::move(share)), snapshot_(share_->get()), index_(index) {}
 
   std::string GetName() const override;
   std::uint16_t GetSegment() const override;  // the low 16 bits of a wider domain
@@ -41,7 +48,8 @@ class SnapshotDevice final : public Hardware::PciDevice {
  private:
   const FunctionRecord& record() const { return snapshot_->functions()[index_]; }
 
-  std::shared_ptr<const Snapshot> snapshot_;
+  Share share_;
+  const Snapshot* snapshot_;
   std::uint32_t index_;
 };
 
