@@ -3,7 +3,7 @@
 #                   with ^ matches is left out of the row's name.
 #   --arg columns   names, separated by blanks: "time", or a counter. "name@": over the last number
 #                   in the benchmarks' names, one column for each, and one row for all of them.
-#                   "name<=1.2": larger values are marked as missed.
+#                   "name<=1.2", "name>=1.8": larger, or smaller, values are marked as missed.
 
 # Of several repetitions their median counts.
 def measured:
@@ -33,19 +33,25 @@ def seconds:
 
 def unit_seconds: {ns: 1e-9, us: 1e-6, ms: 1e-3, s: 1}[.];
 
+def misses($value):
+  .bound != null and (if .sense == "<=" then $value > .bound else $value < .bound end);
+
 # Counters that do not name their unit are in seconds where they are a time by element.
 def cell($column):
   if $column.name == "time" then .real_time * (.time_unit | unit_seconds) | seconds
   elif has($column.name) | not then ""
-  else .[$column.name]
+  else .[$column.name] as $value
+    | $value
     | (if $column.name | startswith("per_") then seconds else shown end)
-      + (if $column.bound != null and . > $column.bound then " **missed**" else "" end)
+      + (if $column | misses($value) then " **missed**" else "" end)
   end;
 
 def read_column:
-  capture("^(?<name>[^@<]+)(?<spread>@?)(<=(?<bound>.+))?$")
-  | {name, spread: (.spread == "@"), bound: (.bound // null | if . then tonumber else null end)}
-  | . + {title: ((.name | gsub("_"; " ")) + (if .bound then ", at most \(.bound)" else "" end))};
+  capture("^(?<name>[^@<>]+)(?<spread>@?)((?<sense>[<>]=)(?<bound>.+))?$")
+  | {name, sense, spread: (.spread == "@"), bound: (.bound // null | if . then tonumber else null end)}
+  | . + {title: ((.name | gsub("_"; " "))
+                 + (if .bound then (if .sense == "<=" then ", at most" else ", at least" end) + " \(.bound)"
+                    else "" end))};
 
 def line: "| " + join(" | ") + " |";
 
