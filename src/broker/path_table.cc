@@ -107,9 +107,12 @@ CMPIStatus SetNameSpaceFromObjectPath(CMPIObjectPath* op, const CMPIObjectPath* 
 
 CMPIStatus SetHostAndNameSpaceFromObjectPath(CMPIObjectPath* op, const CMPIObjectPath* src) {
   constexpr const char* kFunction = "CMPIObjectPath.setHostAndNameSpaceFromObjectPath";
-  const CMPIStatus status = SetNameSpaceFromObjectPath(op, src);
+  const auto* source = Use<PathObject>(src, kFunction);
+  if (source == nullptr) return Answer(CMPI_RC_ERR_INVALID_HANDLE);
+  const CMPIStatus status =
+      SetText(op, &PathObject::name_space, source->name_space.data(), kFunction);
   if (status.rc != CMPI_RC_OK) return status;
-  return SetText(op, &PathObject::host, Use<PathObject>(src, kFunction)->host.data(), kFunction);
+  return SetText(op, &PathObject::host, source->host.data(), kFunction);
 }
 
 // Qualifiers are not served (no CMPI_MB_Supports_Qualifier).

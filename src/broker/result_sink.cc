@@ -8,28 +8,8 @@ std::string_view ValueView::text() const {
   if (data_->type == CMPI_dateTime) return Behind<DateTimeObject>(data_->value.dateTime)->text;
   return Behind<StringObject>(data_->value.string)->view();
 }
-ObjectPathView ValueView::reference() const {
-  return ObjectPathView(*Behind<PathObject>(data_->value.ref));
-}
-InstanceView ValueView::embedded_instance() const {
-  return InstanceView(*Behind<InstanceObject>(data_->value.inst));
-}
-std::size_t ValueView::size() const { return Behind<ArrayObject>(data_->value.array)->size; }
-ValueView ValueView::element(std::size_t index) const {
-  return ValueView(Behind<ArrayObject>(data_->value.array)->elements[index]);
-}
-Value ValueView::ToValue() const { return broker::ToValue(*data_); }
 
-std::string_view ObjectPathView::host() const { return path_->host; }
-std::string_view ObjectPathView::name_space() const { return path_->name_space; }
 std::string_view ObjectPathView::class_name() const { return path_->class_name; }
-std::size_t ObjectPathView::key_count() const { return path_->keys.size; }
-std::string_view ObjectPathView::key_name(std::size_t index) const {
-  return path_->keys.items[index].name;
-}
-ValueView ObjectPathView::key_value(std::size_t index) const {
-  return ValueView(path_->keys.items[index].data);
-}
 ObjectPath ObjectPathView::ToObjectPath() const { return ToValue(*path_); }
 
 ObjectPathView InstanceView::path() const { return ObjectPathView(*instance_->path); }

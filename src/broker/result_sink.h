@@ -22,8 +22,6 @@ namespace broker {
 
 struct PathObject;
 struct InstanceObject;
-class ObjectPathView;
-class InstanceView;
 
 // One value of an element that is being returned.
 class ValueView {
@@ -32,18 +30,10 @@ class ValueView {
 
   CMPIType type() const { return data_->type; }
   bool is_null() const { return (data_->state & CMPI_nullValue) != 0; }
-  bool is_array() const { return (data_->type & CMPI_ARRAY) != 0; }
   // The numbers, booleans and characters stand in here, by type().
   const CMPIValue& raw() const { return data_->value; }
   // Of a string or a date; null-terminated.
   std::string_view text() const;
-  ObjectPathView reference() const;
-  InstanceView embedded_instance() const;
-  // Of an array.
-  std::size_t size() const;
-  ValueView element(std::size_t index) const;
-
-  Value ToValue() const;
 
  private:
   const CMPIData* data_;
@@ -53,12 +43,7 @@ class ObjectPathView {
  public:
   explicit ObjectPathView(const PathObject& path) : path_(&path) {}
 
-  std::string_view host() const;  // empty where none was set
-  std::string_view name_space() const;
   std::string_view class_name() const;
-  std::size_t key_count() const;
-  std::string_view key_name(std::size_t index) const;
-  ValueView key_value(std::size_t index) const;
 
   ObjectPath ToObjectPath() const;
 

@@ -3,6 +3,8 @@
 #ifndef TESTS_BROKER_GUEST_H_
 #define TESTS_BROKER_GUEST_H_
 
+#include <gtest/gtest.h>
+
 #include <memory>
 #include <string>
 #include <utility>
@@ -40,6 +42,21 @@ inline Outcome Enumerate(ObjectManager& manager, const std::string& class_name) 
   outcome.status = manager.EnumerateInstances(class_name, manager.ClassPath(class_name),
                                               std::nullopt, outcome.found);
   outcome.errors = manager.ProviderErrors();
+  return outcome;
+}
+
+// Enumerates a class of the interface provider, whose checks must all hold; `errors` are then those
+// that the checks are about.
+inline Outcome RunChecks(ObjectManager& manager, const std::string& class_name) {
+  manager.Register(class_name, ProviderLibrary::Open(INTERFACE_PROVIDER));
+  Outcome outcome = Enumerate(manager, class_name);
+  if (outcome.found.instances.size() != 1) {
+    ADD_FAILURE() << "no report: " << ToString(outcome.status);
+    return outcome;
+  }
+  const Instance& report = outcome.found.instances[0];
+  EXPECT_EQ(*report.Find("Failures"), Value(""));
+  EXPECT_GT(*report.Find("Checks")->as_unsigned(), 0U);
   return outcome;
 }
 

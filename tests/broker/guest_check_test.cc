@@ -8,6 +8,7 @@
 namespace broker {
 namespace {
 
+using ::testing::ElementsAreArray;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
@@ -63,6 +64,115 @@ INSTANTIATE_TEST_SUITE_P(
                "an object of another call"},
         Misuse{"Guest_Throwing", CMPI_RC_ERR_FAILED, "EnumerateInstances", "out of the operation"}),
     [](const auto& tested) { return std::string(tested.param.class_name).substr(6); });
+
+// What was kept, without the class and the operation.
+std::vector<std::string> Kept(const Outcome& outcome) {
+  std::vector<std::string> texts;
+  for (const ProviderError& error : outcome.errors) {
+    texts.push_back(error.function + ": " + error.text);
+  }
+  return texts;
+}
+
+class GuestChecks : public ::testing::TestWithParam<bool> {
+ protected:
+  ObjectManager manager_{{.imitate_cmpi_1_0 = GetParam()}};
+};
+
+INSTANTIATE_TEST_SUITE_P(Versions, GuestChecks, ::testing::Bool(), [](const auto& tested) {
+  return tested.param ? "Version100" : "Version200";
+});
+
+TEST_P(GuestChecks, RefuseNullObjectsInEveryFunction) {
+  const Outcome outcome = RunChecks(manager_, "Guest_Nulls");
+  std::vector<std::string> functions;
+  for (const ProviderError& error : outcome.errors) {
+    EXPECT_EQ(error.text, "a null object") << error.function;
+    functions.push_back(error.function);
+  }
+  EXPECT_THAT(functions, ElementsAreArray({"CMPIString.release",
+                                           "CMPIString.clone",
+                                           "CMPIString.getCharPtr",
+                                           "CMPIArray.getSize",
+                                           "CMPIArray.getSimpleType",
+                                           "CMPIArray.getElementAt",
+                                           "CMPIArray.setElementAt",
+                                           "CMPIArgs.addArg",
+                                           "CMPIArgs.getArg",
+                                           "CMPIArgs.getArgAt",
+                                           "CMPIArgs.getArgCount",
+                                           "CMPIDateTime.getBinaryFormat",
+                                           "CMPIDateTime.getStringFormat",
+                                           "CMPIDateTime.isInterval",
+                                           "CMPIObjectPath.getClassName",
+                                           "CMPIObjectPath.setClassName",
+                                           "CMPIObjectPath.addKey",
+                                           "CMPIObjectPath.getKey",
+                                           "CMPIObjectPath.getKeyAt",
+                                           "CMPIObjectPath.getKeyCount",
+                                           "CMPIObjectPath.setNameSpaceFromObjectPath",
+                                           "CMPIObjectPath.setHostAndNameSpaceFromObjectPath",
+                                           "CMPIObjectPath.toString",
+                                           "CMPIInstance.getProperty",
+                                           "CMPIInstance.getPropertyAt",
+                                           "CMPIInstance.getPropertyCount",
+                                           "CMPIInstance.setProperty",
+                                           "CMPIInstance.getObjectPath",
+                                           "CMPIInstance.setPropertyFilter",
+                                           "CMPIInstance.setObjectPath",
+                                           "CMPIContext.getEntry",
+                                           "CMPIContext.clone",
+                                           "CMPIResult.returnInstance",
+                                           "CMPIResult.returnObjectPath",
+                                           "CMPIResult.returnDone",
+                                           "CMPIEnumeration.getNext",
+                                           "CMPIEnumeration.hasNext",
+                                           "CMPIEnumeration.toArray",
+                                           "CMPIBroker.enumerateInstances",
+                                           "CMPIBroker.getInstance",
+                                           "CMPIBroker.createInstance",
+                                           "CMPIBroker.createInstance",
+                                           "CMPIBroker.modifyInstance",
+                                           "CMPIBroker.deleteInstance",
+                                           "CMPIBroker.prepareAttachThread",
+                                           "CMPIBroker.attachThread",
+                                           "CMPIBroker.newInstance",
+                                           "CMPIBroker.classPathIsA",
+                                           "CMPIBroker.isOfType",
+                                           "CMPIBroker.toString",
+                                           "CMPIBroker.getType"}));
+}
+
+TEST_P(GuestChecks, RefuseArgumentsThatAFunctionCannotTake) {
+  EXPECT_THAT(
+      Kept(RunChecks(manager_, "Guest_Misuses")),
+      ElementsAreArray(
+          {"CMPIArray.setElementAt: uint16 into an array of uint8",
+           "CMPIArray.setElementAt: an index beyond the array",
+           "CMPIArray.getElementAt: an index beyond the array",
+           "CMPIBroker.newArray: elements of type args",
+           "CMPIInstance.setProperty: an array of another type than is stated",
+           "CMPIInstance.setProperty: a value of type enumeration",
+           "CMPIObjectPath.addKey: a key of type instance", "CMPIInstance.setProperty: a null name",
+           "CMPIInstance.getProperty: a null name", "CMPIBroker.classPathIsA: a null class name",
+           "CMPIInstance.setProperty: an object used after its release",
+           "CMPIBroker.toString: no object of this object manager",
+           "CMPIResult.returnData: a null value", "CMPIResult.returnData: a value of type uint8",
+           "CMPIResult.returnData: the operation returns instances",
+           "CMPIEnumeration.getNext: beyond the end",
+           "CMPIBroker.attachThread: the thread is attached already",
+           "CMPIBroker.detachThread: the thread is not attached"}));
+}
+
+TEST(GuestCheck, RefusesWhatOnlyACurrentBrokerCanBeAsked) {
+  ObjectManager manager({});
+  EXPECT_THAT(
+      Kept(RunChecks(manager, "Guest_CurrentMisuses")),
+      ElementsAreArray({"CMPIBroker.cmpiRealloc: no block of this call",
+                        "CMPIBroker.cmpiFree: no block of this call",
+                        "CMPIError.get: a null object", "CMPIError.get: a null object",
+                        "CMPIError.get: a null object", "CMPIResult.returnError: a null object"}));
+}
 
 TEST(GuestCheck, MeetsAnObjectThatWasKeptFromAnEarlierCall) {
   const auto manager = ManagerWith({"Guest_Keeper"});

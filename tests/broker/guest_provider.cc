@@ -418,6 +418,39 @@ CMPIInstanceMI* InstanceRecord(const CMPIBroker* mb, decltype(&Cleanup) cleanup 
   return &record;
 }
 
+// Holds one instance, from its creation to its deletion: a clone, independent of any call.
+CMPIInstance* stored = nullptr;
+
+CMPIStatus StoreInstances(const Call& call) {
+  if (stored != nullptr) call.result->ft->returnInstance(call.result, stored);
+  return call.result->ft->returnDone(call.result);
+}
+CMPIStatus StoreCreate(CMPIInstanceMI*, const CMPIContext*, const CMPIResult*,
+                       const CMPIObjectPath*, const CMPIInstance* inst) {
+  CMPIStatus rc = kOk;
+  stored = inst->ft->clone(inst, &rc);
+  return rc;
+}
+CMPIStatus StoreDelete(CMPIInstanceMI*, const CMPIContext*, const CMPIResult*,
+                       const CMPIObjectPath*) {
+  const CMPIStatus rc = stored->ft->release(stored);
+  stored = nullptr;
+  return rc;
+}
+
+CMPIInstanceMIFT store_table = {CMPIVersion200,
+                                CMPIVersion200,
+                                "guest",
+                                Cleanup,
+                                EnumNames<NotServed>,
+                                Listed<StoreInstances>,
+                                Listed<NotServed>,
+                                StoreCreate,
+                                Modify,
+                                StoreDelete,
+                                Query};
+CMPIInstanceMI store_record = {nullptr, &store_table};
+
 CMPIStatus CleanupLink(CMPIAssociationMI*, const CMPIContext*, CMPIBoolean) { return kOk; }
 
 // An association instance that shows the filters of the request.
@@ -492,6 +525,10 @@ GUEST_FACTORY(Guest_Throwing) { return InstanceRecord<ThrowingInstances>(mb); }
 GUEST_FACTORY(Guest_Leak) { return InstanceRecord<LeakInstances>(mb); }
 GUEST_FACTORY(Guest_Unattached) { return InstanceRecord<UnattachedInstances>(mb); }
 GUEST_FACTORY(Guest_Stay) { return InstanceRecord<NotServed, PlainNames>(mb, StayLoaded); }
+GUEST_FACTORY(Guest_Store) {
+  broker = mb;
+  return &store_record;
+}
 GUEST_FACTORY(Guest_NullFactory) {
   broker = mb;
   if (rc != nullptr) *rc = Failed(CMPI_RC_ERR_ACCESS_DENIED, "not today");

@@ -1,35 +1,17 @@
-// A provider library that walks through the tables of the broker it meets and says what answered
-// otherwise than the interface promises: one instance of Guest_Interface, its property "Failures"
-// listing the expectations that did not hold (by source line), its property "Checks" how many did.
-//
-// Of a version 100 broker it uses only what that version has, as a careful provider does.
+// The tables as the interface promises them, one function after the other.
 
 #include <cstring>
-#include <string>
 
+#include "interface_checks.h"
 #include "platform/cmpi/cmpi.h"
 
 namespace {
 
-const CMPIBroker* broker = nullptr;
-std::string failures;
-CMPIUint32 checks = 0;
-
-void Expect(bool holds, int line, const char* what) {
-  ++checks;
-  if (!holds) failures += std::to_string(line) + ": " + what + "\n";
-}
-#define EXPECT(condition) Expect((condition), __LINE__, #condition)
-
-const CMPIValue* Chars(const char* text) { return reinterpret_cast<const CMPIValue*>(text); }
-
-bool Is(const CMPIString* string, const char* text) {
-  return string != nullptr && std::strcmp(string->ft->getCharPtr(string, nullptr), text) == 0;
-}
-
-CMPIStatus rc;
-
-bool Ok() { return rc.rc == CMPI_RC_OK; }
+using guest::broker;
+using guest::Chars;
+using guest::Is;
+using guest::Ok;
+using guest::rc;
 
 void Strings() {
   CMPIString* text = broker->eft->newString(broker, "text", &rc);
@@ -41,6 +23,7 @@ void Strings() {
   EXPECT(broker->eft->isOfType(broker, text, "CMPIArray", &rc) == 0);
   EXPECT(Is(broker->eft->getType(broker, text, &rc), "CMPIString"));
   EXPECT(Is(broker->eft->toString(broker, text, &rc), "text"));
+  EXPECT(Is(broker->eft->newString(broker, nullptr, &rc), "") && Ok());
 }
 
 void Arrays() {
@@ -171,6 +154,14 @@ void Instances() {
   EXPECT(holder->ft->setProperty(holder, "Held", &value, CMPI_instance).rc == CMPI_RC_OK);
   EXPECT(holder->ft->setProperty(holder, "Nothing", nullptr, CMPI_string).rc == CMPI_RC_OK);
   EXPECT((holder->ft->getProperty(holder, "Nothing", &rc).state & CMPI_nullValue) != 0);
+  value.string = nullptr;  // a null record is a null value as well
+  EXPECT(holder->ft->setProperty(holder, "NullRecord", &value, CMPI_string).rc == CMPI_RC_OK);
+  EXPECT((holder->ft->getProperty(holder, "NullRecord", &rc).state & CMPI_nullValue) != 0);
+  if (broker->bft->brokerVersion < CMPIVersion200) return;
+  EXPECT(
+      holder->ft->setPropertyWithOrigin(holder, "Origin", Chars("kept"), CMPI_chars, "CIM_X").rc ==
+      CMPI_RC_OK);
+  EXPECT(Is(holder->ft->getProperty(holder, "Origin", &rc).value.string, "kept"));
 }
 
 void Arguments() {
@@ -185,6 +176,17 @@ void Arguments() {
   EXPECT(Ok() && Is(name, "Force"));
   CMPIArgs* clone = args->ft->clone(args, &rc);
   EXPECT(Ok() && clone->ft->getArgCount(clone, &rc) == 1);
+  EXPECT(clone->ft->release(clone).rc == CMPI_RC_OK);
+  args->ft->getArgAt(args, 1, nullptr, &rc);
+  EXPECT(rc.rc == CMPI_RC_ERR_NO_SUCH_PROPERTY);
+}
+
+void Contexts(const CMPIContext* context) {
+  EXPECT(context->ft->getEntry(context, "cmpiinvocationflags", &rc).value.uint32 == 0 && Ok());
+  CMPIContext* clone = context->ft->clone(context, &rc);
+  EXPECT(Ok() && clone->ft->addEntry(clone, "Own", Chars("entry"), CMPI_chars).rc == CMPI_RC_OK);
+  EXPECT(Is(clone->ft->getEntry(clone, "OWN", &rc).value.string, "entry"));
+  EXPECT(clone->ft->getEntryCount(clone, &rc) == context->ft->getEntryCount(context, &rc) + 1);
   EXPECT(clone->ft->release(clone).rc == CMPI_RC_OK);
 }
 
@@ -208,12 +210,21 @@ void Times() {
   CMPIDateTime* clone = time->ft->clone(time, &rc);
   EXPECT(Ok() && Is(clone->ft->getStringFormat(clone, &rc), kTime));
   EXPECT(clone->ft->release(clone).rc == CMPI_RC_OK);
+  EXPECT(Is(broker->eft->toString(broker, time, &rc), kTime));
 }
 
 void Messages() {
   EXPECT(Is(
       broker->eft->getMessage(broker, "id", "$2 of $1", &rc, 2, CMPI_chars, "text", CMPI_uint32, 5),
       "5 of text"));
+  CMPIString* inserted = broker->eft->newString(broker, "string", &rc);
+  EXPECT(Is(
+      broker->eft->getMessage(broker, "id", "$1 $2 $3 $4 $5 $6", &rc, 6, CMPI_string, inserted,
+                              CMPI_uint64, CMPIUint64{18446744073709551615ULL}, CMPI_sint64,
+                              CMPISint64{-9}, CMPI_real64, 0.5, CMPI_boolean, 1, CMPI_sint32, -7),
+      "string 18446744073709551615 -9 0.500000 true -7"));
+  EXPECT(Is(broker->eft->getMessage(broker, "id", "$1 costs $2 and $", &rc, 1, CMPI_boolean, 0),
+            "false costs $2 and $"));
   EXPECT(broker->eft->logMessage(broker, 1, "id", "logged", nullptr).rc == CMPI_RC_OK);
   CMPIString* text = broker->eft->newString(broker, "traced", &rc);
   EXPECT(broker->eft->trace(broker, 2, "part", nullptr, text).rc == CMPI_RC_OK);
@@ -263,6 +274,12 @@ void Memory() {
   broker->mft->freeString(broker, text);
   CMPIStatus message_file = broker->eft->openMessageFile(broker, "file", nullptr);
   EXPECT(message_file.rc == CMPI_RC_ERR_NOT_SUPPORTED);
+  EXPECT(broker->eft->closeMessageFile(broker, nullptr).rc == CMPI_RC_ERR_NOT_SUPPORTED);
+  EXPECT(Is(broker->eft->getMessage2(broker, "id", nullptr, "$1", &rc, 1, CMPI_sint32, 4), "4"));
+  EXPECT(broker->mft->cmpiStrDup(broker, nullptr) == nullptr);
+  EXPECT(broker->mft->cmpiRealloc(broker, nullptr, 8) != nullptr);
+  broker->mft->cmpiFree(broker, nullptr);
+  broker->mft->freeSelectExp(broker, nullptr);
 }
 
 int once_runs = 0;
@@ -295,48 +312,68 @@ void System() {
   xft.destroyCondition(condition);
   xft.destroyMutex(mutex);
   EXPECT(xft.threadSleep(0) == 0);
+  EXPECT(xft.resolveFileName("messages") == nullptr);
 }
 
-CMPIStatus EnumInstances(CMPIInstanceMI*, const CMPIContext*, const CMPIResult* rslt,
-                         const CMPIObjectPath*, const char**) {
-  failures.clear();
-  checks = 0;
+// A thread that waits for the word of another.
+struct Handshake {
+  void* mutex = broker->xft->newMutex(0);
+  void* condition = broker->xft->newCondition(0);
+  bool told = false;
+
+  Handshake() = default;
+  Handshake(const Handshake&) = delete;
+  Handshake& operator=(const Handshake&) = delete;
+  ~Handshake() {
+    broker->xft->destroyCondition(condition);
+    broker->xft->destroyMutex(mutex);
+  }
+};
+
+void* WaitAndExit(void* parameter) {
+  auto* handshake = static_cast<Handshake*>(parameter);
+  broker->xft->lockMutex(handshake->mutex);
+  while (!handshake->told) broker->xft->condWait(handshake->condition, handshake->mutex);
+  broker->xft->unlockMutex(handshake->mutex);
+  broker->xft->exitThread(handshake);
+  return nullptr;
+}
+
+void* WaitForCancellation(void*) {
+  for (;;) broker->xft->threadSleep(1000);
+}
+
+void Threads() {
+  const CMPIBrokerExtFT& xft = *broker->xft;
+  Handshake handshake;
+  void* thread = xft.newThread(WaitAndExit, &handshake, 0);
+  xft.lockMutex(handshake.mutex);
+  handshake.told = true;
+  EXPECT(xft.signalCondition(handshake.condition) == 0);
+  xft.unlockMutex(handshake.mutex);
+  void* answer = nullptr;
+  EXPECT(xft.joinThread(thread, &answer) == 0 && answer == &handshake);
+
+  thread = xft.newThread(WaitForCancellation, nullptr, 0);
+  EXPECT(xft.cancelThread(thread) == 0);
+  EXPECT(xft.joinThread(thread, &answer) == 0 && answer != &handshake);
+}
+
+void CheckAll(const guest::Request& request) {
   Strings();
   Arrays();
   Paths();
   Instances();
   Arguments();
+  Contexts(request.context);
   Times();
   Messages();
   System();
+  Threads();
   if (broker->bft->brokerVersion >= CMPIVersion200) Errors();
   if ((broker->bft->brokerCapabilities & CMPI_MB_Supports_MemEnhancements) != 0) Memory();
-  CMPIObjectPath* path =
-      broker->eft->newObjectPath(broker, "root/cimv2", "Guest_Interface", nullptr);
-  CMPIInstance* instance = broker->eft->newInstance(broker, path, nullptr);
-  instance->ft->setProperty(instance, "Failures", Chars(failures.c_str()), CMPI_chars);
-  CMPIValue value;
-  value.uint32 = checks;
-  instance->ft->setProperty(instance, "Checks", &value, CMPI_uint32);
-  value.sint32 = broker->eft->ftVersion;
-  instance->ft->setProperty(instance, "Version", &value, CMPI_sint32);
-  rslt->ft->returnInstance(rslt, instance);
-  return rslt->ft->returnDone(rslt);
 }
-
-CMPIStatus Cleanup(CMPIInstanceMI*, const CMPIContext*, CMPIBoolean) {
-  return {CMPI_RC_OK, nullptr};
-}
-
-// A table may leave entries out: the object manager answers for them.
-CMPIInstanceMIFT table = {CMPIVersion200, CMPIVersion200, "guest", Cleanup, nullptr, EnumInstances,
-                          nullptr,        nullptr,        nullptr, nullptr, nullptr};
-CMPIInstanceMI record = {nullptr, &table};
 
 }  // namespace
 
-extern "C" __attribute__((visibility("default"))) CMPIInstanceMI* Guest_Interface_Create_InstanceMI(
-    const CMPIBroker* mb, const CMPIContext*) {
-  broker = mb;
-  return &record;
-}
+CHECKING_CLASS(Guest_Interface, CheckAll)

@@ -12,6 +12,7 @@ namespace broker {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using Event = Recorder::Event;
@@ -83,6 +84,8 @@ TEST(ObjectManager, HandsOutProviderRecordsWithAStatusOrWithout) {
   EXPECT_EQ(manager->InstanceProvider("Guest_Plain", nullptr), record);
   EXPECT_EQ(manager->InstanceProvider("Ostrel_PCIDevice", nullptr), nullptr);
   EXPECT_EQ(manager->AssociationProvider("Guest_Plain", nullptr), nullptr);
+  EXPECT_EQ(manager->AssociationProvider("Ostrel_PCIDevice", &status), nullptr);
+  EXPECT_EQ(status, (Status{CMPI_RC_ERR_INVALID_CLASS, "Ostrel_PCIDevice"}));
   EXPECT_EQ(manager->AssociationProvider("Guest_Plain", &status), nullptr);
   EXPECT_EQ(status.code, CMPI_RC_ERR_NOT_SUPPORTED);
 }
@@ -99,6 +102,46 @@ TEST(ObjectManager, CarriesInstancesAndQueriesIn) {
   EXPECT_TRUE(manager->DeleteInstance("Guest_Plain", path, made).ok());
   EXPECT_EQ(manager->ExecQuery("Guest_Plain", path, "select *", "WQL", made),
             (Status{CMPI_RC_ERR_INVALID_QUERY, "WQL: select *"}));
+}
+
+TEST(ObjectManager, CarriesValuesOfEveryTypeInAndOut) {
+  const ObjectPath reference = PathWith("Guest_Plain", "Name", Value("one"));
+  const Instance embedded{{std::nullopt, "root/cimv2", "Guest_Inner", {}},
+                          {{"Inner", Value(std::uint8_t{3})}}};
+  const Instance instance{{"host", "root/cimv2", "Guest_Store", {}},
+                          {{"Boolean", Value(true)},
+                           {"Char16", Value(u'\u20ac')},
+                           {"Real32", Value(0.25F)},
+                           {"Real64", Value(-1e300)},
+                           {"Uint8", Value(std::uint8_t{255})},
+                           {"Uint16", Value(std::uint16_t{65535})},
+                           {"Uint32", Value(std::uint32_t{4294967295U})},
+                           {"Uint64", Value(std::uint64_t{18446744073709551615U})},
+                           {"Sint8", Value(std::int8_t{-128})},
+                           {"Sint16", Value(std::int16_t{-32768})},
+                           {"Sint32", Value(std::int32_t{-2147483647})},
+                           {"Sint64", Value(std::int64_t{-9223372036854775807})},
+                           {"String", Value("text")},
+                           {"DateTime", Value(DateTime{"20261121120000.250000+060"})},
+                           {"Reference", Value(reference)},
+                           {"Embedded", Value(embedded)},
+                           {"Null", Value::Null(CMPI_sint16)},
+                           {"Numbers", Value::ArrayOf(CMPI_uint16, {Value(std::uint16_t{1}),
+                                                                    Value::Null(CMPI_uint16)})},
+                           {"Texts", Value::ArrayOf(CMPI_string, {Value("a"), Value("")})},
+                           {"References", Value::ArrayOf(CMPI_ref, {Value(reference)})},
+                           {"Empty", Value::ArrayOf(CMPI_dateTime, {})}}};
+  const auto manager = ManagerWith({"Guest_Store"});
+  Recorder unused;
+  EXPECT_TRUE(manager->CreateInstance("Guest_Store", instance.path, instance, unused).ok());
+  const Outcome outcome = Enumerate(*manager, "Guest_Store");
+  ASSERT_EQ(outcome.found.instances.size(), 1U);
+  EXPECT_EQ(outcome.found.instances[0].path, instance.path);
+  EXPECT_THAT(outcome.found.instances[0].properties, ElementsAreArray(instance.properties));
+  EXPECT_EQ(manager->GetStatistics().clones_alive, 1);
+  EXPECT_TRUE(manager->DeleteInstance("Guest_Store", instance.path, unused).ok());
+  EXPECT_EQ(manager->GetStatistics().clones_alive, 0);
+  EXPECT_THAT(manager->ProviderErrors(), IsEmpty());
 }
 
 TEST(ObjectManager, CarriesAssociationFiltersIn) {

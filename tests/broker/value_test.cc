@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "broker/status.h"
 
 namespace broker {
@@ -44,6 +46,10 @@ TEST(Value, ReadsWellAsText) {
   EXPECT_EQ(ToText(Value(false)), "FALSE");
   EXPECT_EQ(ToText(Value(u'\u00e9')), "\xc3\xa9");
   EXPECT_EQ(ToText(Value(std::int8_t{-7})), "-7");
+  EXPECT_EQ(ToText(Value(~std::uint64_t{0})), "18446744073709551615");
+  EXPECT_EQ(ToText(Value(0.5F)), "0.5");
+  EXPECT_EQ(ToText(Value(-0.125)), "-0.125");
+  EXPECT_EQ(ToText(Value(DateTime{"00000001010101.000000:000"})), "00000001010101.000000:000");
   EXPECT_EQ(ToText(Value::ArrayOf(CMPI_uint16, {Value(std::uint16_t{1}), Value(std::uint16_t{2})})),
             "{1, 2}");
   EXPECT_EQ(ToText(Value(ObjectPath{std::nullopt, "root", "C", {{"K", Value("v")}}})),
@@ -60,13 +66,43 @@ TEST(Value, FindsNamesIgnoringCase) {
 }
 
 TEST(Value, NamesTypes) {
-  EXPECT_EQ(TypeName(CMPI_ref), "reference");
-  EXPECT_EQ(TypeName(CMPI_uint16 | CMPI_ARRAY), "uint16[]");
+  const std::pair<CMPIType, const char*> names[] = {
+      {CMPI_null, "null"},     {CMPI_boolean, "boolean"},   {CMPI_char16, "char16"},
+      {CMPI_real32, "real32"}, {CMPI_real64, "real64"},     {CMPI_uint8, "uint8"},
+      {CMPI_uint16, "uint16"}, {CMPI_uint32, "uint32"},     {CMPI_uint64, "uint64"},
+      {CMPI_sint8, "sint8"},   {CMPI_sint16, "sint16"},     {CMPI_sint32, "sint32"},
+      {CMPI_sint64, "sint64"}, {CMPI_instance, "instance"}, {CMPI_ref, "reference"},
+      {CMPI_args, "args"},     {CMPI_string, "string"},     {CMPI_enumeration, "enumeration"},
+      {CMPI_chars, "chars"},   {CMPI_dateTime, "datetime"}, {CMPI_uint16 | CMPI_ARRAY, "uint16[]"}};
+  for (const auto& [type, name] : names) EXPECT_EQ(TypeName(type), name);
   EXPECT_EQ(TypeName(0x0BAD), "unknown");
 }
 
 TEST(Status, TellsNameNumberAndText) {
-  EXPECT_EQ(StatusName(CMPI_RC_ERR_NOT_FOUND), "CMPI_RC_ERR_NOT_FOUND (6)");
+  const std::pair<CMPIrc, const char*> names[] = {
+      {CMPI_RC_ERR_ACCESS_DENIED, "CMPI_RC_ERR_ACCESS_DENIED (2)"},
+      {CMPI_RC_ERR_INVALID_NAMESPACE, "CMPI_RC_ERR_INVALID_NAMESPACE (3)"},
+      {CMPI_RC_ERR_INVALID_PARAMETER, "CMPI_RC_ERR_INVALID_PARAMETER (4)"},
+      {CMPI_RC_ERR_INVALID_CLASS, "CMPI_RC_ERR_INVALID_CLASS (5)"},
+      {CMPI_RC_ERR_NOT_FOUND, "CMPI_RC_ERR_NOT_FOUND (6)"},
+      {CMPI_RC_ERR_NOT_SUPPORTED, "CMPI_RC_ERR_NOT_SUPPORTED (7)"},
+      {CMPI_RC_ERR_CLASS_HAS_CHILDREN, "CMPI_RC_ERR_CLASS_HAS_CHILDREN (8)"},
+      {CMPI_RC_ERR_CLASS_HAS_INSTANCES, "CMPI_RC_ERR_CLASS_HAS_INSTANCES (9)"},
+      {CMPI_RC_ERR_INVALID_SUPERCLASS, "CMPI_RC_ERR_INVALID_SUPERCLASS (10)"},
+      {CMPI_RC_ERR_ALREADY_EXISTS, "CMPI_RC_ERR_ALREADY_EXISTS (11)"},
+      {CMPI_RC_ERR_NO_SUCH_PROPERTY, "CMPI_RC_ERR_NO_SUCH_PROPERTY (12)"},
+      {CMPI_RC_ERR_TYPE_MISMATCH, "CMPI_RC_ERR_TYPE_MISMATCH (13)"},
+      {CMPI_RC_ERR_QUERY_LANGUAGE_NOT_SUPPORTED, "CMPI_RC_ERR_QUERY_LANGUAGE_NOT_SUPPORTED (14)"},
+      {CMPI_RC_ERR_INVALID_QUERY, "CMPI_RC_ERR_INVALID_QUERY (15)"},
+      {CMPI_RC_ERR_METHOD_NOT_AVAILABLE, "CMPI_RC_ERR_METHOD_NOT_AVAILABLE (16)"},
+      {CMPI_RC_ERR_METHOD_NOT_FOUND, "CMPI_RC_ERR_METHOD_NOT_FOUND (17)"},
+      {CMPI_RC_DO_NOT_UNLOAD, "CMPI_RC_DO_NOT_UNLOAD (50)"},
+      {CMPI_RC_NEVER_UNLOAD, "CMPI_RC_NEVER_UNLOAD (51)"},
+      {CMPI_RC_ERR_INVALID_HANDLE, "CMPI_RC_ERR_INVALID_HANDLE (60)"},
+      {CMPI_RC_ERR_INVALID_DATA_TYPE, "CMPI_RC_ERR_INVALID_DATA_TYPE (61)"},
+      {CMPI_RC_ERROR_SYSTEM, "CMPI_RC_ERROR_SYSTEM (100)"},
+      {CMPI_RC_ERROR, "CMPI_RC_ERROR (200)"}};
+  for (const auto& [code, name] : names) EXPECT_EQ(StatusName(code), name);
   EXPECT_EQ(StatusName(static_cast<CMPIrc>(123)), "CMPI_RC (123)");
   EXPECT_EQ(ToString(Status{}), "CMPI_RC_OK (0)");
   EXPECT_EQ(ToString(Status{CMPI_RC_ERR_FAILED, "why"}), "CMPI_RC_ERR_FAILED (1): why");
