@@ -279,7 +279,10 @@ class Findings {
 class TemporaryFolder {
  public:
   TemporaryFolder() {
-    std::string name = fs::temp_directory_path() / "ostrel-pci-XXXXXX";
+    std::error_code error;
+    const fs::path parent = fs::temp_directory_path(error);
+    if (error) throw CommandError("no folder for temporary files: " + error.message());
+    std::string name = parent / "ostrel-pci-XXXXXX";
     if (mkdtemp(name.data()) == nullptr) {
       throw CommandError(fmt::format("cannot make {}: {}", name, ErrorText(errno)));
     }

@@ -208,6 +208,16 @@ TEST(Usage, HelpAndVersionGoToStandardOutput) {
   }
 }
 
+TEST(Commands, PrintHowToRegister) {
+  // The tools of the object managers need not be there: a dry run says so and goes on.
+  const Outcome run = RunOnRecord({"register", "--for", "sfcb", "--dry-run", "--with-system"});
+  EXPECT_THAT(run.out, HasSubstr("\nsed s/@SYSTEM_NAME@/recorded/ /"));
+  EXPECT_THAT(run.out, HasSubstr("/schema/ostrel-pci.sfcb.reg "));
+  EXPECT_THAT(run.out, HasSubstr("\nsfcbrepos -f\n"));
+  const Outcome back = RunOnRecord({"unregister", "--for", "pegasus", "--dry-run"});
+  EXPECT_THAT(back.out, HasSubstr("\ncimprovider -r -m OstrelPCIModule\n"));
+}
+
 TEST(Failures, NameClassesThatWereMeant) {
   const std::string message = Bad(1, {"enumerate", "PCIDevise"});
   EXPECT_THAT(message, HasSubstr("CMPI_RC_ERR_INVALID_CLASS (5)"));

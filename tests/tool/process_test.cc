@@ -177,6 +177,28 @@ TEST(CommandLine, TakesOneValueForEveryProperty) {
   EXPECT_EQ(Parsed({"ei", "-p", "A", "X"}).operand, "X");
 }
 
+TEST(CommandLine, KnowsTwoObjectManagersToRegisterWith) {
+  const char* words[] = {"ostrel-pci", "register", "--for", "other"};
+  std::ostringstream out, err;
+  const auto parsed = ParseCommandLine(4, words, out, err);
+  ASSERT_NE(std::get_if<int>(&parsed), nullptr);
+  EXPECT_EQ(std::get<int>(parsed), 2);
+  EXPECT_THAT(err.str(), HasSubstr("--for other: this command knows pegasus, sfcb\n"));
+}
+
+TEST(CommandLine, ReadsWhatToRegisterWith) {
+  const Arguments arguments = Parsed({"register", "--for", "pegasus", "--dry-run", "--with-system",
+                                      "--provider-dir", "/a", "--provider-dir", "/b"});
+  EXPECT_EQ(arguments.command, Command::kRegister);
+  EXPECT_EQ(arguments.registration.server, Server::kPegasus);
+  EXPECT_FALSE(arguments.registration.unregister);
+  EXPECT_TRUE(arguments.registration.dry_run);
+  EXPECT_TRUE(arguments.registration.with_system);
+  EXPECT_EQ(arguments.registration.provider_folders, (std::vector<std::string>{"/a", "/b"}));
+  EXPECT_EQ(Parsed({"unregister", "--for", "sfcb"}).registration.server, Server::kSfcb);
+  EXPECT_TRUE(Parsed({"unregister", "--for", "sfcb"}).registration.unregister);
+}
+
 TEST(CommandLine, TakesPathsAsTheyAre) {
   const char* path = "root/cimv2:X.A=\"[1,2]\",B=\"a b\\\"c\"";
   EXPECT_EQ(Parsed({"gi", path}).operand, path);

@@ -12,6 +12,8 @@
 #include <iterator>
 #include <sstream>
 
+#include "tool/errors.h"
+
 // The environment and a shell, on one thread.
 // NOLINTBEGIN(concurrency-mt-unsafe,cert-env33-c)
 namespace {
@@ -162,6 +164,28 @@ TEST_F(RegisterTest, FillsTheHostsNameIntoTheSystemClass) {
   EXPECT_FALSE(fs::exists(file)) << "the filled-in copy is left behind";
 }
 
+TEST_F(RegisterTest, TakesTheSystemClassOffTheStageOfSfcb) {
+  AddSfcb();
+  options_.with_system = true;
+  options_.unregister = true;
+  EXPECT_EQ(Run(), 0) << err_.str();
+  EXPECT_THAT(Calls(), ElementsAre("sfcbunstage -n root/cimv2 -r ostrel-pci.sfcb.reg "
+                                   "Ostrel_PCI.mof",
+                                   "sfcbunstage -n root/cimv2 OMC_UnitaryComputerSystem.mof",
+                                   "sfcbrepos -f"));
+}
+
+TEST_F(RegisterTest, LoadsTheSystemClassIntoPegasusBeforeTheProviders) {
+  AddPegasus();
+  options_.server = tool::Server::kPegasus;
+  options_.with_system = true;
+  EXPECT_EQ(Run(), 0) << err_.str();
+  ASSERT_EQ(Calls().size(), 5U);
+  EXPECT_THAT(Calls()[3], AllOf(StartsWith("cimmof -uc -n root/cimv2 /"),
+                                EndsWith("/OMC_UnitaryComputerSystem.mof")));
+  EXPECT_THAT(Calls()[4], StartsWith("cimmof -n root/PG_InterOp "));
+}
+
 TEST_F(RegisterTest, PrintsTheStepsOfADryRunAndCallsNothing) {
   AddSfcb();
   options_.dry_run = true;
@@ -191,6 +215,20 @@ TEST_F(RegisterTest, PrintsADryRunThatAShellCanCarryOut) {
   EXPECT_EQ(Calls(), real);
 }
 
+TEST_F(RegisterTest, QuotesWhatAShellWouldReadOtherwise) {
+  AddSfcb();
+  const fs::path odd = folder_ / "it's a $folder";
+  fs::copy(options_.schema_folder, odd);
+  options_.schema_folder = odd;
+  options_.dry_run = true;
+  EXPECT_EQ(Run(), 0) << err_.str();
+  std::ofstream(folder_ / "script") << "set -e\n" << out_.str();
+  EXPECT_EQ(system(("sh " + (folder_ / "script").string()).c_str()), 0);
+  EXPECT_THAT(Calls(), ElementsAre("sfcbstage -n root/cimv2 -r schema/ostrel-pci.sfcb.reg "
+                                   "schema/Ostrel_PCI.mof",
+                                   "sfcbrepos -f"));
+}
+
 TEST_F(RegisterTest, StopsAtTheStepThatFailsAndNamesIt) {
   AddSfcb();
   AddTool("sfcbstage", 3);
@@ -206,6 +244,31 @@ TEST_F(RegisterTest, SaysWhatMostLikelyIsWrongWhenTheRepositoryDoesNotBuild) {
   EXPECT_EQ(Run(), 1);
   EXPECT_EQ(Calls().size(), 2U);
   EXPECT_THAT(err_.str(), AllOf(HasSubstr("step 2 of 2 failed"), HasSubstr("CIM schema")));
+}
+
+TEST_F(RegisterTest, TellsASignalThatEndsAStep) {
+  AddSfcb();
+  std::ofstream(folder_ / "bin" / "sfcbrepos") << "#!/bin/sh\nkill -KILL $$\n";
+  EXPECT_EQ(Run(), 1);
+  EXPECT_THAT(err_.str(), HasSubstr("\"sfcbrepos -f\" was ended by signal 9."));
+}
+
+TEST_F(RegisterTest, TellsAToolThatCannotBeStarted) {
+  AddSfcb();
+  std::ofstream(folder_ / "bin" / "sfcbstage") << "#!/nonexistent/interpreter\n";
+  EXPECT_EQ(Run(), 1);
+  EXPECT_THAT(Calls(), IsEmpty());
+  EXPECT_THAT(err_.str(), HasSubstr("could not be started: No such file or directory."));
+}
+
+TEST_F(RegisterTest, TellsThatThereIsNowhereToPutTemporaryFiles) {
+  AddSfcb();
+  for (const char* folder : {"/nonexistent", "/proc"}) {
+    setenv("TMPDIR", folder, 1);
+    EXPECT_THROW(Run(), tool::CommandError) << folder;
+  }
+  setenv("TMPDIR", folder_.parent_path().c_str(), 1);
+  EXPECT_THAT(Calls(), IsEmpty());
 }
 
 TEST_F(RegisterTest, SaysThatPegasusIsNotRunning) {

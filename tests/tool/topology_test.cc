@@ -141,6 +141,36 @@ TEST(Topology, NestsInJson) {
   EXPECT_EQ(functions[1]["id"], "0000:00:02.0");
 }
 
+TEST(Topology, IsAGraphOfFunctionsPortsAndBuses) {
+  Topology topology = Sample();
+  topology.buses = {{"Ostrel:bus-26", 26, {"0000:00:01.0-pri"}}};
+  std::ostringstream out;
+  RenderDot(topology, {.ports = true, .buses = true}, out);
+  for (const char* line :
+       {"\"system host\" [label=\"host\", shape=box3d];",
+        "\"system host\" -> \"root bus 0000:00\";", "\"root bus 0000:00\" -> \"0000:00:01.0\";",
+        "\"0000:00:01.0\" [label=\"0000:00:01.0\\nName\", shape=house];",
+        "\"0000:01:00.0\" [label=\"0000:01:00.0\\nName\", shape=hexagon];",
+        "\"0000:02:00.0\" [label=\"0000:02:00.0\\nName\", shape=cds];",
+        "\"0000:02:00.0\" -> \"0000:03:00.0\";",
+        "\"0000:00:01.0-pri\" [label=\"0000:00:01.0-pri\\nPCI\", shape=ellipse];",
+        "\"0000:00:01.0\" -> \"0000:00:01.0-pri\" [style=dotted];",
+        "\"Ostrel:bus-26\" [label=\"bus 1a\\nOstrel:bus-26\", shape=cylinder];",
+        "\"system host\" -> \"Ostrel:bus-26\" [style=dashed];",
+        "\"Ostrel:bus-26\" -> \"0000:00:01.0-pri\" [style=dashed];"}) {
+    EXPECT_THAT(out.str(), HasSubstr(std::string("\n  ") + line + "\n"));
+  }
+}
+
+TEST(Topology, LeavesPortsOutOfTheGraphThatWereNotAskedFor) {
+  Topology topology = Sample();
+  topology.buses = {{"Ostrel:bus-26", 26, {"0000:00:01.0-pri"}}};
+  std::ostringstream out;
+  RenderDot(topology, {.buses = true}, out);
+  EXPECT_THAT(out.str(), HasSubstr("Ostrel:bus-26"));
+  EXPECT_THAT(out.str(), testing::Not(HasSubstr("-pri")));
+}
+
 TEST(Topology, QuotesNamesForGraphviz) {
   Function function = Made("a", "", 0, FunctionKind::kDevice);
   function.name = "6\" \\ drive\n";

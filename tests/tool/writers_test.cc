@@ -11,6 +11,7 @@
 
 #include "tool/element_writer.h"
 #include "tool/json_value.h"
+#include "tool/property_text.h"
 
 namespace tool {
 namespace {
@@ -158,6 +159,82 @@ TEST(XmlWriter, WritesNamedInstances) {
   EXPECT_STREQ(path.name(), "LOCALINSTANCEPATH");
   EXPECT_STREQ(path.child("LOCALNAMESPACEPATH").last_child().attribute("NAME").value(), "cimv2");
   EXPECT_STREQ(path.child("INSTANCENAME").attribute("CLASSNAME").value(), "Test_Other");
+}
+
+TEST(XmlWriter, WritesPaths) {
+  std::ostringstream out;
+  const auto writer = MakeXmlWriter(out);
+  ObjectPath path;
+  path.class_name = "Test_Link";
+  ObjectPath bare = Path("Test_Class", "one");
+  bare.name_space.clear();
+  path.keys = {{"Bare", Value(bare)},
+               {"Truth", Value(true)},
+               {"Letter", Value(u'x')},
+               {"Number", Value(std::int32_t{-1})}};
+  writer->OnObjectPath(std::move(path));
+  writer->Finish(false);
+  pugi::xml_document document;
+  ASSERT_TRUE(document.load_string(out.str().c_str()));
+  const pugi::xml_node name = document.child("IRETURNVALUE").child("INSTANCENAME");
+  EXPECT_STREQ(name.attribute("CLASSNAME").value(), "Test_Link");
+  const auto key = [&](const char* wanted) { return name.find_child_by_attribute("NAME", wanted); };
+  EXPECT_STREQ(key("Bare").child("VALUE.REFERENCE").first_child().name(), "INSTANCENAME");
+  const auto kind = [&](const char* wanted) {
+    return std::string(key(wanted).child("KEYVALUE").attribute("VALUETYPE").value());
+  };
+  EXPECT_EQ(kind("Truth"), "boolean");
+  EXPECT_EQ(kind("Letter"), "string");
+  EXPECT_EQ(kind("Number"), "numeric");
+  EXPECT_STREQ(key("Truth").child_value("KEYVALUE"), "TRUE");
+}
+
+TEST(XmlWriter, WritesEmbeddedInstancesAsTextAndNullsInArrays) {
+  Instance instance;
+  instance.path = Path("Test_Class", "one");
+  instance.properties = {
+      {"Inner", Value(Instance{Path("Test_Inner", "two"), {{"Text", Value("<&>")}}})},
+      {"Array", Value::ArrayOf(CMPI_string, {Value("a"), Value::Null(CMPI_string)})}};
+  pugi::xml_document document;
+  ASSERT_TRUE(document.load_string(Written(MakeXmlWriter, {instance}).c_str()));
+  const pugi::xml_node written =
+      document.child("IRETURNVALUE").child("VALUE.NAMEDINSTANCE").child("INSTANCE");
+  const pugi::xml_node property = written.find_child_by_attribute("NAME", "Inner");
+  EXPECT_STREQ(property.attribute("TYPE").value(), "string");
+  EXPECT_STREQ(property.attribute("EmbeddedObject").value(), "instance");
+  pugi::xml_document inner;
+  ASSERT_TRUE(inner.load_string(property.child_value("VALUE")));
+  EXPECT_STREQ(inner.child("INSTANCE").attribute("CLASSNAME").value(), "Test_Inner");
+  EXPECT_STREQ(inner.child("INSTANCE").child("PROPERTY").child_value("VALUE"), "<&>");
+  const pugi::xml_node array = written.find_child_by_attribute("NAME", "Array").first_child();
+  EXPECT_STREQ(array.first_child().name(), "VALUE");
+  EXPECT_STREQ(array.last_child().name(), "VALUE.NULL");
+}
+
+TEST(MofWriter, WritesPathsOneToALine) {
+  std::ostringstream out;
+  const auto writer = MakeMofWriter(out);
+  for (const char* id : {"one", "two"}) writer->OnObjectPath(Path("Test_Class", id));
+  writer->Finish(false);
+  EXPECT_EQ(out.str(),
+            "root/cimv2:Test_Class.DeviceID=\"one\"\nroot/cimv2:Test_Class.DeviceID=\"two\"\n");
+}
+
+TEST(PropertyText, NamesPortTypesAndCodes) {
+  EXPECT_EQ(PortTypeName(150), "PCI");
+  EXPECT_EQ(PortTypeName(151), "PCI-X");
+  EXPECT_EQ(PortTypeName(152), "PCIe");
+  EXPECT_EQ(PortTypeName(7), "7");
+  EXPECT_EQ(CodeMeaning("Ostrel_PCIBridge", "BridgeType", Value(std::uint16_t{4})), "PCI");
+  EXPECT_EQ(CodeMeaning("Ostrel_PCIBridge", "BridgeType", Value(std::uint16_t{60000})), "");
+  EXPECT_EQ(CodeMeaning("Ostrel_PCIBridge", "DeviceID", Value("4")), "");
+}
+
+TEST(PropertyText, ShowsAWholePathThatHasNoShortName) {
+  ObjectPath path = Path("Test_Class", "one");
+  EXPECT_EQ(ShortName(path), "one");
+  path.keys = {{"Other", Value("two")}};
+  EXPECT_EQ(ShortName(path), "root/cimv2:Test_Class.Other=\"two\"");
 }
 
 Instance Device(const char* class_name, const char* id) {
