@@ -29,10 +29,9 @@ Table* CutOff(const Table& table, std::size_t bytes) {
 
 // For all tables that begin with `ftVersion`.
 template <class Table>
-Table* OldTable(const Table& table, std::size_t bytes = sizeof(Table)) {
-  Table* copy = CutOff(table, bytes);
-  copy->ftVersion = CMPIVersion100;
-  return copy;
+Table* OldTable(Table table, std::size_t bytes = sizeof(Table)) {
+  table.ftVersion = CMPIVersion100;
+  return CutOff(table, bytes);
 }
 
 CMPIBrokerFT* OldServices() {
