@@ -211,6 +211,12 @@ void Times() {
   EXPECT(Ok() && Is(clone->ft->getStringFormat(clone, &rc), kTime));
   EXPECT(clone->ft->release(clone).rc == CMPI_RC_OK);
   EXPECT(Is(broker->eft->toString(broker, time, &rc), kTime));
+  CMPIArgs* args = broker->eft->newArgs(broker, &rc);
+  CMPIValue value;
+  value.dateTime = time;
+  EXPECT(args->ft->addArg(args, "When", &value, CMPI_dateTime).rc == CMPI_RC_OK);
+  const CMPIDateTime* kept = args->ft->getArg(args, "When", &rc).value.dateTime;
+  EXPECT(kept != time && Is(kept->ft->getStringFormat(kept, &rc), kTime));
 }
 
 void Messages() {
@@ -319,6 +325,7 @@ void System() {
 struct Handshake {
   void* mutex = broker->xft->newMutex(0);
   void* condition = broker->xft->newCondition(0);
+  bool waiting = false;
   bool told = false;
 
   Handshake() = default;
@@ -333,6 +340,8 @@ struct Handshake {
 void* WaitAndExit(void* parameter) {
   auto* handshake = static_cast<Handshake*>(parameter);
   broker->xft->lockMutex(handshake->mutex);
+  handshake->waiting = true;
+  broker->xft->signalCondition(handshake->condition);
   while (!handshake->told) broker->xft->condWait(handshake->condition, handshake->mutex);
   broker->xft->unlockMutex(handshake->mutex);
   broker->xft->exitThread(handshake);
@@ -348,6 +357,7 @@ void Threads() {
   Handshake handshake;
   void* thread = xft.newThread(WaitAndExit, &handshake, 0);
   xft.lockMutex(handshake.mutex);
+  while (!handshake.waiting) xft.condWait(handshake.condition, handshake.mutex);
   handshake.told = true;
   EXPECT(xft.signalCondition(handshake.condition) == 0);
   xft.unlockMutex(handshake.mutex);
@@ -359,7 +369,28 @@ void Threads() {
   EXPECT(xft.joinThread(thread, &answer) == 0 && answer != &handshake);
 }
 
+bool HasType(const void* object, const char* type) {
+  return Is(broker->eft->getType(broker, object, &rc), type) &&
+         broker->eft->isOfType(broker, object, type, &rc) == 1;
+}
+
+void Types(const guest::Request& request) {
+  const CMPIObjectPath* path = broker->eft->newObjectPath(broker, "root/a", "Guest_Type", &rc);
+  EXPECT(HasType(path, "CMPIObjectPath"));
+  EXPECT(HasType(broker->eft->newInstance(broker, path, &rc), "CMPIInstance"));
+  EXPECT(HasType(broker->eft->newArray(broker, 1, CMPI_uint8, &rc), "CMPIArray"));
+  EXPECT(HasType(broker->eft->newArgs(broker, &rc), "CMPIArgs"));
+  EXPECT(HasType(broker->eft->newDateTime(broker, &rc), "CMPIDateTime"));
+  EXPECT(HasType(request.context, "CMPIContext"));
+  EXPECT(HasType(request.result, "CMPIResult"));
+  if (broker->bft->brokerVersion < CMPIVersion200) return;
+  EXPECT(HasType(broker->eft->newCMPIError(broker, "o", "i", "m", ErrSevLow, ErrProbCauseUnknown,
+                                           CMPI_RC_ERR_FAILED, &rc),
+                 "CMPIError"));
+}
+
 void CheckAll(const guest::Request& request) {
+  Types(request);
   Strings();
   Arrays();
   Paths();

@@ -63,6 +63,12 @@ TEST(WbemUri, ReadsZeroTheSameWithAnySign) {
   EXPECT_EQ(ToWbemUri(ParseWbemUri("C.A=-0")), "C.A=0");
 }
 
+TEST(WbemUri, WritesTimesAsTextAndSingleNumbersAsNumbers) {
+  const ObjectPath path{
+      {}, "", "C", {{"A", Value(DateTime{"20261121120000.250000+060"})}, {"B", Value(2.5F)}}};
+  EXPECT_EQ(ToWbemUri(path), "C.A=\"20261121120000.250000+060\",B=2.5");
+}
+
 TEST(WbemUri, ReadsNumbersInTheWidthOfTheSchema) {
   EXPECT_EQ(*ParseWbemUri("Ostrel_PCIPortGroup.BusNumber=255").Key("BusNumber"),
             Value(std::uint8_t{255}));
