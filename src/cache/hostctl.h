@@ -9,7 +9,8 @@
 // the PciInfo and HardwareInfo that it came from.
 // Thread rule: all operations are const and must be safe to call from any number of threads at once
 // on the same object; the caller takes no lock.
-// Errors: any operation may throw Lib::HostCtlException, and nothing else.
+// Errors: any operation may throw Lib::HostCtlException, and nothing else but std::bad_alloc where
+// memory runs short.
 // Texts are UTF-8. std::string and std::vector cross the boundary: both sides are built for the
 // same C++ standard library.
 
