@@ -55,22 +55,13 @@ PCIPortType SecondaryPortType(std::uint8_t subclass) {
   return subclass == 0x0a ? PCIPortTypePCIe : PCIPortTypePCI;
 }
 
-// Whether the set has not seen the bridge before; from now on it has. Bridges mostly come in the
-// order of their names, and each twice in a row, once per port: then neither is a search.
-bool IsFirstSight(SeenBridges& seen, const std::string& name) {
-  if (!seen.empty() && *seen.rbegin() == name) return false;
-  const std::size_t before = seen.size();
-  seen.insert(seen.end(), name);
-  return seen.size() > before;
-}
-
 // Calls emit(identifier, subclass) for a bridge that has ports and is met for the first time.
 template <typename Emit>
 void OncePerBridge(const PciDevice* device, SeenBridges& seen, Emit emit) {
   const std::uint16_t class_code = device->GetClassCode();
   if (!IsBridgeWithPorts(class_code)) return;
   const std::string name = device->GetName();
-  if (IsFirstSight(seen, name)) emit(name, SubClass(class_code));
+  if (seen.IsFirstSight(name)) emit(name, SubClass(class_code));
 }
 
 // Calls emit(device) for the first port entry that the path's "DeviceID" hosts.
@@ -121,6 +112,13 @@ auto PathEmitter(CmpiResult& result) {
 }
 
 }  // namespace
+
+bool SeenBridges::IsFirstSight(const std::string& name) {
+  if (!names_.empty() && *names_.rbegin() == name) return false;
+  const std::size_t before = names_.size();
+  names_.insert(names_.end(), name);
+  return names_.size() > before;
+}
 
 CmpiInstance MakePCIPort(const char** properties, const std::string& portName,
                          const char* controller, const PciDevice* device, PCIPortType type,

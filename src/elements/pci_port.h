@@ -13,6 +13,7 @@
 #define ELEMENTS_PCI_PORT_H_
 
 #include <cstdint>
+#include <memory_resource>
 #include <set>
 #include <string>
 
@@ -26,7 +27,17 @@ enum PCIPortType : std::uint16_t {
   PCIPortTypePCIe = 152,
 };
 
-using SeenBridges = std::set<std::string>;
+// The seen set of one walk. It only grows, and takes its memory in few large pieces.
+class SeenBridges {
+ public:
+  // Whether the bridge was not seen before; from now on it is. Bridges mostly come in the order of
+  // their names, and each twice in a row, once per port: then neither is a search.
+  bool IsFirstSight(const std::string& name);
+
+ private:
+  std::pmr::monotonic_buffer_resource memory_;
+  std::pmr::set<std::string> names_{&memory_};
+};
 
 class PCIPort : virtual public ostInt::CmpiInstanceMI {
  public:
