@@ -1,20 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <thread>
-#include <vector>
+#include <cstddef>
 
 #include "guest.h"
+#include "support/on_threads.h"
 
 namespace broker {
 namespace {
-
-void OnThreads(int count, const std::function<void(int)>& run) {
-  std::vector<std::thread> threads;
-  threads.reserve(static_cast<std::size_t>(count));
-  for (int i = 0; i < count; ++i) threads.emplace_back(run, i);
-  for (std::thread& thread : threads) thread.join();
-}
 
 class Counter : public ResultSink {
  public:
@@ -30,7 +23,7 @@ int CountOf(ObjectManager& manager, const ObjectPath& path) {
 
 TEST(ManyThreads, ShareOneManager) {
   const auto manager = ManagerWith({"Guest_Plain", "Guest_Ask", "Guest_Long", "Guest_Thread"});
-  OnThreads(4, [&](int) {
+  OnThreads(4, [&](std::size_t) {
     for (int i = 0; i < 50; ++i) {
       EXPECT_EQ(CountOf(*manager, manager->ClassPath("Guest_Plain")), 3);
       EXPECT_EQ(CountOf(*manager, PathWith("Guest_Ask", "Ask", Value("Guest_Plain"))), 3);
@@ -49,13 +42,13 @@ TEST(ManyThreads, CallAFactoryOnce) {
     call();
   };
   const auto manager = ManagerWith({"Guest_Plain"}, options);
-  OnThreads(4, [&](int) { CountOf(*manager, manager->ClassPath("Guest_Plain")); });
+  OnThreads(4, [&](std::size_t) { CountOf(*manager, manager->ClassPath("Guest_Plain")); });
   EXPECT_EQ(calls.load(), 1);
 }
 
 TEST(ManyThreads, RunWhileIdleProvidersAreCleanedUp) {
   const auto manager = ManagerWith({"Guest_Plain"});
-  OnThreads(4, [&](int thread) {
+  OnThreads(4, [&](std::size_t thread) {
     for (int i = 0; i < 100; ++i) {
       if (thread == 0) {
         manager->Cleanup("Guest_Plain", ProviderKind::kInstance, false);
@@ -68,7 +61,7 @@ TEST(ManyThreads, RunWhileIdleProvidersAreCleanedUp) {
 
 TEST(ManyThreads, KeepTheirMisusesTogether) {
   const auto manager = ManagerWith({"Guest_AfterDone"});
-  OnThreads(4, [&](int) {
+  OnThreads(4, [&](std::size_t) {
     for (int i = 0; i < 10; ++i) {
       Counter counter;
       manager->EnumerateInstances("Guest_AfterDone", manager->ClassPath("Guest_AfterDone"),

@@ -2,34 +2,19 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <functional>
+#include <cstddef>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "cache/controlled_by.h"
 #include "support/cache_reset.h"
 #include "support/fake_host.h"
+#include "support/on_threads.h"
 #include "support/sample_hosts.h"
 
 namespace {
 
-constexpr int kThreads = 16;
-
-// Runs the work on all threads, released together.
-void RunOnThreads(const std::function<void(int)>& work) {
-  std::atomic<int> waiting{kThreads};
-  std::vector<std::thread> threads;
-  for (int n = 0; n < kThreads; ++n) {
-    threads.emplace_back([&, n] {
-      --waiting;
-      while (waiting != 0) std::this_thread::yield();
-      work(n);
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-}
+constexpr std::size_t kThreads = 16;
 
 // What a reader sees, asked through every lookup.
 std::string ReadEverything() {
@@ -57,9 +42,9 @@ TEST(CacheThreadTest, ManyFirstLoadsBuildOnce) {
     ResetCache();
     fake::Use(fake::RandomHost(round, 30, false));
     std::vector<std::size_t> ports(kThreads);
-    RunOnThreads([&](int n) {
+    OnThreads(kThreads, [&](std::size_t n) {
       LoadCache();
-      ports[static_cast<std::size_t>(n)] = GetPortsCache().size();
+      ports[n] = GetPortsCache().size();
     });
     EXPECT_EQ(fake::CallCount("GetPciDevices"), 1U);
     EXPECT_EQ(fake::CallCount("GetSystemName"), 1U);
@@ -71,7 +56,7 @@ TEST(CacheThreadTest, ReadersAllSeeTheSame) {
   LoadHost(fake::RandomHost(1, 60, false));
   const std::string expected = ReadEverything();
   std::vector<std::string> seen(kThreads);
-  RunOnThreads([&](int n) { seen[static_cast<std::size_t>(n)] = ReadEverything(); });
+  OnThreads(kThreads, [&](std::size_t n) { seen[n] = ReadEverything(); });
   EXPECT_EQ(seen, std::vector<std::string>(kThreads, expected));
 }
 
@@ -82,9 +67,9 @@ TEST(CacheThreadTest, ThreadsThatLoadAndReadSeeAFinishedCache) {
   ResetCache();
   fake::Use(host);
   std::vector<std::string> seen(kThreads);
-  RunOnThreads([&](int n) {
+  OnThreads(kThreads, [&](std::size_t n) {
     LoadCache();
-    seen[static_cast<std::size_t>(n)] = ReadEverything();
+    seen[n] = ReadEverything();
   });
   EXPECT_EQ(seen, std::vector<std::string>(kThreads, expected));
 }

@@ -3,9 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <latch>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "frame/provider_classes.h"
@@ -14,6 +12,7 @@
 #include "platform/ostint/cmpi_broker.h"
 #include "support/cache_reset.h"
 #include "support/fake_host.h"
+#include "support/on_threads.h"
 
 namespace {
 
@@ -26,20 +25,6 @@ fake::Host SampleHost() {
       .Add(fake::PciBridge("0000:00:1e.0").Secondary(4))
       .Add(fake::Endpoint("0000:04:00.0").Bus(4).Parent("0000:00:1e.0"));
   return host;
-}
-
-// Runs the body on that many threads, all let go at once.
-template <typename Body>
-void OnThreads(std::size_t count, Body body) {
-  std::latch start(static_cast<std::ptrdiff_t>(count));
-  std::vector<std::thread> threads;
-  for (std::size_t thread = 0; thread < count; ++thread) {
-    threads.emplace_back([&, thread] {
-      start.arrive_and_wait();
-      body(thread);
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
 }
 
 class FrameThreadsTest : public testing::Test {

@@ -3,28 +3,23 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstddef>
 #include <thread>
 
 #include "hostctl/device_text.h"
 #include "hostctl/sources.h"
+#include "support/on_threads.h"
 
 namespace hostctl_test {
 namespace {
 
 constexpr int kThreads = 8;
 
-template <typename Work>
-void OnManyThreads(Work work) {
-  std::vector<std::thread> threads;
-  for (int i = 0; i < kThreads; ++i) threads.emplace_back(work);
-  for (std::thread& thread : threads) thread.join();
-}
-
 TEST(Threads, ShareTheSameDevices) {
   const Devices devices = ReadSysfs(RecordedSysfs());
   const std::vector<std::string> expected = DescribeAll(devices);
   std::atomic<int> different = 0;
-  OnManyThreads([&] {
+  OnThreads(kThreads, [&](std::size_t) {
     for (int round = 0; round < 20; ++round) different += DescribeAll(devices) != expected;
   });
   EXPECT_EQ(different, 0);
@@ -36,7 +31,7 @@ TEST(Threads, TakeSnapshotsAndFailSideBySide) {
   folder.Write("tree/devices/0000:00:01.0/vendor", "0x8086\n");
   const ScopedVariable sysfs("HOSTCTL_PCI_SYSFS", good);
   std::atomic<int> failures = 0;
-  OnManyThreads([&] {
+  OnThreads(kThreads, [&](std::size_t) {
     for (int round = 0; round < 20; ++round) {
       try {
         HostCtl::Host::GetHardwareInfo()->GetPciInfo()->GetPciDevices();
@@ -51,6 +46,7 @@ TEST(Threads, TakeSnapshotsAndFailSideBySide) {
 TEST(Threads, TheLastUserOfASnapshotMayBeAnyThread) {
   Devices devices = ReadDump(RecordedDump());
   std::vector<std::thread> threads;
+  threads.reserve(devices.size());
   for (auto& device : devices) {
     threads.emplace_back([owned = std::move(device)]() mutable {
       auto parent = owned->GetParent();

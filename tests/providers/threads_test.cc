@@ -2,72 +2,19 @@
 
 #include <gtest/gtest.h>
 
-#include <barrier>
+#include <cstddef>
 #include <cstdint>
-#include <functional>
-#include <mutex>
-#include <string>
-#include <thread>
+#include <utility>
 #include <vector>
 
-#include "providers/comparison.h"
+#include "providers/asked_alone.h"
 #include "providers/linked_bench.h"
-#include "providers/request_pool.h"
 #include "providers/varied_hosts.h"
+#include "support/on_threads.h"
 
 namespace {
 
 constexpr std::size_t kThreads = 4;
-
-// Runs `work` on every thread, all starting at once.
-void OnThreads(std::size_t count, const std::function<void(std::size_t)>& work) {
-  std::barrier start(static_cast<std::ptrdiff_t>(count));
-  std::vector<std::jthread> threads;
-  for (std::size_t i = 0; i < count; ++i) {
-    threads.emplace_back([&start, &work, i] {
-      start.arrive_and_wait();
-      work(i);
-    });
-  }
-}
-
-// The first difference that any thread finds.
-class Finding {
- public:
-  void Add(const std::string& difference) {
-    const std::lock_guard lock(mutex_);
-    if (text_.empty()) text_ = difference;
-  }
-  const std::string& text() const { return text_; }
-
- private:
-  std::mutex mutex_;
-  std::string text_;
-};
-
-struct Asked {
-  naive::Request request;
-  naive::Answer answer;  // without log lines
-};
-
-// What one thread is answered.
-std::vector<Asked> AskedAlone(const fake::Host& host, std::uint32_t seed, int count) {
-  naive::Providers model(host, {ObjectManagerSystem(host)});
-  RequestPool pool(host, seed);
-  std::vector<Asked> asked;
-  for (int i = 0; i < count; ++i) {
-    Asked next{pool.Draw(), {}};
-    next.answer = model.Ask(next.request);
-    next.answer.log.clear();
-    asked.push_back(std::move(next));
-  }
-  return asked;
-}
-
-std::string AskAgain(ProviderRun& run, const Asked& asked) {
-  const std::string difference = Difference(asked.answer, run.AskWithoutLog(asked.request));
-  return difference.empty() ? "" : naive::Describe(asked.request) + '\n' + difference;
-}
 
 TEST(Threads, AskingEverythingAtOnceAreAnsweredAsOneThread) {
   for (std::uint32_t seed = 1; seed <= 12; ++seed) {

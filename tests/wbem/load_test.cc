@@ -8,9 +8,9 @@
 #include <fstream>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
+#include "support/on_threads.h"
 #include "support/sanitizers.h"
 #include "wbem/answers.h"
 #include "wbem/guest.h"
@@ -69,19 +69,14 @@ TEST_F(LoadTest, TwoHundredClientsAtOnceAreServed) {
   clients.clear();
 
   std::atomic<int> answered = 0;
-  std::vector<std::thread> threads;
-  threads.reserve(kClients);
-  for (int i = 0; i < kClients; ++i) {
-    threads.emplace_back([&] {
-      for (int n = 0; n < kRequests; ++n) {
-        RawClient client(port_);
-        client.Send(Enumeration());
-        const auto response = client.Receive();
-        if (response && response->body.ends_with("</CIM>\n")) ++answered;
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
+  OnThreads(kClients, [&](std::size_t) {
+    for (int n = 0; n < kRequests; ++n) {
+      RawClient client(port_);
+      client.Send(Enumeration());
+      const auto response = client.Receive();
+      if (response && response->body.ends_with("</CIM>\n")) ++answered;
+    }
+  });
   EXPECT_EQ(answered, kClients * kRequests);
 }
 
