@@ -11,7 +11,7 @@ namespace tool {
 namespace {
 
 // In a double-quoted string of the DOT language only the quote and the backslash mean something.
-std::string Quoted(std::string_view text) {
+std::string DotQuoted(std::string_view text) {
   std::string out = "\"";
   for (const char c : PrintableUtf8(text)) {
     if (c == '"' || c == '\\') out += '\\';
@@ -22,9 +22,9 @@ std::string Quoted(std::string_view text) {
 
 // Two lines of a label.
 std::string Label(std::string_view first, std::string_view second) {
-  std::string label = Quoted(first);
+  std::string label = DotQuoted(first);
   label.pop_back();
-  return label + "\\n" + Quoted(second).substr(1);
+  return label + "\\n" + DotQuoted(second).substr(1);
 }
 
 std::string_view Shape(FunctionKind kind) {
@@ -45,10 +45,10 @@ class DotRenderer {
   void Render() {
     out_ << "digraph pci {\n  rankdir=LR;\n  node [fontname=\"sans-serif\"];\n";
     const std::string system = "system " + topology_.system_name;
-    Node(system, Quoted(topology_.system_name), "box3d");
+    Node(system, DotQuoted(topology_.system_name), "box3d");
     for (const RootBus& root : topology_.roots) {
       const std::string id = "root bus " + root.id;
-      Node(id, Quoted("[" + root.id + "]"), "plaintext");
+      Node(id, DotQuoted("[" + root.id + "]"), "plaintext");
       Edge(system, id);
       for (const std::size_t index : root.functions) Edge(id, topology_.functions[index].id);
     }
@@ -80,10 +80,10 @@ class DotRenderer {
   }
 
   void Node(std::string_view id, const std::string& quoted_label, std::string_view shape) {
-    out_ << fmt::format("  {} [label={}, shape={}];\n", Quoted(id), quoted_label, shape);
+    out_ << fmt::format("  {} [label={}, shape={}];\n", DotQuoted(id), quoted_label, shape);
   }
   void Edge(std::string_view from, std::string_view to, std::string_view attributes = "") {
-    out_ << fmt::format("  {} -> {}{};\n", Quoted(from), Quoted(to), attributes);
+    out_ << fmt::format("  {} -> {}{};\n", DotQuoted(from), DotQuoted(to), attributes);
   }
 
   const Topology& topology_;

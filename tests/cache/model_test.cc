@@ -10,6 +10,7 @@
 #include "cache/observe_cache.h"
 #include "support/naive_topology.h"
 #include "support/sample_hosts.h"
+#include "support/sanitizers.h"
 
 namespace {
 
@@ -24,7 +25,7 @@ std::string Explain(const fake::Host& host, bool dump_file = false) {
 class EverySmallHostTest : public testing::TestWithParam<std::size_t> {};
 
 TEST_P(EverySmallHostTest, AgreesWithTheModel) {
-  fake::ForEachHost(GetParam(), 4, [](const fake::Host& host) {
+  fake::ForEachHost(GetParam(), kSanitized ? 3 : 4, [](const fake::Host& host) {
     if (HasFailure()) return;  // one explained difference is enough
     ASSERT_EQ(CompareWithModel(host), "") << Explain(host);
   });
@@ -37,7 +38,7 @@ class RandomHostTest : public testing::TestWithParam<std::uint32_t> {};
 
 TEST_P(RandomHostTest, AgreesWithTheModel) {
   constexpr std::uint32_t kHostsPerCase = 500;
-  for (std::uint32_t n = 0; n < kHostsPerCase; ++n) {
+  for (std::uint32_t n = 0; n < kHostsPerCase; n += kSanitized ? 3 : 1) {
     const std::uint32_t seed = GetParam() * kHostsPerCase + n;
     const fake::Host host = fake::RandomHost(seed, 60, seed % 2 == 1);
     const bool dump_file = seed % 5 == 0;

@@ -14,7 +14,7 @@
 namespace e2e {
 namespace {
 
-using Json = nlohmann::json;
+using Json = nlohmann::ordered_json;
 using Parents = std::map<std::string, std::string>;  // a function's address to its parent's
 
 const Words kDump = {"--dump", RECORDED_DUMP};

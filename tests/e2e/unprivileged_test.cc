@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 
 using testing::EndsWith;
 using testing::HasSubstr;
-using Json = nlohmann::json;
+using Json = nlohmann::ordered_json;
 
 // What the kernel shows to users other than root.
 constexpr std::uintmax_t kShown = 64;

@@ -76,6 +76,11 @@ class Function {
   std::vector<std::uint8_t> bytes_;
 };
 
+// A function with ids and nothing else.
+inline Function Endpoint(const std::string& address) {
+  return Function(address).Ids(0x8086, 0x1234);
+}
+
 // Functions as the library sees them in a dump of them.
 Devices ReadDumpOf(const std::vector<Function>& functions);
 

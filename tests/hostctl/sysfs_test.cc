@@ -16,8 +16,6 @@ namespace fs = std::filesystem;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-Function Endpoint(const std::string& address) { return Function(address).Ids(0x8086, 0x1234); }
-
 // A tree as the kernel lays it out: folders nested below devices/, links in bus/pci/devices.
 class Sysfs : public ::testing::Test {
  protected:

@@ -16,8 +16,6 @@ std::string Address(unsigned domain, unsigned bus, unsigned device) {
   return text;
 }
 
-Function Endpoint(const std::string& address) { return Function(address).Ids(0x8086, 1); }
-
 Function Bridge(const std::string& address, unsigned secondary, unsigned subordinate) {
   return Endpoint(address).Bridge(secondary, subordinate);
 }

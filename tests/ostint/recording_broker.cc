@@ -231,8 +231,8 @@ CMPIGcStat* Mark(const CMPIBroker*, CMPIStatus* rc) {
   if (Refuses("mark", rc)) return nullptr;
   ++current->open_marks;
   // One more than the position, so that no mark is null.
-  return reinterpret_cast<CMPIGcStat*>(current->made.size() +
-                                       1);  // NOLINT(performance-no-int-to-ptr)
+  const std::size_t mark = current->made.size() + 1;
+  return reinterpret_cast<CMPIGcStat*>(mark);  // NOLINT(performance-no-int-to-ptr)
 }
 
 CMPIStatus Release(const CMPIBroker*, const CMPIGcStat* gc) {

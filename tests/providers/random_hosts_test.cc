@@ -9,10 +9,11 @@
 #include "providers/linked_bench.h"
 #include "providers/varied_hosts.h"
 #include "support/sample_hosts.h"
+#include "support/sanitizers.h"
 
 namespace {
 
-constexpr std::uint32_t kHosts = 500;
+constexpr std::uint32_t kHosts = kSanitized ? 150 : 500;
 constexpr int kRequests = 60;
 
 // Each its own seeds, so that the cases can run side by side.

@@ -9,13 +9,14 @@
 #include "providers/linked_bench.h"
 #include "providers/varied_hosts.h"
 #include "support/sample_hosts.h"
+#include "support/sanitizers.h"
 
 namespace {
 
 class SmallHosts : public ::testing::TestWithParam<std::size_t> {};
 
 TEST_P(SmallHosts, AnswerAsTheModel) {
-  constexpr int kRequests = 60;
+  constexpr int kPerHost = 60;
   const Bench bench = LinkedBench();
   Tally tally;
   std::string difference;
@@ -24,7 +25,7 @@ TEST_P(SmallHosts, AnswerAsTheModel) {
     if (!difference.empty()) return;
     fake::Host host = sample;
     Vary(host, ++seed);
-    difference = CompareOnHost(bench, host, seed, kRequests, tally);
+    difference = CompareOnHost(bench, host, seed, kPerHost, tally);
   });
   RecordProperty("compared", tally.Text());
   EXPECT_EQ(difference, "");
@@ -34,8 +35,8 @@ TEST_P(SmallHosts, AnswerAsTheModel) {
 
 // Of the hosts with four devices, some.
 TEST_P(SmallHosts, OfFourDevicesAnswerAsTheModel) {
-  constexpr std::uint32_t kEvery = 5;
-  constexpr int kRequests = 25;
+  constexpr std::uint32_t kEvery = kSanitized ? 17 : 5;
+  constexpr int kPerHost = 25;
   const Bench bench = LinkedBench();
   Tally tally;
   std::string difference;
@@ -45,7 +46,7 @@ TEST_P(SmallHosts, OfFourDevicesAnswerAsTheModel) {
     if (!difference.empty() || sample.devices.size() < 4 || seed % kEvery != 0) return;
     fake::Host host = sample;
     Vary(host, seed);
-    difference = CompareOnHost(bench, host, seed, kRequests, tally);
+    difference = CompareOnHost(bench, host, seed, kPerHost, tally);
   });
   RecordProperty("compared", tally.Text());
   EXPECT_EQ(difference, "");

@@ -17,6 +17,8 @@ inline constexpr bool kExceptionsPassOnce = true;
 #endif
 
 // A sanitizer keeps memory that is freed, and adds to what is taken: tests that measure it do not.
+// It also makes all slower, and what it looks for shows in a part of the hosts: comparisons take
+// fewer.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 inline constexpr bool kSanitized = true;
 #elif defined(__has_feature)

@@ -61,7 +61,7 @@ TEST(PciClass, NamesSubclassesAndFallsBackToTheBaseClass) {
   EXPECT_EQ(PciClassName(0xff, 0x00), "Unassigned class");
 }
 
-Table Sample() {
+Table SampleTable() {
   return {{"ID", "NAME", "PARENT"},
           {{"1", "a name that goes on and on and on", "0000:00:01.0"}, {"22", "short", ""}}};
 }
@@ -73,16 +73,16 @@ std::string Printed(const Table& table, std::size_t width) {
 }
 
 TEST(Table, IsAsWideAsItsCellsWhereNothingLimitsIt) {
-  EXPECT_EQ(Printed(Sample(), 0),
+  EXPECT_EQ(Printed(SampleTable(), 0),
             "ID  NAME                               PARENT\n"
             "1   a name that goes on and on and on  0000:00:01.0\n"
             "22  short\n");
-  EXPECT_EQ(Printed(Sample(), 51), Printed(Sample(), 0));
+  EXPECT_EQ(Printed(SampleTable(), 51), Printed(SampleTable(), 0));
 }
 
 TEST(Table, NarrowsTheWidestColumnFirst) {
-  EXPECT_EQ(ColumnWidths(Sample(), 40), (std::vector<std::size_t>{2, 22, 12}));
-  EXPECT_EQ(Printed(Sample(), 40),
+  EXPECT_EQ(ColumnWidths(SampleTable(), 40), (std::vector<std::size_t>{2, 22, 12}));
+  EXPECT_EQ(Printed(SampleTable(), 40),
             "ID  NAME                    PARENT\n"
             "1   a name that goes on...  0000:00:01.0\n"
             "22  short\n");
@@ -90,7 +90,7 @@ TEST(Table, NarrowsTheWidestColumnFirst) {
 
 TEST(Table, NeverWritesALineWiderThanTheTerminal) {
   for (std::size_t width = 1; width < 60; ++width) {
-    std::istringstream lines(Printed(Sample(), width));
+    std::istringstream lines(Printed(SampleTable(), width));
     for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), width);
   }
 }

@@ -36,7 +36,7 @@ Instance Port(const char* id, std::uint16_t type) {
 }
 
 // A root port with a switch of two downstream ports, one of them with a device, and a lone device.
-Topology Sample() {
+Topology SampleTopology() {
   Function upstream = Made("0000:01:00.0", "0000:00:01.0", 1, FunctionKind::kSwitch);
   upstream.port_count = 2;
   Function device = Made("0000:03:00.0", "0000:02:00.0", 3, FunctionKind::kDevice);
@@ -51,7 +51,7 @@ Topology Sample() {
 }
 
 TEST(Topology, NestsFunctionsInOrderOfTheirAddresses) {
-  const Topology topology = Sample();
+  const Topology topology = SampleTopology();
   ASSERT_EQ(topology.roots.size(), 1U);
   EXPECT_EQ(topology.roots[0].id, "0000:00");
   std::ostringstream out;
@@ -69,7 +69,7 @@ TEST(Topology, NestsFunctionsInOrderOfTheirAddresses) {
 
 TEST(Topology, IsDrawnWithPlainCharactersAndPorts) {
   std::ostringstream out;
-  RenderText(Sample(), {.ports = true, .utf8 = false}, out);
+  RenderText(SampleTopology(), {.ports = true, .utf8 = false}, out);
   EXPECT_THAT(out.str(), HasSubstr("   |- 0000:00:01.0 [01-03]  Class: Name\n"
                                    "   |  |- 0000:00:01.0-pri  PCI port, bus 10\n"
                                    "   |  `- 0000:01:00.0 [02-03]"));
@@ -77,7 +77,7 @@ TEST(Topology, IsDrawnWithPlainCharactersAndPorts) {
 }
 
 TEST(Topology, IsDrawnWithBusesAfterTheFunctions) {
-  Topology topology = Sample();
+  Topology topology = SampleTopology();
   topology.buses = {{"Ostrel:bus-26", 26, {"a", "b"}}};
   std::ostringstream out;
   RenderText(topology, {.ports = true, .buses = true, .utf8 = false}, out);
@@ -87,7 +87,7 @@ TEST(Topology, IsDrawnWithBusesAfterTheFunctions) {
 
 TEST(Topology, CutsLinesToTheWidth) {
   std::ostringstream out;
-  RenderText(Sample(), {.utf8 = false, .width = 20}, out);
+  RenderText(SampleTopology(), {.utf8 = false, .width = 20}, out);
   EXPECT_THAT(out.str(), HasSubstr("   |- 0000:00:01....\n"));
 }
 
@@ -133,7 +133,7 @@ TEST(Topology, IsDrawnWhereThereIsNothing) {
 
 TEST(Topology, NestsInJson) {
   std::ostringstream out;
-  RenderJson(Sample(), {.ports = true}, out);
+  RenderJson(SampleTopology(), {.ports = true}, out);
   const auto functions = nlohmann::json::parse(out.str())["rootBuses"][0]["functions"];
   EXPECT_EQ(functions[0]["children"][0]["kind"], "switch");
   EXPECT_EQ(functions[0]["children"][0]["numberOfPorts"], 2);
@@ -142,7 +142,7 @@ TEST(Topology, NestsInJson) {
 }
 
 TEST(Topology, IsAGraphOfFunctionsPortsAndBuses) {
-  Topology topology = Sample();
+  Topology topology = SampleTopology();
   topology.buses = {{"Ostrel:bus-26", 26, {"0000:00:01.0-pri"}}};
   std::ostringstream out;
   RenderDot(topology, {.ports = true, .buses = true}, out);
@@ -163,7 +163,7 @@ TEST(Topology, IsAGraphOfFunctionsPortsAndBuses) {
 }
 
 TEST(Topology, LeavesPortsOutOfTheGraphThatWereNotAskedFor) {
-  Topology topology = Sample();
+  Topology topology = SampleTopology();
   topology.buses = {{"Ostrel:bus-26", 26, {"0000:00:01.0-pri"}}};
   std::ostringstream out;
   RenderDot(topology, {.buses = true}, out);

@@ -29,7 +29,7 @@ ObjectPath Path(std::string class_name, std::string id) {
   return path;
 }
 
-Instance Sample(std::string text = "text") {
+Instance SampleInstance(std::string text = "text") {
   Instance instance;
   instance.path = Path("Test_Class", "one");
   instance.properties = {
@@ -67,7 +67,7 @@ std::string WrittenTable(std::vector<Instance> instances, TableStyle style) {
 
 TEST(JsonWriter, TypesValuesAndKeepsTheirOrder) {
   EXPECT_EQ(
-      ToJson(Sample()).dump(),
+      ToJson(SampleInstance()).dump(),
       R"({"path":{"namespace":"root/cimv2","className":"Test_Class","keys":{"DeviceID":"one"}},)"
       R"("properties":{"DeviceID":"one","Text":"text","Small":255,)"
       R"("Large":18446744073709551615,"Negative":-5,"Truth":true,"Nothing":null,)"
@@ -76,8 +76,8 @@ TEST(JsonWriter, TypesValuesAndKeepsTheirOrder) {
 }
 
 TEST(JsonWriter, EscapesControlCharactersAndReplacesInvalidBytes) {
-  const std::string text = Written(MakeJsonWriter, {Sample("a\"\\\n\x01\xff"
-                                                           "b")});
+  const std::string text = Written(MakeJsonWriter, {SampleInstance("a\"\\\n\x01\xff"
+                                                                   "b")});
   EXPECT_THAT(text, HasSubstr(R"("Text": "a\"\\\n\u0001)"
                               "\xef\xbf\xbd"
                               R"(b")"));
@@ -88,7 +88,10 @@ TEST(JsonWriter, EscapesControlCharactersAndReplacesInvalidBytes) {
 
 TEST(JsonWriter, WritesAnArrayOfAnyLength) {
   EXPECT_EQ(Written(MakeJsonWriter, {}), "[]\n");
-  EXPECT_EQ(Json::parse(Written(MakeJsonWriter, {Sample(), Sample(), Sample()})).size(), 3U);
+  EXPECT_EQ(
+      Json::parse(Written(MakeJsonWriter, {SampleInstance(), SampleInstance(), SampleInstance()}))
+          .size(),
+      3U);
 }
 
 TEST(JsonWriter, StreamsElements) {
@@ -111,13 +114,13 @@ TEST(Writers, LeaveNothingBehindOfARequestThatFailedAtOnce) {
 TEST(Writers, EndTheDocumentOfARequestThatFailedHalfway) {
   std::ostringstream out;
   const auto writer = MakeJsonWriter(out);
-  writer->OnInstance(Sample());
+  writer->OnInstance(SampleInstance());
   writer->Finish(true);
   EXPECT_EQ(Json::parse(out.str()).size(), 1U);
 }
 
 TEST(MofWriter, WritesInstanceDeclarations) {
-  EXPECT_EQ(Written(MakeMofWriter, {Sample()}),
+  EXPECT_EQ(Written(MakeMofWriter, {SampleInstance()}),
             "instance of Test_Class {\n"
             "  DeviceID = \"one\";\n"
             "  Text = \"text\";\n"
@@ -133,13 +136,13 @@ TEST(MofWriter, WritesInstanceDeclarations) {
 }
 
 TEST(MofWriter, EscapesText) {
-  EXPECT_THAT(Written(MakeMofWriter, {Sample("\b\t\n\f\r\"'\\\x01\x7f")}),
+  EXPECT_THAT(Written(MakeMofWriter, {SampleInstance("\b\t\n\f\r\"'\\\x01\x7f")}),
               HasSubstr(R"(Text = "\b\t\n\f\r\"'\\\x0001\x007F";)"));
 }
 
 TEST(XmlWriter, WritesNamedInstances) {
   pugi::xml_document document;
-  ASSERT_TRUE(document.load_string(Written(MakeXmlWriter, {Sample("<&\x01>")}).c_str()));
+  ASSERT_TRUE(document.load_string(Written(MakeXmlWriter, {SampleInstance("<&\x01>")}).c_str()));
   const pugi::xml_node named = document.child("IRETURNVALUE").child("VALUE.NAMEDINSTANCE");
   const pugi::xml_node name = named.child("INSTANCENAME");
   EXPECT_STREQ(name.attribute("CLASSNAME").value(), "Test_Class");
@@ -272,7 +275,7 @@ TEST(TableWriter, ShowsTheShortNamesOfBothEndsOfAnAssociation) {
 }
 
 TEST(TableWriter, ShowsThePropertiesThatWereAskedFor) {
-  EXPECT_EQ(WrittenTable({Sample()}, {.properties = {"Array", "text", "Absent"}}),
+  EXPECT_EQ(WrittenTable({SampleInstance()}, {.properties = {"Array", "text", "Absent"}}),
             "Array   text  Absent\n{1, 2}  text\n");
 }
 
