@@ -16,7 +16,7 @@ namespace {
 class SmallHosts : public ::testing::TestWithParam<std::size_t> {};
 
 TEST_P(SmallHosts, AnswerAsTheModel) {
-  constexpr int kPerHost = 60;
+  constexpr int kPerHost = kSanitized ? 20 : 60;
   const Bench bench = LinkedBench();
   Tally tally;
   std::string difference;
@@ -36,7 +36,7 @@ TEST_P(SmallHosts, AnswerAsTheModel) {
 // Of the hosts with four devices, some.
 TEST_P(SmallHosts, OfFourDevicesAnswerAsTheModel) {
   constexpr std::uint32_t kEvery = kSanitized ? 17 : 5;
-  constexpr int kPerHost = 25;
+  constexpr int kPerHost = kSanitized ? 10 : 25;
   const Bench bench = LinkedBench();
   Tally tally;
   std::string difference;
