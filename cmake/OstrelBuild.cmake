@@ -23,9 +23,14 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
   add_compile_options(-Wno-restrict)
 endif()
 
-# Sources that are compiled in one go are headers to g++, which then asks what they keep to themselves.
+# g++ takes a source that is compiled in one go with others for a header, where what holds something of
+# an anonymous namespace would be a mistake.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_UNITY_BUILD)
   add_compile_options(-Wno-subobject-linkage)
+endif()
+# What clang precompiles is to be the same for the same headers, so that compiler caches know it again.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  add_compile_options("SHELL:-Xclang -fno-pch-timestamp")
 endif()
 
 # One GNU unique symbol would keep the provider library in memory after dlclose: its static

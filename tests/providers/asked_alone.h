@@ -1,4 +1,4 @@
-// What one thread is answered, to hold against what many are.
+// What the model of the providers says that one thread is answered, to hold many threads against.
 //
 // Thread rule: AskedAlone on the test's own thread; AskAgain and Finding from any thread.
 
@@ -19,10 +19,10 @@ struct Asked {
   naive::Answer answer;  // without log lines
 };
 
-// `count` drawn requests, each with the answer of the providers' model.
+// `count` drawn requests, each with the model's answer.
 std::vector<Asked> AskedAlone(const fake::Host& host, std::uint32_t seed, int count);
 
-// Asks the same once more. Answers what differs; empty where nothing does.
+// Asks the providers what the model was asked. Answers what differs; empty where nothing does.
 std::string AskAgain(ProviderRun& run, const Asked& asked);
 
 // The first difference that any thread finds.

@@ -11,9 +11,10 @@
 #include <vector>
 
 // Runs work(0) to work(count - 1), each on a thread of its own, all let go together. The work
-// throws nothing.
+// throws nothing. Where a thread cannot be had the process ends, because the others would wait for
+// it.
 template <typename Work>
-void OnThreads(std::size_t count, const Work& work) {
+void OnThreads(std::size_t count, const Work& work) noexcept {
   std::latch start(static_cast<std::ptrdiff_t>(count));
   std::vector<std::jthread> threads;
   threads.reserve(count);

@@ -1,6 +1,7 @@
 #include "support/provider_test.h"
 
 #include <algorithm>
+#include <functional>
 #include <map>
 #include <stdexcept>
 #include <utility>

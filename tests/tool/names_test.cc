@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <optional>
+
 #include "broker/wbem_uri.h"
 #include "tool/class_names.h"
 #include "tool/errors.h"
