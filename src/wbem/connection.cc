@@ -14,8 +14,6 @@ namespace {
 using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
-// How long a connection that is idle keeps its thread while others wait for one.
-constexpr milliseconds kGrace{100};
 // How long, and for how many bytes, a connection that ends early reads on so that the client gets
 // the answer: closing with unread input would make the kernel take the answer back.
 constexpr milliseconds kLinger{500};
@@ -68,14 +66,17 @@ bool Connection::AwaitInput(const Event& stop, const Event& pressure) const {
   const auto now = Clock::now();
   const auto deadline = now + limits_.idle;
   pollfd wanted[] = {{socket_, POLLIN, 0}, {stop.fd(), POLLIN, 0}, {pressure.fd(), POLLIN, 0}};
-  if (!Poll(wanted, 2, std::min(now + kGrace, deadline)) && !Poll(wanted, 3, deadline))
-    return false;
+  // A client that has just come would take the end of its connection for a failure; one that has
+  // had an answer connects again.
+  const auto grace = now + (served_ ? limits_.grace : limits_.first_grace);
+  if (!Poll(wanted, 2, std::min(grace, deadline)) && !Poll(wanted, 3, deadline)) return false;
   return wanted[0].revents != 0 && wanted[1].revents == 0;
 }
 
 bool Connection::NextRequest(const Event& stop, const Event& pressure) {
   if (stop.IsSet()) return false;
   if (begin_ == end_ && !AwaitInput(stop, pressure)) return false;
+  served_ = true;
   read_deadline_ = Clock::now() + limits_.request;
   write_deadline_ = {};
   handed_out_ = 0;

@@ -30,7 +30,7 @@ class Connection : public httplib::Stream {
   Connection& operator=(const Connection&) = delete;
 
   // Waits for a request and makes it the current one. False when there is none: the client is gone
-  // or idle for too long, or `stop` or, after a short grace, `pressure` is set.
+  // or idle for too long, or `stop` or, after a grace, `pressure` is set.
   bool NextRequest(const Event& stop, const Event& pressure);
   // Whether the current request came with a mandatory method ("M-POST", RFC 2774). httplib, which
   // does not know these, reads "POST".
@@ -73,6 +73,7 @@ class Connection : public httplib::Stream {
   bool in_header_ = true;
   bool mandatory_ = false;
 
+  bool served_ = false;  // there was a request
   bool ending_ = false;
 };
 

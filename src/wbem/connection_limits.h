@@ -11,7 +11,10 @@
 namespace wbem {
 
 struct ConnectionLimits {
-  std::chrono::milliseconds idle{5'000};          // between two requests
+  std::chrono::milliseconds idle{5'000};  // between two requests
+  // The same while others wait for the thread: before the first request, and between two.
+  std::chrono::milliseconds first_grace{2'000};
+  std::chrono::milliseconds grace{100};
   std::chrono::milliseconds request{10'000};      // from a request's first byte to its last
   std::chrono::milliseconds write_stall{10'000};  // while nothing of an answer can be written
   std::chrono::milliseconds answer{300'000};      // from an answer's first byte to its last

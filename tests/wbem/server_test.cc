@@ -408,6 +408,24 @@ TEST_F(ImpatientServerTest, IdleConnectionsGiveWayToOnesThatWait) {
   }
 }
 
+TEST_F(ImpatientServerTest, AClientThatHasJustComeIsWaitedForWhileOthersWait) {
+  server_->Stop();
+  wbem::ServerOptions options;
+  options.threads = 1;
+  options.limits.idle = seconds(300);
+  options.limits.first_grace = seconds(300);
+  options.limits.grace = milliseconds(0);
+  Start(options);
+  for (int i = 0; i < 20; ++i) {
+    RawClient first(port_);
+    RawClient second(port_);
+    ASSERT_TRUE(second.Send(Enumeration()));
+    ASSERT_TRUE(first.Send(Enumeration()));
+    ExpectThree(first.Receive());
+    ExpectThree(second.Receive());
+  }
+}
+
 // ---------------------------------------------------------------------------------------------
 // Answers that cannot be completed
 
