@@ -46,6 +46,7 @@ class ServerTest : public testing::Test {
     EXPECT_TRUE(manager_->ProviderErrors().empty());
   }
 
+  // A server that runs already makes way for the new one.
   void Start(wbem::ServerOptions options) {
     options.port = 0;
     server_ = std::make_unique<wbem::Server>(*manager_, options);
@@ -339,7 +340,6 @@ TEST_F(ServerTest, ClientsThatVanishAreForgotten) {
 class ImpatientServerTest : public ServerTest {
  protected:
   ImpatientServerTest() {
-    server_->Stop();
     wbem::ServerOptions options;
     options.threads = 2;
     options.limits.idle = milliseconds(150);
@@ -395,7 +395,6 @@ TEST_F(ImpatientServerTest, AnAnswerThatNobodyReadsEnds) {
 }
 
 TEST_F(ImpatientServerTest, IdleConnectionsGiveWayToOnesThatWait) {
-  server_->Stop();
   wbem::ServerOptions options;
   options.threads = 2;
   options.limits.idle = seconds(300);
@@ -409,7 +408,6 @@ TEST_F(ImpatientServerTest, IdleConnectionsGiveWayToOnesThatWait) {
 }
 
 TEST_F(ImpatientServerTest, AClientThatHasJustComeIsWaitedForWhileOthersWait) {
-  server_->Stop();
   wbem::ServerOptions options;
   options.threads = 1;
   options.limits.idle = seconds(300);
