@@ -23,16 +23,34 @@ const ControlledByRecord* FindRecord(const std::string& name, std::uint32_t Name
   return position == NameFacts::kUnknown ? nullptr : &ProcessCache().controlled_by[position];
 }
 
-const PortEntry& FindPort(const std::string& name, std::uint32_t NameFacts::*fact) {
-  const std::uint32_t position = ProcessCache().names.Find(name, fact);
+const PortEntry& PortAt(std::uint32_t position) {
   return position == NameFacts::kUnknown ? NullPortEntry() : ProcessCache().ports[position];
 }
 
-const PortEntry& ConnectedPort(const NameFacts* host) {
-  if (host == nullptr || host->hosted_port == NameFacts::kUnknown) return NullPortEntry();
+// Takes the port at that position into what is known of its host.
+void LearnHosted(NameFacts& host, const PortVector& ports, std::size_t position) {
+  const auto port = static_cast<std::uint32_t>(position);
+  if (host.hosted_port == NameFacts::kUnknown) host.hosted_port = host.connected_port = port;
+  if (ports[port].bus < ports[host.connected_port].bus) host.connected_port = port;
+}
+
+// What is known of a host of ports. The table has the names of all devices; for any other host,
+// which the device list does not have, all ports are looked at.
+NameFacts HostFacts(const NameFacts* known, const std::string& name) {
+  if (known != nullptr) return *known;
+  NameFacts facts;
   const PortVector& ports = GetPortsCache();
-  const PortEntry& lowest = ports[host->connected_port];
-  syslog(LOG_DEBUG, "FindConnectedPort looking for lowest busid %u", ports[host->hosted_port].bus);
+  for (std::size_t position = 0; position < ports.size(); ++position) {
+    if (ports[position].parentName == name) LearnHosted(facts, ports, position);
+  }
+  return facts;
+}
+
+const PortEntry& ConnectedPort(const NameFacts& host) {
+  if (host.hosted_port == NameFacts::kUnknown) return NullPortEntry();
+  const PortVector& ports = GetPortsCache();
+  const PortEntry& lowest = ports[host.connected_port];
+  syslog(LOG_DEBUG, "FindConnectedPort looking for lowest busid %u", ports[host.hosted_port].bus);
   syslog(LOG_DEBUG, "FindConnectedPort returning bus %u", lowest.bus);
   return lowest;
 }
@@ -70,6 +88,15 @@ void CacheControlledBy() {
   syslog(LOG_DEBUG, "PCI CB cache idx: cbPortMap=%d cbDevMap=%d", port_names, device_names);
 }
 
+void IndexHostedPorts() {
+  TopologyCache& cache = ProcessCache();
+  std::size_t place = 0;
+  for (std::size_t position = 0; position < cache.ports.size(); ++position) {
+    NameFacts* host = cache.names.Find(cache.ports[position].parentName, place);
+    if (host != nullptr) LearnHosted(*host, cache.ports, position);
+  }
+}
+
 const std::vector<ControlledByRecord>& GetControlledByCache() {
   return ProcessCache().controlled_by;
 }
@@ -87,15 +114,15 @@ void AddToMap(const std::string& key, const PortEntry& entry, PortsByName& map) 
 }
 
 const PortEntry& FindConnectedPort(const std::string& name) {
-  return ConnectedPort(ProcessCache().names.Find(name));
+  return ConnectedPort(HostFacts(ProcessCache().names.Find(name), name));
 }
 
 const PortEntry& FindConnectedPort(const std::string& name, std::size_t& place) {
-  return ConnectedPort(ProcessCache().names.Find(name, place));
+  return ConnectedPort(HostFacts(std::as_const(ProcessCache().names).Find(name, place), name));
 }
 
 const PortEntry& FindHostedPort(const std::string& name) {
-  return FindPort(name, &NameFacts::hosted_port);
+  return PortAt(HostFacts(ProcessCache().names.Find(name), name).hosted_port);
 }
 
 bool FindPortsInGroup(std::uint8_t bus, std::vector<const PciDevice*>& out) {
@@ -115,5 +142,5 @@ const PortPointers& LookupSwitchPorts(const std::string& name) {
 }
 
 const PortEntry& LookupPortByDeviceEntry(const std::string& deviceName) {
-  return FindPort(deviceName, &NameFacts::device_port);
+  return PortAt(ProcessCache().names.Find(deviceName, &NameFacts::device_port));
 }

@@ -1,9 +1,9 @@
 // The controlled-by index, and the searches of the topology cache that the associations need.
 //
-// Thread rule: CacheControlledBy and AddToMap run inside the once-only cache build; everything else
-// reads and may run on any thread afterwards.
-// A lookup that finds nothing answers the null port entry (null device), an empty list or false; it
-// never throws for an unknown name.
+// Thread rule: CacheControlledBy, AddToMap and IndexHostedPorts run inside the once-only cache
+// build; everything else reads and may run on any thread afterwards. A lookup that finds nothing
+// answers the null port entry (null device), an empty list or false; it never throws for an unknown
+// name.
 
 #ifndef CACHE_CONTROLLED_BY_H_
 #define CACHE_CONTROLLED_BY_H_
@@ -26,6 +26,10 @@ struct ControlledByRecord {
 // Builds the index from the port list. Throws what a device throws; what was filled stays.
 void CacheControlledBy();
 
+// Makes every port known by the device that hosts it, so that the searches by host need not look at
+// all ports. Allocates nothing, hence cannot fail.
+void IndexHostedPorts();
+
 // Every record, in port order.
 const std::vector<ControlledByRecord>& GetControlledByCache();
 
@@ -39,7 +43,7 @@ const ControlledByRecord* LookupControlledByDevice(const std::string& deviceName
 void AddToMap(const std::string& key, const PortEntry& entry, PortsByName& map);
 
 // The port that connects a device upwards: of all ports hosted by `name` (parentName), the first on
-// the lowest bus; else the null port entry.
+// the lowest bus; else the null port entry. Linear in the ports for a name that is no device's.
 const PortEntry& FindConnectedPort(const std::string& name);
 // The same in a walk through the device list, where it is cheaper. `place` goes from one search to
 // the next, from 0.

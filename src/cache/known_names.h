@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 // Positions in the lists of the cache, or kUnknown.
@@ -52,6 +53,9 @@ class KnownNames {
   // next, from 0.
   NameFacts& At(std::string_view name, std::size_t& place);
   const NameFacts* Find(std::string_view name, std::size_t& place) const;
+  NameFacts* Find(std::string_view name, std::size_t& place) {
+    return const_cast<NameFacts*>(std::as_const(*this).Find(name, place));
+  }
 
   // The names in the order in which they came.
   std::size_t size() const { return entries_.size(); }

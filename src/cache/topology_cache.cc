@@ -59,30 +59,21 @@ void IndexPorts(TopologyCache& cache) {
   cache.names.Reserve(cache.devices.size() + cache.ports.size());
   for (std::size_t position = 0; position < cache.ports.size(); ++position) {
     const PortEntry& entry = cache.ports[position];
-    if (!LearnFirst(cache.names[entry.portName].port, position)) {
+    NameFacts& facts = cache.names[entry.portName];
+    if (facts.port != NameFacts::kUnknown) {
       // The missing quote and the semicolon are part of the text that log readers know.
       syslog(LOG_ERR, "duplicate port name found '%s; skipped", entry.portName.c_str());
       continue;
     }
-    // Hosts mostly report in the order of names: then each belongs at the end.
+    // Hosts mostly report in the order of names: then each belongs at the end. The index comes
+    // after what may fail, so that neither has a name that the other has not.
     cache.port_names.insert(cache.port_names.end(), entry.portName);
+    facts.port = static_cast<std::uint32_t>(position);
     buses.set(entry.bus);
   }
   cache.bus_numbers.reserve(buses.count());
   for (std::size_t bus = 0; bus < buses.size(); ++bus) {
     if (buses[bus]) cache.bus_numbers.push_back(static_cast<std::uint8_t>(bus));
-  }
-}
-
-// Makes every port known by the device that hosts it.
-void IndexHostedPorts(TopologyCache& cache) {
-  std::size_t place = 0;
-  for (std::size_t position = 0; position < cache.ports.size(); ++position) {
-    const PortEntry& entry = cache.ports[position];
-    NameFacts& host = cache.names.At(entry.parentName, place);
-    const bool lower =
-        LearnFirst(host.hosted_port, position) || entry.bus < cache.ports[host.connected_port].bus;
-    if (lower) host.connected_port = static_cast<std::uint32_t>(position);
   }
 }
 
@@ -151,19 +142,6 @@ void BuildTopology(TopologyCache& cache, int progress) {
   CacheControlledBy();
 }
 
-// Runs a step of the build; a failure is logged and keeps what the step has filled by then.
-template <typename Step>
-void Absorb(Step step) {
-  try {
-    step();
-  } catch (const HostCtl::Lib::HostCtlException& error) {
-    syslog(LOG_ERR, "PCI information caught exception, reporting may be incomplete, error %s",
-           error.message.c_str());
-  } catch (...) {
-    syslog(LOG_ERR, "Unexpected exception from PCI initialization, reporting may be incomplete.");
-  }
-}
-
 }  // namespace
 
 TopologyCache& ProcessCache() { return process_cache; }
@@ -186,8 +164,15 @@ void GetPCIData() {
   syslog(progress, "GetPCIData started to analyze and cache HKI PCI data");
   PCICacheSystemName();  // a failure here is not absorbed: without a name there are no paths
   TopologyCache& cache = process_cache;
-  Absorb([&] { BuildTopology(cache, progress); });
-  Absorb([&] { IndexHostedPorts(cache); });  // of as many ports as there are
+  try {
+    BuildTopology(cache, progress);
+  } catch (const HostCtl::Lib::HostCtlException& error) {
+    syslog(LOG_ERR, "PCI information caught exception, reporting may be incomplete, error %s",
+           error.message.c_str());
+  } catch (...) {
+    syslog(LOG_ERR, "Unexpected exception from PCI initialization, reporting may be incomplete.");
+  }
+  IndexHostedPorts();  // of as many ports as there are
   syslog(progress, "*** GetPCIData loaded, %lu switches, %lu bridges busNumbers %lu",
          cache.switches.size(), cache.bridges.size(), cache.bus_numbers.size());
 }

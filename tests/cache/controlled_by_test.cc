@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -115,25 +116,36 @@ TEST(FindConnectedPortTest, SwitchIsConnectedByItsUpstreamPortAndItsPortsByNone)
   EXPECT_EQ(FindConnectedPort("D").device, nullptr);
 }
 
-TEST(FindConnectedPortTest, LowerBusLaterInTheListWins) {
-  LoadHost(fake::Host()
-               .Add(fake::SwitchDownstream("D3").Bus(3).Parent("P"))
-               .Add(fake::SwitchDownstream("D1").Bus(1).Parent("P"))
-               .Add(fake::SwitchDownstream("D2").Bus(2).Parent("P")));
+// Ports of a host "P" that has none of its own, as one of the devices or as none.
+class ConnectedPortsOfAParentTest : public testing::TestWithParam<bool> {
+ protected:
+  static void LoadPorts(std::initializer_list<fake::Device> ports) {
+    fake::Host host;
+    if (GetParam()) host.Add(fake::HostBridge("P"));
+    for (fake::Device port : ports) host.Add(port.Parent("P"));
+    LoadHost(host);
+  }
+};
+
+TEST_P(ConnectedPortsOfAParentTest, LowerBusLaterInTheListWins) {
+  LoadPorts({fake::SwitchDownstream("D3").Bus(3), fake::SwitchDownstream("D1").Bus(1),
+             fake::SwitchDownstream("D2").Bus(2)});
   const LogCapture log;
   EXPECT_EQ(FindConnectedPort("P").portName, "D1-ep");
   EXPECT_THAT(log.Lines(),
               ElementsAre(LogLine{LOG_DEBUG, "FindConnectedPort looking for lowest busid 3"},
                           LogLine{LOG_DEBUG, "FindConnectedPort returning bus 1"}));
+  EXPECT_EQ(FindHostedPort("P").portName, "D3-ep");
 }
 
-TEST(FindConnectedPortTest, EarlierPortOfEqualBusWins) {
-  LoadHost(fake::Host()
-               .Add(fake::SwitchDownstream("D5").Bus(5).Parent("P"))
-               .Add(fake::SwitchDownstream("Da").Bus(1).Parent("P"))
-               .Add(fake::SwitchDownstream("Db").Bus(1).Parent("P")));
+TEST_P(ConnectedPortsOfAParentTest, EarlierPortOfEqualBusWins) {
+  LoadPorts({fake::SwitchDownstream("D5").Bus(5), fake::SwitchDownstream("Da").Bus(1),
+             fake::SwitchDownstream("Db").Bus(1)});
   EXPECT_EQ(FindConnectedPort("P").portName, "Da-ep");
 }
+
+INSTANTIATE_TEST_SUITE_P(Hosts, ConnectedPortsOfAParentTest, testing::Bool(),
+                         [](const auto& test) { return test.param ? "Listed" : "Unlisted"; });
 
 TEST(FindPortsInGroupTest, CopiesOneDevicePerPortOfTheBus) {
   LoadHost(fake::Host()

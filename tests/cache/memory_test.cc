@@ -2,15 +2,19 @@
 // for good. The build is logged as one that failed and is not done again; all that it leaves leads
 // to what it names, and is part of what a whole build makes.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <map>
 #include <new>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "cache/controlled_by.h"
 #include "cache/observe_cache.h"
 #include "cache/topology_cache.h"
 #include "support/cache_reset.h"
@@ -23,6 +27,7 @@ namespace {
 
 using naive::Position;
 using naive::Topology;
+using testing::Contains;
 
 constexpr const char* kStarted = "GetPCIData started to analyze and cache HKI PCI data";
 constexpr const char* kCaught =
@@ -85,8 +90,27 @@ std::string Complaints(const Topology& part, const Topology& whole) {
   return text;
 }
 
-bool Has(const std::vector<LogLine>& log, const LogLine& line) {
-  return std::find(log.begin(), log.end(), line) != log.end();
+// Of all ports that `name` hosts the first, and the first on the lowest bus, port by port.
+std::pair<const PortEntry*, const PortEntry*> HostedPorts(const std::string& name) {
+  const PortEntry* first = &LookupPortEntry("");
+  const PortEntry* lowest = first;
+  for (const PortEntry& entry : GetPortsCache()) {
+    if (entry.parentName != name) continue;
+    if (first->device == nullptr) first = lowest = &entry;
+    if (entry.bus < lowest->bus) lowest = &entry;
+  }
+  return {first, lowest};
+}
+
+// The searches by host know all ports that there are, whatever indexes are missing.
+void ExpectSearchesFindWhatThereIs() {
+  std::set<std::string> hosts = {"unknown"};
+  for (const PortEntry& entry : GetPortsCache()) hosts.insert({entry.parentName, entry.portName});
+  for (const std::string& name : hosts) {
+    const auto [first, lowest] = HostedPorts(name);
+    EXPECT_EQ(&FindHostedPort(name), first) << name;
+    EXPECT_EQ(&FindConnectedPort(name), lowest) << name;
+  }
 }
 
 // The host under names for which a string needs memory; their ends, which tell kinds of ports,
@@ -139,10 +163,11 @@ class CacheMemoryTest : public testing::TestWithParam<Fail> {
   }
 
   static void ExpectIncomplete(const Build& build, const Topology& whole) {
-    EXPECT_TRUE(Has(build.log, {LOG_DEBUG, kStarted}));
-    EXPECT_TRUE(Has(build.log, {LOG_ERR, kCaught}));
+    EXPECT_THAT(build.log, Contains(LogLine{LOG_DEBUG, kStarted}).Times(1));
+    EXPECT_THAT(build.log, Contains(LogLine{LOG_ERR, kCaught}).Times(1));
     EXPECT_EQ(build.log.back().text.find("*** GetPCIData loaded, "), 0U);
     EXPECT_EQ(Complaints(ObserveCache(), whole), "");
+    ExpectSearchesFindWhatThereIs();
     const std::size_t calls = fake::CallCount();
     LoadCache();
     EXPECT_EQ(fake::CallCount(), calls);

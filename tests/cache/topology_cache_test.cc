@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -111,6 +112,24 @@ TEST(CacheBuildTest, HostIsAskedInTheAgreedOrder) {
   EXPECT_THAT(fake::Calls(), ElementsAre("GetHardwareInfo()", "GetSystemName()", "GetHost()",
                                          "GetHardwareInfo()", "GetPciInfo()", "GetPciDevices()"));
   fake::TraceCalls(false);
+}
+
+TEST(CacheBuildTest, HostsInformationIsKeptNoLongerThanNeeded) {
+  ResetCache();
+  fake::Use(fake::Host().Add(fake::Endpoint("E")));
+  fake::TraceCalls(true);
+  LoadCache();
+  const std::vector<std::string> calls = fake::Calls();
+  const std::vector<fake::Live> live = fake::LiveAtCalls();
+  fake::TraceCalls(false);
+  ASSERT_EQ(live.size(), calls.size());
+  const auto devices = std::find(calls.begin(), calls.end(), "GetPciDevices()") - calls.begin();
+  ASSERT_GT(live.size(), devices + 1U);
+  for (std::size_t call = devices; call < live.size(); ++call) {
+    EXPECT_EQ(live[call].hardware_infos, 0) << calls[call];
+    EXPECT_EQ(live[call].pci_infos, 1) << calls[call];
+  }
+  EXPECT_EQ(live[devices - 2].hardware_infos, 0) << "the one that told the system name is gone";
 }
 
 TEST(CacheBuildTest, DevicesOutliveTheInformationThatTheyCameFrom) {
@@ -230,7 +249,8 @@ TEST(CacheBuildTest, PortNamesAreSorted) {
 
 TEST(CacheBuildTest, ListsHaveTheirRoomFromTheStart) {
   LoadHost(MixedHost());
-  EXPECT_GE(GetPortsCache().capacity(), GetDevicesCache().size() + 20);
+  EXPECT_EQ(GetPortsCache().capacity(), GetDevicesCache().size() + GetBridgesCache().size() + 20);
+  EXPECT_EQ(GetBusNumbers().capacity(), GetBusNumbers().size());
   EXPECT_GE(GetSwitchCache().capacity(), GetPortsCache().size() / 2);
   EXPECT_EQ(GetControlledByCache().capacity(), GetPortsCache().size());
 }

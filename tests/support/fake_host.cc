@@ -68,6 +68,7 @@ struct Switchboard {
   std::shared_ptr<const Host> host = std::make_shared<Host>();
   bool tracing = false;
   std::vector<std::string> trace;
+  std::vector<Live> live_at_trace;
   std::size_t first_call = 0;  // the number of calls when the failures were asked for
   std::set<std::size_t> failing;
   std::size_t failing_from = 0;  // 0: not at all
@@ -97,7 +98,10 @@ Switchboard& Board() {
 void TraceOrFail(const char* operation, const std::string& subject, std::size_t call) {
   Switchboard& board = Board();
   const std::lock_guard lock(board.mutex);
-  if (board.tracing) board.trace.push_back(std::string(operation) + "(" + subject + ")");
+  if (board.tracing) {
+    board.trace.push_back(std::string(operation) + "(" + subject + ")");
+    board.live_at_trace.push_back(LiveObjects());
+  }
   const std::size_t n = call - board.first_call;
   if (board.failing.contains(n) || (board.failing_from != 0 && n >= board.failing_from)) {
     Throw("injected failure at call " + std::to_string(n), board.thrown);
@@ -251,6 +255,7 @@ void Use(const Host& host) {
     const std::lock_guard lock(board.mutex);
     board.host = std::make_shared<const Host>(host);
     board.trace.clear();
+    board.live_at_trace.clear();
   }
   FailNever();
 }
@@ -270,12 +275,18 @@ void TraceCalls(bool on) {
   const std::lock_guard lock(board.mutex);
   board.tracing = on;
   board.trace.clear();
+  board.live_at_trace.clear();
   board.armed = on || !board.failing.empty() || board.failing_from != 0;
 }
 
 std::vector<std::string> Calls() {
   const std::lock_guard lock(Board().mutex);
   return Board().trace;
+}
+
+std::vector<Live> LiveAtCalls() {
+  const std::lock_guard lock(Board().mutex);
+  return Board().live_at_trace;
 }
 
 Live LiveObjects() {

@@ -221,9 +221,11 @@ struct Live {
   bool operator==(const Live&) const = default;
 };
 FAKE_HOST_API Live LiveObjects();
+// The same as it was at each call that Calls() tells.
+FAKE_HOST_API std::vector<Live> LiveAtCalls();
 
-// Whether access("/tmp/dump_pci", ...) succeeds; false until a test says otherwise. The file itself
-// is never looked at.
+// Whether access("/tmp/dump_pci", R_OK) succeeds; false until a test says otherwise: then there is
+// such a file, and it may not be read. The file of the machine is never looked at.
 FAKE_HOST_API void DumpFileReadable(bool readable);
 // How often it was asked, ever.
 FAKE_HOST_API std::size_t DumpFileChecks();
