@@ -58,8 +58,8 @@ void ForPortAndPeer(const PortEntry& entry, Visit visit) {
   if (!entry.peerName.empty()) visit(MakePCIPortRef(entry.peerName));
 }
 
-// What a request's source path names. A key that is missing or no string counts as empty; any other
-// failure to read it does not.
+// What a request's source path names. A key that is missing, no string or refused by the object
+// manager counts as empty.
 std::string SourceIdentifier(const CmpiObjectPath& source) {
   try {
     return DeviceIdOf(source);

@@ -76,6 +76,7 @@ template <typename Provider, typename Mi, typename Table, typename Announce>
 Mi* CreateMI(Factory<Mi, Table>& factory, const CMPIBroker* broker, const CMPIContext* context,
              Announce announce) {
   const ostInt::CancellationHold hold;
+  const ostInt::BrokerScope scope(broker);
   const ostInt::CmpiContext wrapped_context(context);
   factory.record.ft = &factory.table;
   ostInt::CmpiBaseMI* object = ObtainProvider<Provider>(factory.base, broker, wrapped_context);

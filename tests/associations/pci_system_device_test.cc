@@ -93,6 +93,12 @@ TEST_F(PciSystemDeviceTest, DoesNotFindAnotherSystem) {
   }
 }
 
+TEST_F(PciSystemDeviceTest, LooksAtThePartOnlyOfItsOwnSystem) {
+  Use(MixedHost());
+  const auto path = AssociationPath("PCISystemDevice", SystemPath("other"), DevicePath("e"));
+  EXPECT_EQ(Get("PCISystemDevice", Without(path, "PartComponent")), "NOT_FOUND");
+}
+
 TEST_F(PciSystemDeviceTest, NeedsTheSystemAsAReference) {
   Use(MixedHost());
   const auto path = AssociationPath("PCISystemDevice", SystemPath(), DevicePath("e"));

@@ -3,6 +3,7 @@
 #include "elements/pci_port.h"
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "broker/wbem_uri.h"
@@ -10,8 +11,11 @@
 
 namespace {
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::Not;
 
 class PciPortTest : public ProviderTest {
  protected:
@@ -193,12 +197,17 @@ TEST_F(PciPortTest, ReturnsNothingForADeviceThatChangesItsAnswers) {
 TEST_F(PciPortTest, IgnoresANullDeviceAndTheRefFormSaysSo) {
   Use(fake::Host());
   SeenBridges seen;
-  Inside(PortPath(""), [&](auto& result, const auto& /*path*/) {
-    MakePortsForDevice(nullptr, result, seen, nullptr);
-  });
+  EXPECT_EQ(Inside(PortPath(""),
+                   [&](auto& result, const auto& /*path*/) {
+                     MakePortsForDevice(nullptr, result, seen, nullptr);
+                   }),
+            "OK");
   EXPECT_THAT(log.Lines(), IsEmpty());
-  Inside(PortPath(""),
-         [&](auto& result, const auto& /*path*/) { MakePortsForDeviceRef(nullptr, seen, result); });
+  EXPECT_EQ(InsideRef(PortPath(""),
+                      [&](auto& result, const auto& /*path*/) {
+                        MakePortsForDeviceRef(nullptr, seen, result);
+                      }),
+            "OK");
   EXPECT_THAT(log.Lines(), ElementsAre(LogLine{LOG_CRIT, "ignoring null device"}));
 }
 
@@ -244,6 +253,40 @@ TEST_F(PciPortTest, ListsThePortsFiledUnderEveryBridgeWhoseNameHoldsTheIdentifie
     for (const Answer& answer : ListBridgePortsOf(BridgePath(part))) {
       EXPECT_THAT(answer.Elements(), ElementsAre("PCIPort d-ep", "PCIPort f-ep", "PCIPort g-ep"));
     }
+  }
+}
+
+TEST_F(PciPortTest, ListsThePortsOfABridgeInTheOrderInWhichTheyAreFiled) {
+  Use(fake::Host()
+          .Add(fake::PciBridge("b1"))
+          .Add(fake::SwitchDownstream("f").Parent("b1"))
+          .Add(fake::SwitchDownstream("d").Parent("b1")));
+  EXPECT_THAT(ListBridgePortsOf(BridgePath("b1")),
+              ElementsAre("[PCIPort f-ep], [PCIPort d-ep], OK", "PCIPort f-ep, PCIPort d-ep, OK"));
+}
+
+TEST_F(PciPortTest, ListsBridgesInTheOrderOfTheIndex) {
+  Use(HostWithPortsBelowBridges());
+  std::string expected;
+  for (const auto& [bridge, ports] : GetBridgePortsCache()) {
+    for (const PortEntry* port : ports) expected += "PCIPort " + port->portName + ", ";
+  }
+  EXPECT_EQ(ListBridgePortsOf(BridgePath("b")).back(), expected + "OK");
+}
+
+TEST_F(PciPortTest, SelectionsKeepToThePropertyList) {
+  fake::Host host = HostWithPortsBelowBridges();
+  Use(host.Add(fake::SwitchUpstream("U")).Add(fake::SwitchDownstream("D").Parent("U")));
+  const char* names[] = {"BusNumber", nullptr};
+  const std::vector<std::pair<InstanceForm, std::string>> selections = {
+      {&ListPorts, "U"}, {&ListBridgePorts, "b10"}, {&ListSwitchPorts, "U"}};
+  for (const auto& [selection, identifier] : selections) {
+    const Answer answer = Inside(DevicePath(identifier), [&](auto& result, const auto& path) {
+      selection(path, static_cast<const char**>(names), result);
+    });
+    const std::vector<std::string> properties = Properties(answer.Only());
+    EXPECT_THAT(properties, Contains(HasSubstr("BusNumber")));
+    EXPECT_THAT(properties, Not(Contains(HasSubstr("PortType"))));
   }
 }
 

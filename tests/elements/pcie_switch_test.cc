@@ -43,6 +43,14 @@ TEST_F(PcieSwitchTest, CountsDirectChildrenOnly) {
   EXPECT_EQ(NumberOfPorts("D2"), "NumberOfPorts uint16 0");
 }
 
+TEST_F(PcieSwitchTest, CountsNoFurtherThanSixteenBits) {
+  fake::Host host;
+  host.Add(fake::SwitchUpstream("U"));
+  for (int child = 0; child <= 65536; ++child) host.Add(fake::Endpoint("e").Parent("U"));
+  Use(host);
+  EXPECT_EQ(NumberOfPorts("U"), "NumberOfPorts uint16 1");
+}
+
 TEST_F(PcieSwitchTest, GetsAnyDeviceAsASwitchAndDoesNotEndTheResult) {
   Use(MixedHost());
   for (const char* name : {"U", "D1", "b", "h", "e"}) {

@@ -37,7 +37,6 @@ class FactoriesTest : public testing::Test {
     for (CMPIAssociationMI* mi : associations_) mi->ft->cleanup(mi, context_, 1);
     for (const CMPIInstanceMI* mi : instances_) EXPECT_EQ(mi->hdl, nullptr);
     for (const CMPIAssociationMI* mi : associations_) EXPECT_EQ(mi->hdl, nullptr);
-    ostInt::SetProcessBroker(nullptr);
     ResetCache();
   }
 
@@ -113,6 +112,21 @@ TEST_F(FactoriesTest, EveryClassHasAnObjectOfItsOwn) {
     if (provider.create_association == nullptr) continue;
     EXPECT_EQ(Create(provider.create_association)->hdl, handle) << provider.name;
   }
+}
+
+// OpenPegasus gives each provider a broker, and may unload one while others answer.
+TEST_F(FactoriesTest, AClassNeverUsesTheBrokerOfAnother) {
+  CMPIInstanceMI* devices = Create(Ostrel_PCIDevice_Create_InstanceMI);
+  {
+    CMPIBrokerEncFT nothing{};  // ends the process where it is asked for anything
+    const CMPIBroker passing{nullptr, broker_.raw()->bft, &nothing, nullptr, nullptr};
+    CMPIInstanceMI* ports = Ostrel_PCIPort_Create_InstanceMI(&passing, context_);
+    ports->ft->cleanup(ports, context_, 0);
+  }
+  const CMPIStatus status = devices->ft->enumerateInstanceNames(
+      devices, context_, broker_.Result(), broker_.Path("root/cimv2", "Ostrel_PCIDevice"));
+  EXPECT_EQ(status.rc, CMPI_RC_OK);
+  EXPECT_THAT(broker_.calls(), testing::Contains("returnObjectPath Ostrel_PCIDevice").Times(1));
 }
 
 TEST_F(FactoriesTest, TheTopologyIsReadOnceForAllClasses) {

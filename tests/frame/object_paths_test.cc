@@ -22,11 +22,7 @@ using testing::ElementsAre;
 
 class ObjectPathsTest : public testing::Test {
  protected:
-  ObjectPathsTest() { ostInt::SetProcessBroker(broker_.raw()); }
-  ~ObjectPathsTest() override {
-    ostInt::SetProcessBroker(nullptr);
-    ResetCache();
-  }
+  ~ObjectPathsTest() override { ResetCache(); }
 
   // Builds the cache from a host of one device, and answers that device.
   const HostCtl::Hardware::PciDevice* Load(const fake::Device& device) {
@@ -40,6 +36,7 @@ class ObjectPathsTest : public testing::Test {
   }
 
   RecordingBroker broker_;
+  ostInt::BrokerScope scope_{broker_.raw()};
 };
 
 TEST_F(ObjectPathsTest, ElementPathsHaveFourKeysInTheirOrder) {

@@ -93,7 +93,6 @@ class RegistrationTest : public testing::Test {
     while (baseOstrel_FrameProbe.useCount() > 0) baseOstrel_FrameProbe.dropUse();
     EXPECT_EQ(script.alive, 0);
     EXPECT_EQ(script.alive_bases, 0);
-    ostInt::SetProcessBroker(nullptr);
   }
 
   CMPIInstanceMI* CreateInstanceMI() {
@@ -147,7 +146,6 @@ TEST_F(RegistrationTest, TheProviderIsBuiltWithTheBrokerAndInitializedWithTheCon
   CreateInstanceMI();
   EXPECT_EQ(script.broker, broker_.raw());
   EXPECT_EQ(script.context, context_);
-  EXPECT_EQ(ostInt::ProcessBroker(), broker_.raw());
 }
 
 TEST_F(RegistrationTest, EachInstanceFactoryCallWritesOneTraceLine) {

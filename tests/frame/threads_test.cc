@@ -1,5 +1,6 @@
 // Factories and requests on many threads at once.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -35,16 +36,18 @@ class FrameThreadsTest : public testing::Test {
   }
   ~FrameThreadsTest() override {
     for (CMPIInstanceMI* mi : providers_) mi->ft->cleanup(mi, context_, 1);
-    ostInt::SetProcessBroker(nullptr);
     ResetCache();
   }
 
-  // Each class on a thread of its own.
-  void CreateAllAtOnce() {
+  // Each class on a thread of its own. Answers how many devices each saw when it had its provider.
+  std::vector<std::size_t> CreateAllAtOnce() {
     providers_.resize(std::size(kProviderClasses));
+    std::vector<std::size_t> devices(providers_.size());
     OnThreads(providers_.size(), [&](std::size_t thread) {
       providers_[thread] = kProviderClasses[thread].create_instance(broker_.raw(), context_);
+      devices[thread] = GetDevicesCache().size();
     });
+    return devices;
   }
 
   RecordingBroker broker_;
@@ -57,11 +60,10 @@ TEST_F(FrameThreadsTest, FactoriesOfAllClassesAtOnceBuildOneTopology) {
   for (int round = 0; round < 20; ++round) {
     ResetCache();
     fake::Use(SampleHost());
-    CreateAllAtOnce();
+    // Nobody is handed a provider before the topology is complete.
+    EXPECT_THAT(CreateAllAtOnce(), testing::Each(6U));
     EXPECT_EQ(fake::CallCount("GetPciDevices"), 1U);
     EXPECT_EQ(fake::CallCount("GetSystemName"), 1U);
-    // Nobody was handed a provider before the topology was complete.
-    EXPECT_EQ(GetDevicesCache().size(), 6U);
     for (CMPIInstanceMI* mi : providers_) {
       EXPECT_NE(mi->hdl, nullptr);
       mi->ft->cleanup(mi, context_, 0);

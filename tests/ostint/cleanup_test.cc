@@ -55,8 +55,6 @@ class ScriptedProvider : virtual public CmpiInstanceMI, virtual public CmpiAssoc
 
 class CleanupTest : public testing::Test {
  protected:
-  ~CleanupTest() override { ostInt::SetProcessBroker(nullptr); }
-
   // As a factory does.
   void Obtain() {
     if (base_->getBaseMI() != nullptr) return;

@@ -23,10 +23,8 @@ using testing::ElementsAre;
 
 class CmpiBrokerTest : public testing::Test {
  protected:
-  CmpiBrokerTest() { ostInt::SetProcessBroker(broker_.raw()); }
-  ~CmpiBrokerTest() override { ostInt::SetProcessBroker(nullptr); }
-
   RecordingBroker broker_;
+  ostInt::BrokerScope scope_{broker_.raw()};
 };
 
 TEST_F(CmpiBrokerTest, ResultsArePassedOnOneByOne) {
@@ -163,7 +161,7 @@ class PlainMemoryTest : public testing::TestWithParam<Offer> {};
 // Nothing is marked, nothing released, and nothing read behind the end of a table.
 TEST_P(PlainMemoryTest, EveryOperationWorksWithoutMarkAndRelease) {
   RecordingBroker broker(GetParam());
-  ostInt::SetProcessBroker(broker.raw());
+  const ostInt::BrokerScope call(broker.raw());
   broker.class_is_a = {"C"};
   CmpiResult result(broker.Result());
   for (int element = 0; element < 2; ++element) {
@@ -184,7 +182,6 @@ TEST_P(PlainMemoryTest, EveryOperationWorksWithoutMarkAndRelease) {
   result.returnDone();
   EXPECT_EQ(broker.open_marks(), 0);
   EXPECT_GE(broker.live_objects(), 6U);
-  ostInt::SetProcessBroker(nullptr);
 }
 
 INSTANTIATE_TEST_SUITE_P(Brokers, PlainMemoryTest,

@@ -19,10 +19,8 @@ using ostInt::CmpiString;
 
 class CmpiDataTest : public testing::Test {
  protected:
-  CmpiDataTest() { ostInt::SetProcessBroker(broker_.raw()); }
-  ~CmpiDataTest() override { ostInt::SetProcessBroker(nullptr); }
-
   RecordingBroker broker_;
+  ostInt::BrokerScope scope_{broker_.raw()};
 };
 
 template <typename Target>

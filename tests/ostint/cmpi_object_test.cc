@@ -20,10 +20,8 @@ using testing::ElementsAre;
 
 class CmpiObjectTest : public testing::Test {
  protected:
-  CmpiObjectTest() { ostInt::SetProcessBroker(broker_.raw()); }
-  ~CmpiObjectTest() override { ostInt::SetProcessBroker(nullptr); }
-
   RecordingBroker broker_;
+  ostInt::BrokerScope scope_{broker_.raw()};
 };
 
 std::string KeyOf(const CmpiObjectPath& path, const char* name) {
@@ -84,7 +82,7 @@ TEST_F(CmpiObjectTest, SettingAKeyThatIsRefusedThrows) {
 
 TEST(CmpiObjectKeyTest, NamesAreFoundIgnoringCaseWhereTheObjectManagerDoesNot) {
   RecordingBroker broker({.key_case = true});
-  ostInt::SetProcessBroker(broker.raw());
+  const ostInt::BrokerScope scope(broker.raw());
   const CmpiObjectPath path(
       broker.Path("", "C", {{"NAME", broker.Text("n")}, {"deviceid", broker.Text("d")}}));
   EXPECT_EQ(KeyOf(path, "DeviceID"), "d");
@@ -94,7 +92,7 @@ TEST(CmpiObjectKeyTest, NamesAreFoundIgnoringCaseWhereTheObjectManagerDoesNot) {
 
 TEST(CmpiObjectKeyTest, KeysThatCannotBeListedAreMissing) {
   RecordingBroker broker({.key_case = true});
-  ostInt::SetProcessBroker(broker.raw());
+  const ostInt::BrokerScope scope(broker.raw());
   const CmpiObjectPath path(broker.Path("", "C", {{"deviceid", broker.Text("d")}}));
   broker.Fail("getKeyAt", CMPI_RC_ERR_FAILED);
   EXPECT_EQ(OutcomeOf([&] { path.getKey("DeviceID"); }).rc, CMPI_RC_ERR_NO_SUCH_PROPERTY);
@@ -104,7 +102,7 @@ TEST(CmpiObjectKeyTest, KeysThatCannotBeListedAreMissing) {
 
 TEST(CmpiObjectKeyTest, KeysAnsweredAsCharsAreRead) {
   RecordingBroker broker({.keys_as_chars = true});
-  ostInt::SetProcessBroker(broker.raw());
+  const ostInt::BrokerScope scope(broker.raw());
   const CmpiObjectPath path(broker.Path("", "C", {{"DeviceID", broker.Text("0000:00:1f.2")}}));
   EXPECT_EQ(KeyOf(path, "DeviceID"), "0000:00:1f.2");
 }

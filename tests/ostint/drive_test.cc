@@ -127,8 +127,6 @@ class NotingProvider : public PlainProvider {
 
 class DriveTest : public testing::Test {
  protected:
-  ~DriveTest() override { ostInt::SetProcessBroker(nullptr); }
-
   template <typename Provider>
   void Serve(Provider& provider) {
     CmpiBaseMI* object = &provider;
@@ -338,10 +336,9 @@ TEST_F(DriveTest, TheMessageOfAFailureInsideAnElementScopeIsStillThere) {
   EXPECT_EQ(broker_.open_marks(), 0);
 }
 
+// Without a provider there is no broker that could make a text.
 TEST_F(DriveTest, ARecordWithoutProviderIsAnInvalidHandle) {
-  PlainProvider provider(CmpiBroker(broker_.raw()), CmpiContext(context_));  // sets the broker
-  EXPECT_THAT(DriveAll(),
-              testing::Each(Outcome{CMPI_RC_ERR_INVALID_HANDLE, "no provider behind the MI"}));
+  EXPECT_THAT(DriveAll(), testing::Each(Outcome{CMPI_RC_ERR_INVALID_HANDLE, ""}));
 }
 
 TEST_F(DriveTest, AProviderOfInstancesAloneServesNoAssociation) {
@@ -349,13 +346,114 @@ TEST_F(DriveTest, AProviderOfInstancesAloneServesNoAssociation) {
   Serve(provider);
   const Outcome outcome = Call(
       CmpiAssociationMI::driveReferenceNames(&association_mi_, context_, result_, path_, "R", "o"));
-  EXPECT_EQ(outcome.rc, CMPI_RC_ERR_INVALID_HANDLE);
+  EXPECT_EQ(outcome, (Outcome{CMPI_RC_ERR_INVALID_HANDLE, "no provider behind the MI"}));
 }
 
-TEST_F(DriveTest, TheFirstBrokerOfAProviderIsTheProcessesBroker) {
-  EXPECT_EQ(ostInt::ProcessBroker(), nullptr);
-  const InstanceOnlyProvider provider(CmpiBroker(broker_.raw()), CmpiContext(context_));
-  EXPECT_EQ(ostInt::ProcessBroker(), broker_.raw());
+// The recording broker's functions under a name, which each call for an object, mark or release
+// notes.
+class NamedBroker {
+ public:
+  NamedBroker(const char* name, const CMPIBroker* functions)
+      : enc_(*functions->eft),
+        mem_(*functions->mft),
+        // Functions get no more than the record: its handle has the name.
+        record_{const_cast<char*>(name), functions->bft, &enc_, functions->xft, &mem_} {
+    original_ = functions;
+    enc_.newObjectPath = [](const CMPIBroker* broker, const char* name_space, const char* cls,
+                            CMPIStatus* status) {
+      Note(broker, "path");
+      return original_->eft->newObjectPath(broker, name_space, cls, status);
+    };
+    enc_.newString = [](const CMPIBroker* broker, const char* text, CMPIStatus* status) {
+      Note(broker, text);
+      return original_->eft->newString(broker, text, status);
+    };
+    mem_.mark = [](const CMPIBroker* broker, CMPIStatus* status) {
+      Note(broker, "mark");
+      return original_->mft->mark(broker, status);
+    };
+    mem_.release = [](const CMPIBroker* broker, const CMPIGcStat* mark) {
+      Note(broker, "release");
+      return original_->mft->release(broker, mark);
+    };
+  }
+  NamedBroker(const NamedBroker&) = delete;
+  NamedBroker& operator=(const NamedBroker&) = delete;
+
+  const CMPIBroker* raw() const { return &record_; }
+
+  inline static std::vector<std::string> notes;
+
+ private:
+  static void Note(const CMPIBroker* broker, const std::string& call) {
+    notes.push_back(static_cast<const char*>(broker->hdl) + (": " + call));
+  }
+
+  inline static const CMPIBroker* original_ = nullptr;
+  CMPIBrokerEncFT enc_;
+  CMPIBrokerMemFT mem_;
+  CMPIBroker record_;
+};
+
+// Makes two paths in each enumeration of names, with what a test has it do between them.
+class PathMaker : public InstanceOnlyProvider {
+ public:
+  PathMaker(const NamedBroker& broker, const CMPIContext* context)
+      : CmpiBaseMI(CmpiBroker(broker.raw()), CmpiContext(context)),
+        CmpiInstanceMI(CmpiBroker(broker.raw()), CmpiContext(context)),
+        InstanceOnlyProvider(CmpiBroker(broker.raw()), CmpiContext(context)) {}
+  CmpiStatus enumInstanceNames(const CmpiContext& /*context*/, CmpiResult& /*result*/,
+                               const CmpiObjectPath& /*path*/) override {
+    const CmpiElementScope scope;
+    CmpiObjectPath("root/cimv2", "C");
+    meanwhile();
+    CmpiObjectPath("root/cimv2", "C");
+    return {CMPI_RC_ERR_FAILED, "done"};
+  }
+  std::function<void()> meanwhile = [] {};
+};
+
+class BrokersTest : public DriveTest {
+ protected:
+  BrokersTest() { NamedBroker::notes.clear(); }
+
+  void Enumerate(PathMaker& provider) {
+    CMPIInstanceMI record{};
+    CmpiBaseMI* object = &provider;
+    record.hdl = object;
+    CmpiInstanceMI::driveEnumInstanceNames(&record, context_, result_, path_);
+  }
+
+  NamedBroker first_{"first", broker_.raw()};
+  PathMaker provider_{first_, context_};
+};
+
+TEST_F(BrokersTest, EachProviderUsesTheOneThatItWasMadeWith) {
+  const NamedBroker second("second", broker_.raw());
+  PathMaker other(second, context_);
+  provider_.meanwhile = [&] { Enumerate(other); };  // as an up-call may, on the same thread
+  Enumerate(provider_);
+  EXPECT_THAT(NamedBroker::notes,
+              ElementsAre("first: mark", "first: path", "second: mark", "second: path",
+                          "second: path", "second: release", "second: done", "first: path",
+                          "first: release", "first: done"));
+}
+
+TEST_F(BrokersTest, OneThatIsGoneWithItsProviderIsNotUsed) {
+  {
+    const NamedBroker second("second", broker_.raw());
+    PathMaker other(second, context_);
+    Enumerate(other);
+  }
+  NamedBroker::notes.clear();
+  Enumerate(provider_);
+  EXPECT_THAT(NamedBroker::notes, ElementsAre("first: mark", "first: path", "first: path",
+                                              "first: release", "first: done"));
+}
+
+TEST_F(BrokersTest, NoneIsLeftBehindByACall) {
+  Enumerate(provider_);
+  EXPECT_EQ(ostInt::CallBroker(), nullptr);
 }
 
 }  // namespace

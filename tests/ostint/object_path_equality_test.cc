@@ -17,9 +17,6 @@ class ObjectPathEqualityTest : public testing::Test {
  protected:
   using Keys = std::initializer_list<std::pair<std::string, CMPIData>>;
 
-  ObjectPathEqualityTest() { ostInt::SetProcessBroker(broker_.raw()); }
-  ~ObjectPathEqualityTest() override { ostInt::SetProcessBroker(nullptr); }
-
   CMPIObjectPath* Path(Keys keys) { return broker_.Path("root/cimv2", "C", keys); }
   CMPIData Ref(Keys keys) { return RecordingBroker::Reference(Path(keys)); }
   CMPIData Time(const std::string& text) {
@@ -42,6 +39,7 @@ class ObjectPathEqualityTest : public testing::Test {
   }
 
   RecordingBroker broker_;
+  ostInt::BrokerScope scope_{broker_.raw()};
 };
 
 TEST_F(ObjectPathEqualityTest, APathEqualsItself) {

@@ -281,19 +281,18 @@ fake::Host MixedHost() {
       .Add(fake::PcieEndpoint("x").Bus(4).Parent("D1"));
 }
 
-// A broker of the providers' own, where a test changes what the manager's does.
+// Puts functions of its own into the manager's broker, where a test changes what they do.
 class ProviderTest::BrokerExtension {
  public:
   explicit BrokerExtension(const CMPIBroker* broker)
       : functions_(CopyOfTable(broker->eft)),
-        broker_{broker->hdl, broker->bft, &functions_, broker->xft,
-                OnCmpi10() ? nullptr : broker->mft},
-        original_(broker) {
+        broker_(const_cast<CMPIBroker*>(broker)),  // NOLINT: the manager made it to be written
+        original_(broker->eft) {
     current_ = this;
-    ostInt::SetProcessBroker(&broker_);
+    broker_->eft = &functions_;
   }
   ~BrokerExtension() {
-    ostInt::SetProcessBroker(original_);
+    broker_->eft = original_;
     current_ = nullptr;
   }
   BrokerExtension(const BrokerExtension&) = delete;
@@ -307,20 +306,19 @@ class ProviderTest::BrokerExtension {
   void PresetInstances() { functions_.newInstance = &NewPresetInstance; }
 
  private:
-  static CMPIBoolean IsA(const CMPIBroker* /*broker*/, const CMPIObjectPath* path, const char* type,
+  static CMPIBoolean IsA(const CMPIBroker* broker, const CMPIObjectPath* path, const char* type,
                          CMPIStatus* status) {
     const CMPIString* name = path->ft->getClassName(path, nullptr);
     if (current_->subclass_ == name->ft->getCharPtr(name, nullptr)) {
       if (status != nullptr) *status = {CMPI_RC_OK, nullptr};
       return static_cast<CMPIBoolean>(current_->class_name_ == type);
     }
-    return current_->original_->eft->classPathIsA(current_->original_, path, type, status);
+    return current_->original_->classPathIsA(broker, path, type, status);
   }
 
-  static CMPIInstance* NewPresetInstance(const CMPIBroker* /*broker*/, const CMPIObjectPath* path,
+  static CMPIInstance* NewPresetInstance(const CMPIBroker* broker, const CMPIObjectPath* path,
                                          CMPIStatus* status) {
-    CMPIInstance* instance =
-        current_->original_->eft->newInstance(current_->original_, path, status);
+    CMPIInstance* instance = current_->original_->newInstance(broker, path, status);
     const CMPIString* name = path->ft->getClassName(path, nullptr);
     const auto* cls = broker::schema::FindClass(name->ft->getCharPtr(name, nullptr));
     for (const broker::schema::Property* property : broker::schema::AllProperties(*cls)) {
@@ -342,10 +340,10 @@ class ProviderTest::BrokerExtension {
   static BrokerExtension* current_;
 
   CMPIBrokerEncFT functions_;
-  CMPIBroker broker_;
+  CMPIBroker* broker_;
+  CMPIBrokerEncFT* original_;
   std::string subclass_;
   std::string class_name_;
-  const CMPIBroker* original_;
 };
 
 ProviderTest::BrokerExtension* ProviderTest::BrokerExtension::current_ = nullptr;
@@ -452,11 +450,6 @@ Answer ProviderTest::RunProbe(const ObjectPath& path, ProbeOperation operation, 
 }
 
 ProviderTest::BrokerExtension& ProviderTest::ExtendBroker() {
-  // A provider object, once made, would put the manager's own broker back: make them all now.
-  for (const char* name : kClasses) {
-    broker::Status status;
-    manager_->InstanceProvider(ClassName(name), &status);
-  }
   extension_ = std::make_unique<BrokerExtension>(manager_->broker());
   return *extension_;
 }

@@ -4,9 +4,8 @@
 
 namespace ostInt {
 
-CmpiBaseMI::CmpiBaseMI(const CmpiBroker& broker, const CmpiContext& /*context*/) : broker_(broker) {
-  SetProcessBroker(broker.raw());
-}
+CmpiBaseMI::CmpiBaseMI(const CmpiBroker& broker, const CmpiContext& /*context*/)
+    : broker_(broker) {}
 
 CmpiBaseMI::~CmpiBaseMI() = default;
 
@@ -30,8 +29,8 @@ struct UseDrop {
 
 CMPIStatus CmpiBaseMI::DriveCleanup(const void* handle, const CMPIContext* context,
                                     CMPIBoolean terminating) {
-  return Drive([&]() -> CmpiStatus {
-    CmpiBaseMI* provider = ObjectBehind(handle);
+  CmpiBaseMI* provider = ObjectBehind(handle);
+  return Drive(provider, [&]() -> CmpiStatus {
     if (provider == nullptr) return CMPI_RC_OK;
     const UseDrop drop{provider->provider_base_};
     CmpiContext wrapped_context(context);

@@ -13,7 +13,7 @@ CmpiData::operator CmpiString() const {
   // Text comes as CMPI_string or, from some object managers, as CMPI_chars.
   if (data_.type == CMPI_chars && !isNull()) {
     CMPIStatus status{CMPI_RC_OK, nullptr};
-    const CMPIBroker* broker = ProcessBroker();
+    const CMPIBroker* broker = CallBroker();
     const CMPIString* string = broker->eft->newString(broker, data_.value.chars, &status);
     return CmpiString(ThrowUnlessMade(string, status, "newString"));
   }

@@ -15,7 +15,7 @@ const char* CmpiString::charPtr() const {
 
 CmpiString CmpiObject::toString() const {
   CMPIStatus status{CMPI_RC_OK, nullptr};
-  const CMPIBroker* broker = ProcessBroker();
+  const CMPIBroker* broker = CallBroker();
   const CMPIString* text = broker->eft->toString(broker, object_, &status);
   return CmpiString(ThrowUnlessMade(text, status, "toString"));
 }
@@ -24,21 +24,21 @@ namespace {
 
 const CMPIObjectPath* MakeObjectPath(const char* name_space, const char* class_name) {
   CMPIStatus status{CMPI_RC_OK, nullptr};
-  const CMPIBroker* broker = ProcessBroker();
+  const CMPIBroker* broker = CallBroker();
   const CMPIObjectPath* path = broker->eft->newObjectPath(broker, name_space, class_name, &status);
   return ThrowUnlessMade(path, status, "newObjectPath");
 }
 
 const CMPIInstance* MakeInstance(const CmpiObjectPath& path) {
   CMPIStatus status{CMPI_RC_OK, nullptr};
-  const CMPIBroker* broker = ProcessBroker();
+  const CMPIBroker* broker = CallBroker();
   const CMPIInstance* instance = broker->eft->newInstance(broker, path.raw(), &status);
   return ThrowUnlessMade(instance, status, "newInstance");
 }
 
 CMPIArray* MakeArray(CMPICount count, CMPIType element_type) {
   CMPIStatus status{CMPI_RC_OK, nullptr};
-  const CMPIBroker* broker = ProcessBroker();
+  const CMPIBroker* broker = CallBroker();
   CMPIArray* array = broker->eft->newArray(broker, count, element_type, &status);
   return ThrowUnlessMade(array, status, "newArray");
 }
@@ -74,7 +74,7 @@ bool CmpiObjectPath::FindKeyIgnoringCase(const char* name, CMPIData& found) cons
 
 bool CmpiObjectPath::classPathIsA(const char* class_name) const {
   CMPIStatus status{CMPI_RC_OK, nullptr};
-  const CMPIBroker* broker = ProcessBroker();
+  const CMPIBroker* broker = CallBroker();
   const bool is_a = broker->eft->classPathIsA(broker, raw(), class_name, &status) != 0;
   if (status.rc == CMPI_RC_ERR_INVALID_CLASS || status.rc == CMPI_RC_ERR_NOT_FOUND) return false;
   ThrowUnlessOk(status);

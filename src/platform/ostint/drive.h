@@ -16,7 +16,7 @@ namespace ostInt {
 // As CMPI answers: no allocation of our own, so that it works when memory is short.
 inline CMPIStatus MakeStatus(CMPIrc rc, const char* message) noexcept {
   CMPIStatus status{rc, nullptr};
-  const CMPIBroker* broker = ProcessBroker();
+  const CMPIBroker* broker = CallBroker();
   if (message == nullptr || *message == '\0' || broker == nullptr) return status;
   try {
     status.msg = broker->eft->newString(broker, message, nullptr);
@@ -30,10 +30,12 @@ inline CMPIStatus MakeStatus(const CmpiStatus& status) noexcept {
   return MakeStatus(status.rc(), status.message().c_str());
 }
 
-// Runs one operation and turns whatever comes out of it into a CMPI status.
+// Runs one operation of a provider with the provider's broker, and turns whatever comes out of it
+// into a CMPI status; without a provider, which has no broker either, into one without text.
 template <typename Operation>
-CMPIStatus Drive(Operation operation) noexcept {
+CMPIStatus Drive(const CmpiBaseMI* provider, Operation operation) noexcept {
   const CancellationHold hold;
+  const BrokerScope scope(provider == nullptr ? nullptr : provider->broker().raw());
   try {
     return MakeStatus(operation());
   } catch (const CmpiStatus& status) {
@@ -65,7 +67,7 @@ CMPIStatus DriveOn(const Mi* mi, const CMPIContext* context, const CMPIResult* r
                    CmpiStatus (Provider::*operation)(const CmpiContext&, CmpiResult&,
                                                      const CmpiObjectPath&, Parameters...),
                    const Arguments&... arguments) noexcept {
-  return Drive([&] {
+  return Drive(ObjectBehind(mi->hdl), [&] {
     CmpiResult wrapped_result(result);
     return (ProviderOf<Provider>(mi).*operation)(CmpiContext(context), wrapped_result,
                                                  CmpiObjectPath(path), arguments...);
