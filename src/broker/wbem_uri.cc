@@ -98,8 +98,8 @@ constexpr bool IsNameChar(char c) {
 
 class Parser {
  public:
-  // `base` is where the text stands in the outermost one; `exact` is false inside of a reference,
-  // where escapes have moved the offsets and errors name the reference's start.
+  // `base` is where the text stands in the outermost one. Inside of a reference (`depth` above 0)
+  // escapes have moved the offsets, and errors name the reference's start.
   Parser(std::string_view text, std::size_t base, int depth)
       : text_(text), base_(base), depth_(depth) {}
 

@@ -31,8 +31,10 @@ class WbemUriError : public std::invalid_argument {
   std::size_t position_;
 };
 
-// References within references beyond this are refused: every level doubles the escapes.
-inline constexpr int kMaxReferenceDepth = 8;
+// References within references beyond this are refused: every level doubles the escapes, and a
+// request may bring megabytes of them. The schema's associations refer to no associations: its own
+// paths need one level.
+inline constexpr int kMaxReferenceDepth = 2;
 
 // The path's text. Keys keep their order. Throws std::invalid_argument for a key value that no
 // object path may have (an array or an embedded instance), and for references nested too deeply.

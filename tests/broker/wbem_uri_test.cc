@@ -138,6 +138,16 @@ TEST(WbemUri, BoundsTheNestingOfReferences) {
   EXPECT_THROW(ParseWbemUri("Ostrel_PCIControlledBy.Dependent=\"" + quoted + "\""), WbemUriError);
 }
 
+// What a request nests must not grow out of proportion when it is printed.
+TEST(WbemUri, AFewEscapesOfEscapesAreAllThatIsWritten) {
+  constexpr std::size_t kSize = 100'000;
+  ObjectPath path{{}, "", "C", {{"A", Value(std::string(kSize, '\\'))}}};
+  for (int i = 0; i < kMaxReferenceDepth; ++i) {
+    path = {{}, "", "Ostrel_PCIControlledBy", {{"Dependent", Value(path)}}};
+  }
+  EXPECT_LT(ToWbemUri(path).size(), 9 * kSize);
+}
+
 TEST(WbemUri, RefusesToPrintWhatNoKeyMayBe) {
   EXPECT_THROW(ToWbemUri({{}, "", "C", {{"A", Value::ArrayOf(CMPI_uint8, {})}}}),
                std::invalid_argument);
@@ -188,7 +198,7 @@ class RandomPaths {
 TEST(WbemUri, ReadsBackWhatItPrints) {
   RandomPaths random(20261121);
   for (int i = 0; i < 5000; ++i) {
-    const ObjectPath path = random.Path(3);
+    const ObjectPath path = random.Path(kMaxReferenceDepth);
     ASSERT_EQ(ParseWbemUri(ToWbemUri(path)), path) << ToWbemUri(path);
   }
 }

@@ -271,6 +271,7 @@ TEST_F(OperationsTest, ReferencesInKeysMustBeOfKnownClassesAndNotTooDeep) {
   };
   EXPECT_EQ(Ask("GetInstance", nested(2, Device("x"))).error(), kNotFound);
   EXPECT_EQ(Ask("GetInstance", nested(2, InstanceName("Unknown", {}))).error(), kInvalidParameter);
+  EXPECT_EQ(Ask("GetInstance", nested(3, Device("x"))).error(), kInvalidParameter);
   EXPECT_EQ(Ask("GetInstance", nested(10, Device("x"))).error(), kInvalidParameter);
 }
 
