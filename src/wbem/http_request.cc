@@ -6,6 +6,7 @@
 #include <charconv>
 #include <cstddef>
 #include <string_view>
+#include <utility>
 
 #include "broker/text.h"
 #include "wbem/cim_error.h"
@@ -17,6 +18,7 @@ namespace {
 using broker::EqualIgnoringCase;
 
 constexpr std::string_view kBlanks = " \t";
+constexpr std::string_view kCim = "CIM";  // begins the names of all extension headers
 
 std::string_view Trimmed(std::string_view text) {
   const std::size_t first = text.find_first_not_of(kBlanks);
@@ -96,7 +98,11 @@ void AdoptExtensionHeaders(httplib::Request& request) {
   const std::string prefix = fmt::format("{}-", name_space);
   httplib::Headers adopted;
   for (const auto& [name, value] : request.headers) {
-    if (name.starts_with(prefix)) adopted.emplace(name.substr(prefix.size()), value);
+    if (!name.starts_with(prefix)) continue;
+    std::string own_name = name.substr(prefix.size());
+    if (EqualIgnoringCase(own_name.substr(0, kCim.size()), kCim)) {
+      adopted.emplace(std::move(own_name), value);
+    }
   }
   request.headers.merge(adopted);
   request.headers.emplace(kExtensionPrefix, prefix);

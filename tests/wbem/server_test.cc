@@ -201,6 +201,20 @@ TEST_F(ServerTest, AMandatoryRequestIsAcknowledged) {
   EXPECT_EQ(refusal->headers.at("73-cimerror"), "header-mismatch");
 }
 
+TEST_F(ServerTest, AMandatoryRequestCannotSayWhichPrefixItHas) {
+  std::string request = Replaced(Enumeration(), "POST", "M-POST");
+  request = Replaced(request, "Host:",
+                     "Man: http://www.dmtf.org/cim/mapping/http/v1.0 ; ns=73\r\n"
+                     "73-Ostrel-Extension-Prefix: abc-\r\nHost:");
+  for (const char* header : {"CIMOperation", "CIMMethod", "CIMObject"}) {
+    request = Replaced(request, header, std::string("73-") + header);
+  }
+  const auto response = Ask(request);
+  ExpectThree(response);
+  EXPECT_EQ(response->headers.count("73-cimoperation"), 1U);
+  EXPECT_EQ(response->headers.count("abc-cimoperation"), 0U);
+}
+
 TEST_F(ServerTest, OptionsTellWhatIsServed) {
   const auto response = Ask("OPTIONS * HTTP/1.1\r\nHost: localhost\r\n\r\n");
   ASSERT_TRUE(response);
