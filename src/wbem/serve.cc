@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <ctime>
+#include <stdexcept>
 
 namespace wbem {
 
@@ -39,7 +40,7 @@ int Serve(broker::ObjectManager& manager, const ServerOptions& options, std::ost
   server.Start();
   out << "listening on " << server.Url() << std::endl;
   while (!signals.Await()) {
-    if (!server.is_running()) return 1;
+    if (!server.is_running()) throw std::runtime_error("the server takes no more connections");
   }
   server.Stop();
   return 0;
