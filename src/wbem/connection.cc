@@ -12,7 +12,7 @@ namespace wbem {
 namespace {
 
 using std::chrono::milliseconds;
-using Clock = std::chrono::steady_clock;
+using Clock = Connection::Clock;
 
 // How long, and for how many bytes, a connection that ends early reads on so that the client gets
 // the answer: closing with unread input would make the kernel take the answer back.
@@ -40,8 +40,8 @@ bool AwaitReady(int socket, short events, Clock::time_point deadline) {
 
 }  // namespace
 
-Connection::Connection(int socket, const ConnectionLimits& limits)
-    : socket_(socket), limits_(limits) {}
+Connection::Connection(int socket, Clock::time_point arrival, const ConnectionLimits& limits)
+    : socket_(socket), arrival_(arrival), limits_(limits) {}
 
 Connection::~Connection() {
   if (ending_) Linger();
@@ -67,8 +67,8 @@ bool Connection::AwaitInput(const Event& stop, const Event& pressure) const {
   const auto deadline = now + limits_.idle;
   pollfd wanted[] = {{socket_, POLLIN, 0}, {stop.fd(), POLLIN, 0}, {pressure.fd(), POLLIN, 0}};
   // A client that has just come would take the end of its connection for a failure; one that has
-  // had an answer connects again.
-  const auto grace = now + (served_ ? limits_.grace : limits_.first_grace);
+  // had an answer connects again. One that has long waited for a thread had the time to send.
+  const auto grace = served_ ? now + limits_.grace : arrival_ + limits_.first_grace;
   if (!Poll(wanted, 2, std::min(grace, deadline)) && !Poll(wanted, 3, deadline)) return false;
   return wanted[0].revents != 0 && wanted[1].revents == 0;
 }

@@ -21,8 +21,10 @@ namespace wbem {
 
 class Connection : public httplib::Stream {
  public:
-  // Takes over the socket. `limits` must outlive the object.
-  Connection(int socket, const ConnectionLimits& limits);
+  using Clock = std::chrono::steady_clock;
+
+  // Takes over the socket of a client that came at `arrival`. `limits` must outlive the object.
+  Connection(int socket, Clock::time_point arrival, const ConnectionLimits& limits);
   // Lets the client read what was written, and closes the socket.
   ~Connection() override;
 
@@ -52,14 +54,13 @@ class Connection : public httplib::Stream {
   socket_t socket() const override { return socket_; }
 
  private:
-  using Clock = std::chrono::steady_clock;
-
   bool Fill();
   bool IsTooLong(const char* handed_out, std::size_t size);
   bool AwaitInput(const Event& stop, const Event& pressure) const;
   void Linger() const;
 
   const int socket_;
+  const Clock::time_point arrival_;
   const ConnectionLimits& limits_;
   std::array<char, 4096> buffer_{};
   std::size_t begin_ = 0;  // what is read but not handed out

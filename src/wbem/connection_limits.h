@@ -12,7 +12,8 @@ namespace wbem {
 
 struct ConnectionLimits {
   std::chrono::milliseconds idle{5'000};  // between two requests
-  // The same while others wait for the thread: before the first request, and between two.
+  // The same while others wait for the thread: before the first request, counted from when the
+  // client came, and between two.
   std::chrono::milliseconds first_grace{2'000};
   std::chrono::milliseconds grace{100};
   std::chrono::milliseconds request{10'000};      // from a request's first byte to its last

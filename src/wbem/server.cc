@@ -138,9 +138,12 @@ class Server::Impl : private httplib::Server {
   std::string Url() const;
 
  private:
+  class Served;
+
   void SetUp();
   void Serve(const httplib::Request& http, httplib::Response& response);
-  void Stream(const httplib::Request& http, httplib::Response& response, Request request);
+  void Stream(const httplib::Request& http, httplib::Response& response,
+              std::shared_ptr<const Request> request);
   bool process_and_close_socket(socket_t socket) override;
   void ServeRequests(Connection& connection);
 
@@ -148,6 +151,7 @@ class Server::Impl : private httplib::Server {
   ServerOptions options_;
   Event stop_;
   Event pressure_;
+  std::unique_ptr<WorkerPool> pool_;  // until httplib takes it
   std::atomic<bool> listening_ = false;
   std::thread listener_;
 
@@ -166,9 +170,7 @@ void Server::Impl::SetUp() {
   set_payload_max_length(kMaxRequestBytes);
   // Told to clients in Keep-Alive; the connection itself keeps to its limits.
   set_keep_alive_timeout(std::chrono::ceil<std::chrono::seconds>(options_.limits.idle).count());
-  new_task_queue = [this] {
-    return new WorkerPool(options_.threads, options_.max_waiting, pressure_);
-  };
+  new_task_queue = [this] { return pool_.release(); };
 
   // After an error the rest of the request is of no use, if it comes at all.
   set_error_handler([](const httplib::Request& /*http*/, httplib::Response& response) {
@@ -200,23 +202,23 @@ void Server::Impl::SetUp() {
 }
 
 void Server::Impl::Serve(const httplib::Request& http, httplib::Response& response) {
-  Request request = ParseRequest(http.body);
-  CheckAgreement(http, request);
+  const auto request = std::make_shared<const Request>(ParseRequest(http.body));
+  CheckAgreement(http, *request);
   SetExtensionHeader(http, response, "CIMOperation", "MethodResponse");
   AcknowledgeExtension(http, response);
   response.set_header("Cache-Control", "no-cache");
-  Stream(http, response, std::move(request));
+  Stream(http, response, request);
 }
 
 // The operation runs while its answer is written: httplib calls the content provider once the
-// headers are out, and all of the answer is written in that one call.
+// headers are out, and all of the answer is written in that one call. It copies the provider.
 void Server::Impl::Stream(const httplib::Request& http, httplib::Response& response,
-                          Request request) {
+                          std::shared_ptr<const Request> request) {
   const std::string host = HostOf(http);
   const auto write = [this, host, call = std::move(request)](httplib::DataSink& sink) {
     try {
       HttpSink bytes(sink);
-      Answer(manager_, call, host, bytes);
+      Answer(manager_, *call, host, bytes);
       sink.done();
       return true;
     } catch (const std::exception&) {
@@ -237,18 +239,32 @@ void Server::Impl::Stream(const httplib::Request& http, httplib::Response& respo
   }
 }
 
-bool Server::Impl::process_and_close_socket(socket_t socket) {
-  Connection connection(socket, options_.limits);
-  {
-    const std::lock_guard lock(mutex_);
-    connections_.insert(&connection);
+// A connection while it is served: the thread's current one, and one of those that Stop may break.
+class Server::Impl::Served {
+ public:
+  Served(Impl& server, Connection& connection) : server_(server), connection_(connection) {
+    const std::lock_guard lock(server_.mutex_);
+    server_.connections_.insert(&connection_);
+    current_connection = &connection_;
   }
-  current_connection = &connection;
+  ~Served() {
+    current_connection = nullptr;
+    const std::lock_guard lock(server_.mutex_);
+    server_.connections_.erase(&connection_);
+    server_.connection_ended_.notify_all();
+  }
+  Served(const Served&) = delete;
+  Served& operator=(const Served&) = delete;
+
+ private:
+  Impl& server_;
+  Connection& connection_;
+};
+
+bool Server::Impl::process_and_close_socket(socket_t socket) {
+  Connection connection(socket, WorkerPool::TaskArrival(), options_.limits);
+  const Served served(*this, connection);
   ServeRequests(connection);
-  current_connection = nullptr;
-  const std::lock_guard lock(mutex_);
-  connections_.erase(&connection);
-  connection_ended_.notify_all();
   return true;
 }
 
@@ -262,6 +278,7 @@ void Server::Impl::ServeRequests(Connection& connection) {
 }
 
 int Server::Impl::Start() {
+  pool_ = std::make_unique<WorkerPool>(options_.threads, options_.max_waiting, pressure_);
   const int port = options_.port == 0 ? bind_to_any_port(options_.address)
                    : bind_to_port(options_.address, options_.port) ? options_.port
                                                                    : -1;
@@ -273,7 +290,11 @@ int Server::Impl::Start() {
   ::listen(svr_sock_, kBacklog);  // httplib's own queue holds five
   listening_ = true;
   listener_ = std::thread([this] {
-    listen_after_bind();
+    try {
+      listen_after_bind();
+    } catch (const std::exception&) {
+      // No memory to note the next connection.
+    }
     listening_ = false;
   });
   // httplib ignores a stop that comes before.
