@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <unordered_set>
 
 #include "broker/schema_table.h"
 #include "broker/text.h"
@@ -25,6 +26,13 @@ std::size_t HashIgnoringCase(std::string_view text) {
   return hash;
 }
 
+struct HashOfName {
+  std::size_t operator()(std::string_view name) const { return HashIgnoringCase(name); }
+};
+struct SameName {
+  bool operator()(std::string_view a, std::string_view b) const { return EqualIgnoringCase(a, b); }
+};
+
 void Declare(std::vector<const Property*>& properties, const Property& declared) {
   for (const Property*& inherited : properties) {
     if (EqualIgnoringCase(inherited->name, declared.name)) {
@@ -43,7 +51,10 @@ class Tree {
       entry.cls = &kClasses[i];
       entry.super = Find(entry.cls->superclass);
       if (entry.super != nullptr) entry.properties = entry.super->properties;
-      for (const Property& declared : entry.cls->properties) Declare(entry.properties, declared);
+      for (const Property& declared : entry.cls->properties) {
+        Declare(entry.properties, declared);
+        property_names_.insert(declared.name);
+      }
       Insert(entry);
     }
   }
@@ -62,6 +73,11 @@ class Tree {
 
   const std::vector<Resolved>& all() const { return resolved_; }
 
+  std::string_view PropertyName(std::string_view name) const {
+    const auto found = property_names_.find(name);
+    return found != property_names_.end() ? *found : std::string_view{};
+  }
+
  private:
   static constexpr std::size_t kSlots = 4 * kClasses.size() + 1;
 
@@ -73,6 +89,7 @@ class Tree {
 
   std::vector<Resolved> resolved_;  // beside kClasses, index by index
   std::array<const Resolved*, kSlots> slots_{};
+  std::unordered_set<std::string_view, HashOfName, SameName> property_names_;
 };
 
 // Never destroyed: object managers of static duration still ask it while the process ends.
@@ -121,6 +138,8 @@ const Property* FindProperty(const Class& cls, std::string_view name) {
   }
   return nullptr;
 }
+
+std::string_view PropertyName(std::string_view name) { return TheTree().PropertyName(name); }
 
 std::vector<std::string_view> KeyNames(const Class& cls) {
   std::vector<std::string_view> names;

@@ -64,6 +64,10 @@ std::span<const Property* const> AllProperties(const Class& cls);
 // The property of that name, inherited ones included, ignoring case; nullptr where there is none.
 const Property* FindProperty(const Class& cls, std::string_view name);
 
+// The name of a property as the classes spell it, from one in any case; empty where no class has
+// it.
+std::string_view PropertyName(std::string_view name);
+
 // The names of the key properties, in the order of AllProperties.
 std::vector<std::string_view> KeyNames(const Class& cls);
 

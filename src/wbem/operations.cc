@@ -6,6 +6,7 @@
 #include <exception>
 #include <functional>
 #include <optional>
+#include <set>
 #include <string_view>
 #include <utility>
 
@@ -152,6 +153,17 @@ const schema::Class& Call::KnownClass(const std::string& name, CimCode if_unknow
   return *cls;
 }
 
+// The names of the request's list that some class has, each once: every name is looked for in every
+// instance, and a request may bring thousands.
+broker::PropertyList PropertyListOf(const Parameters& parameters) {
+  const auto listed = parameters.List("PropertyList");
+  if (!listed) return std::nullopt;
+  std::set<std::string_view> names;
+  for (const std::string& name : *listed) names.insert(schema::PropertyName(name));
+  names.erase(std::string_view());  // of those that no class has
+  return std::vector<std::string>(names.begin(), names.end());
+}
+
 // ---------------------------------------------------------------------------------------------
 // Classes
 
@@ -182,7 +194,7 @@ void Call::GetClass() {
                                          "IncludeClassOrigin", "PropertyList"});
   const std::string name = parameters.RequiredClass("ClassName");
   Selection selection = SelectionOfClasses(parameters);
-  selection.properties = parameters.List("PropertyList");
+  selection.properties = PropertyListOf(parameters);
   const schema::Class& cls = KnownClass(name, CimCode::kNotFound);
   answer_.Element([&](std::string& out) { AppendClass(out, cls, selection); });
 }
@@ -211,7 +223,7 @@ Selection Call::SelectionOfInstances(const Parameters& parameters) {
   parameters.Boolean("IncludeQualifiers", false);
   Selection selection;
   selection.class_origin = parameters.Boolean("IncludeClassOrigin", false);
-  selection.properties = parameters.List("PropertyList");
+  selection.properties = PropertyListOf(parameters);
   return selection;
 }
 

@@ -53,6 +53,13 @@ TEST(Schema, KnowsWhoIsBelowWhom) {
   EXPECT_TRUE(SubclassesOf("Ostrel_PCIDevice").empty());
 }
 
+TEST(Schema, SpellsThePropertiesOfAllClasses) {
+  EXPECT_EQ(PropertyName("deviceid"), "DeviceID");
+  EXPECT_EQ(PropertyName("SECONDARYBUSNUMBER"), "SecondaryBusNumber");
+  EXPECT_EQ(PropertyName("DeviceI"), "");
+  EXPECT_EQ(PropertyName(""), "");
+}
+
 TEST(Schema, InheritsProperties) {
   const Class& device = *FindClass("Ostrel_PCIDevice");
   EXPECT_EQ(KeyNames(device),

@@ -76,8 +76,9 @@ CMPIStatus EnumerateInstanceNames(CMPIInstanceMI* /*mi*/, const CMPIContext* /*c
 
 CMPIStatus EnumerateInstances(CMPIInstanceMI* /*mi*/, const CMPIContext* /*context*/,
                               const CMPIResult* result, const CMPIObjectPath* /*path*/,
-                              const char** /*properties*/) {
+                              const char** properties) {
   const auto now = Now();
+  if (now->on_list) now->on_list(properties);
   for (int i = 0; i < now->instances; ++i) {
     const auto status = ForElement(
         *now, i, [&](CMPIObjectPath* path) { return ReturnInstance(*now, result, path, i); });

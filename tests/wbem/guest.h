@@ -21,6 +21,7 @@ struct Behaviour {
   std::string element_name = "a group";
   CMPIrc status = CMPI_RC_OK;           // of every operation, once it has returned what it does
   std::function<void(int)> on_element;  // called before the element of that number is returned
+  std::function<void(const char**)> on_list;  // called with the property list of an enumeration
 };
 
 // What the class does from the next request on.

@@ -519,6 +519,22 @@ TEST_F(GuestTest, AFailureThatCimDoesNotKnowIsFailed) {
   EXPECT_EQ(CimAnswer(Enumerate(), "EnumerateInstances").error(), kFailed);
 }
 
+TEST_F(GuestTest, AProviderIsToldEachKnownPropertyOnce) {
+  std::vector<std::string> told;
+  guest::Behaviour behaviour;
+  behaviour.on_list = [&](const char** list) {
+    for (; *list != nullptr; ++list) told.emplace_back(*list);
+  };
+  guest::Behave(behaviour);
+  const std::string list =
+      List("PropertyList", {"elementname", "None", "ElementName", "BUSNUMBER", "elementname"});
+  const CimAnswer answer(
+      AnswerText(*manager_, messages::Call("EnumerateInstances", Class(guest::kClass) + list)),
+      "EnumerateInstances");
+  EXPECT_THAT(told, UnorderedElementsAre("ElementName", "BusNumber"));
+  EXPECT_THAT(answer.properties(), UnorderedElementsAre("ElementName", "BusNumber"));
+}
+
 TEST_F(GuestTest, TextThatXmlDoesNotAllowIsReplaced) {
   guest::Behaviour behaviour;
   behaviour.element_name = "a\x01\xff<";
