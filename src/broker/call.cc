@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <limits>
 #include <utility>
 
 #include "broker/guest.h"
@@ -12,6 +13,12 @@ namespace broker {
 struct alignas(std::max_align_t) Call::Block {
   Block* next;
   Block* previous;
+
+  // The memory of a block with room for `bytes`; 0 where that is more than a size can say.
+  static std::size_t SizeFor(std::size_t bytes) {
+    return bytes <= std::numeric_limits<std::size_t>::max() - sizeof(Block) ? sizeof(Block) + bytes
+                                                                            : 0;
+  }
 };
 
 Call::Call(Manager& manager, const char* operation, std::string_view class_name, Expected expected,
@@ -123,7 +130,9 @@ Status Call::Finish(const CMPIStatus& answer) {
 // Blocks
 
 void* Call::AllocateBlock(std::size_t bytes) {
-  auto* block = static_cast<Block*>(std::malloc(sizeof(Block) + bytes));
+  const std::size_t size = Block::SizeFor(bytes);
+  if (size == 0) return nullptr;
+  auto* block = static_cast<Block*>(std::malloc(size));
   if (block == nullptr) return nullptr;
   *block = {blocks_, nullptr};
   if (blocks_ != nullptr) blocks_->previous = block;
@@ -138,8 +147,10 @@ bool Call::OwnsBlock(const void* block) const {
 }
 
 void* Call::ResizeBlock(void* memory, std::size_t bytes) {
+  const std::size_t size = Block::SizeFor(bytes);
+  if (size == 0) return nullptr;
   Block* block = static_cast<Block*>(memory) - 1;
-  auto* resized = static_cast<Block*>(std::realloc(block, sizeof(Block) + bytes));
+  auto* resized = static_cast<Block*>(std::realloc(block, size));
   if (resized == nullptr) return nullptr;
   (resized->previous != nullptr ? resized->previous->next : blocks_) = resized;
   if (resized->next != nullptr) resized->next->previous = resized;

@@ -267,6 +267,10 @@ void Memory() {
   std::memset(block, 'x', 10);
   block = static_cast<char*>(broker->mft->cmpiRealloc(broker, block, 100000));
   EXPECT(block[9] == 'x');
+  for (std::size_t little = 0; little < sizeof(void*) * 2; ++little) {
+    EXPECT(broker->mft->cmpiMalloc(broker, ~little) == nullptr);
+    EXPECT(broker->mft->cmpiRealloc(broker, block, ~little) == nullptr);
+  }
   auto* zeros = static_cast<char*>(broker->mft->cmpiCalloc(broker, 4, 4));
   EXPECT(zeros[15] == 0);
   EXPECT(broker->mft->cmpiCalloc(broker, ~std::size_t{0}, 2) == nullptr);
