@@ -71,6 +71,21 @@ CMPIBroker* NewBrokerRecord(Manager* manager, const Tables& tables) {
   return broker;
 }
 
+// What `entry` answers, which calls a function of the provider. No exception may leave one; one
+// that does is the provider's error.
+template <class Entry>
+CMPIStatus Guarded(Call& call, Entry entry) {
+  std::string text = "unknown exception";
+  try {
+    return entry();
+  } catch (const std::exception& thrown) {
+    text = thrown.what();
+  } catch (...) {
+  }
+  ReportMisuse(call.operation(), "an exception left the provider: " + text);
+  return {CMPI_RC_ERR_FAILED, &NewString(call.base(), text)->record};
+}
+
 void AddText(Region& region, NamedList& list, std::string_view name, std::string_view text) {
   CMPIData data{CMPI_string, CMPI_goodValue, {}};
   data.value.string = &NewString(region, text)->record;
@@ -104,6 +119,7 @@ void Manager::Register(std::string_view class_name,
                        std::shared_ptr<const ProviderLibrary> library) {
   auto provider = std::make_unique<Provider>();
   provider->name = class_name;
+  provider->has_associations = library->FindAssociationFactory(class_name) != nullptr;
   provider->library = std::move(library);
   providers_.push_back(std::move(provider));
 }
@@ -132,9 +148,7 @@ std::vector<std::string> Manager::AssociationProvidersFor(const char* assoc_clas
   std::vector<std::string> names;
   for (const auto& provider : providers_) {
     const bool asked = assoc_class == nullptr || schema::IsA(provider->name, assoc_class);
-    if (asked && provider->library->FindAssociationFactory(provider->name) != nullptr) {
-      names.push_back(provider->name);
-    }
+    if (asked && provider->has_associations) names.push_back(provider->name);
   }
   return names;
 }
@@ -202,7 +216,8 @@ Status Manager::CleanupSlot(const Provider& provider, ProviderSlot<MI>& slot, bo
   const auto drop = [&](MI* record) {
     Call call(*this, "cleanup", provider.name, Expected::kNothing, nullptr);
     ContextObject* context = RequestContext(call.base());
-    status = call.Finish(record->ft->cleanup(record, &context->record, terminating ? 1 : 0));
+    status = call.Finish(Guarded(
+        call, [&] { return record->ft->cleanup(record, &context->record, terminating ? 1 : 0); }));
     return terminating || status.ok();
   };
   switch (slot.TryDrop(drop)) {
@@ -293,20 +308,6 @@ CMPIStatus Invoke(CMPIAssociationMI* record, const Request& r, const Arguments& 
   }
 }
 
-// No exception may leave an entry point; one that does is the provider's error.
-template <class MI>
-CMPIStatus InvokeGuarded(MI* record, const Request& request, const Arguments& with, Call& call) {
-  std::string text = "unknown exception";
-  try {
-    return Invoke(record, request, with);
-  } catch (const std::exception& thrown) {
-    text = thrown.what();
-  } catch (...) {
-  }
-  ReportMisuse(NameOf(request.operation), "an exception left the provider: " + text);
-  return {CMPI_RC_ERR_FAILED, &NewString(call.base(), text)->record};
-}
-
 ResultObject* NewResult(Call& call) {
   auto* result = call.base().New<ResultObject>();
   result->record = {result, call.manager().tables().result};
@@ -331,7 +332,7 @@ Status Manager::RunInProvider(Provider& provider, const Request& request, Result
     } else if (request.instance != nullptr) {
       with.instance = &ToObject(call.base(), *request.instance)->record;
     }
-    return call.Finish(InvokeGuarded(record, request, with, call));
+    return call.Finish(Guarded(call, [&] { return Invoke(record, request, with); }));
   };
   if (IsAssociationOperation(request.operation)) {
     return run(provider.association,

@@ -96,6 +96,7 @@ class Manager {
   struct Provider {
     std::string name;
     std::shared_ptr<const ProviderLibrary> library;
+    bool has_associations = false;  // whether the library has an association factory for it
     std::recursive_mutex mutex;
     ProviderSlot<CMPIInstanceMI> instance{mutex};
     ProviderSlot<CMPIAssociationMI> association{mutex};

@@ -367,6 +367,9 @@ CMPIStatus Cleanup(CMPIInstanceMI*, const CMPIContext*, CMPIBoolean) { return kO
 CMPIStatus StayLoaded(CMPIInstanceMI*, const CMPIContext*, CMPIBoolean) {
   return {CMPI_RC_DO_NOT_UNLOAD, nullptr};
 }
+CMPIStatus ThrowOnCleanup(CMPIInstanceMI*, const CMPIContext*, CMPIBoolean) {
+  throw std::runtime_error("thrown on cleanup");
+}
 
 template <Operation kNamesOf>
 CMPIStatus EnumNames(CMPIInstanceMI*, const CMPIContext* ctx, const CMPIResult* rslt,
@@ -525,6 +528,9 @@ GUEST_FACTORY(Guest_Throwing) { return InstanceRecord<ThrowingInstances>(mb); }
 GUEST_FACTORY(Guest_Leak) { return InstanceRecord<LeakInstances>(mb); }
 GUEST_FACTORY(Guest_Unattached) { return InstanceRecord<UnattachedInstances>(mb); }
 GUEST_FACTORY(Guest_Stay) { return InstanceRecord<NotServed, PlainNames>(mb, StayLoaded); }
+GUEST_FACTORY(Guest_ThrowingCleanup) {
+  return InstanceRecord<PlainInstances, PlainNames>(mb, ThrowOnCleanup);
+}
 GUEST_FACTORY(Guest_Store) {
   broker = mb;
   return &store_record;

@@ -339,6 +339,18 @@ TEST(Libraries, ThatDoNotOpenTellWhy) {
   }
 }
 
+TEST(Libraries, AreNotSearchedByEveryAssociationRequest) {
+  int searches = 0;
+  ObjectManager manager({});
+  manager.Register("Some_Class", ProviderLibrary::FromResolver([&](const char*) -> void* {
+                     ++searches;
+                     return nullptr;
+                   }));
+  const int before = searches;
+  EXPECT_THAT(manager.AssociationProvidersFor(std::nullopt), IsEmpty());
+  EXPECT_EQ(searches, before);
+}
+
 TEST(Cleanup, DropsTheProviderUntilItIsAskedAgain) {
   int factory_calls = 0;
   Options options;
@@ -365,6 +377,19 @@ TEST(Cleanup, LeavesAProviderThatMustStay) {
             CMPI_RC_DO_NOT_UNLOAD);
   EXPECT_EQ(manager->Cleanup("Guest_Stay", ProviderKind::kInstance, true).code,
             CMPI_RC_ERR_NOT_FOUND);
+}
+
+TEST(Cleanup, AnExceptionIsTheProvidersError) {
+  const auto manager = ManagerWith({"Guest_ThrowingCleanup"});
+  Enumerate(*manager, "Guest_ThrowingCleanup");
+  EXPECT_EQ(manager->Cleanup("Guest_ThrowingCleanup", ProviderKind::kInstance, false),
+            (Status{CMPI_RC_ERR_FAILED, "thrown on cleanup"}));
+  const auto errors = manager->ProviderErrors();
+  ASSERT_EQ(errors.size(), 1U);
+  EXPECT_EQ(ToString(errors[0]),
+            "cleanup of Guest_ThrowingCleanup: cleanup: an exception left the provider: thrown on "
+            "cleanup");
+  // The manager's end cleans up once more.
 }
 
 class CleaningSink : public ResultSink {
