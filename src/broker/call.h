@@ -52,7 +52,6 @@ class Call {
   bool MayUse(const Call* owner) const {
     return owner == this || owner == nullptr || owner == attached_to_;
   }
-  const Call* attached_to() const { return attached_to_; }
   void AttachTo(const Call* origin) { attached_to_ = origin; }
 
   // Results, in the order of the provider's calls. The code is the answer to the provider.

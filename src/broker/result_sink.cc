@@ -13,7 +13,6 @@ std::string_view ObjectPathView::class_name() const { return path_->class_name; 
 ObjectPath ObjectPathView::ToObjectPath() const { return ToValue(*path_); }
 
 ObjectPathView InstanceView::path() const { return ObjectPathView(*instance_->path); }
-std::size_t InstanceView::property_count() const { return instance_->properties.size; }
 std::string_view InstanceView::property_name(std::size_t index) const {
   return instance_->properties.items[index].name;
 }

@@ -58,7 +58,6 @@ class InstanceView {
   explicit InstanceView(const InstanceObject& instance) : instance_(&instance) {}
 
   ObjectPathView path() const;
-  std::size_t property_count() const;
   std::string_view property_name(std::size_t index) const;
   ValueView property_value(std::size_t index) const;
 

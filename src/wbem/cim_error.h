@@ -22,7 +22,6 @@ enum class CimCode {
   kInvalidClass = 5,
   kNotFound = 6,
   kNotSupported = 7,
-  kMethodNotAvailable = 16,
 };
 
 class CimError : public std::runtime_error {
