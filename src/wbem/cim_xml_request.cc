@@ -282,18 +282,29 @@ Request ReadMessage(const xml_node& cim) {
 // ---------------------------------------------------------------------------------------------
 // The document
 
+// The parser passes over text around the root element.
+constexpr const char* kTextOutside = "text outside of the root element";
+
 void CheckText(std::string_view text) {
   if (text.size() > kMaxRequestBytes) throw RequestError(413, {}, "request too large");
   if (!IsXmlText(text)) NotWellFormed("not UTF-8, or characters that XML does not allow");
-  // The parser passes over text around the root element.
   const std::size_t first = text.find_first_not_of(kWhiteSpace);
-  if (first == std::string::npos || text[first] != '<' ||
-      text[text.find_last_not_of(kWhiteSpace)] != '>') {
-    NotWellFormed("text outside of the root element");
-  }
+  if (first == std::string_view::npos) NotWellFormed("the body is empty");
+  if (text[first] != '<') NotWellFormed(kTextOutside);
   const auto markup =
       std::count_if(text.begin(), text.end(), [](char c) { return c == '<' || c == '='; });
   if (static_cast<std::size_t>(markup) > kMaxMarkup) NotValid("too many elements");
+}
+
+void CheckParsed(const pugi::xml_parse_result& parsed, std::string_view text) {
+  if (parsed) {
+    if (text[text.find_last_not_of(kWhiteSpace)] != '>') NotWellFormed(kTextOutside);
+    return;
+  }
+  const bool ends_in_tag = text[text.find_last_of("<>")] == '<';
+  const bool ends_early = ends_in_tag || static_cast<std::size_t>(parsed.offset) + 1 >= text.size();
+  NotWellFormed(fmt::format("{}{} at byte {}", ends_early ? "the body ends early: " : "",
+                            parsed.description(), parsed.offset));
 }
 
 class DepthCheck : public pugi::xml_tree_walker {
@@ -322,7 +333,7 @@ xml_node Root(const pugi::xml_document& document) {
         if (root) NotWellFormed("more than one root element");
         root = node;
         break;
-      default: NotWellFormed("text outside of the root element");
+      default: NotWellFormed(kTextOutside);
     }
   }
   if (!root) NotWellFormed("no root element");
@@ -340,7 +351,7 @@ Request ParseRequest(std::string_view text) {
                                            pugi::parse_default | pugi::parse_declaration |
                                                pugi::parse_doctype | pugi::parse_ws_pcdata_single,
                                            pugi::encoding_utf8);
-  if (!parsed) NotWellFormed(fmt::format("{} at byte {}", parsed.description(), parsed.offset));
+  CheckParsed(parsed, text);
   DepthCheck depth;
   if (!document.traverse(depth)) NotValid("nested too deeply");
   return ReadMessage(Root(document));

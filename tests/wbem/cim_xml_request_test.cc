@@ -31,6 +31,15 @@ std::string Refusal(const std::string& text) {
   }
 }
 
+std::string Reason(const std::string& text) {
+  try {
+    ParseRequest(text);
+    return {};
+  } catch (const wbem::RequestError& error) {
+    return error.what();
+  }
+}
+
 std::string Replaced(std::string text, const std::string& from, const std::string& to) {
   const std::size_t at = text.find(from);
   EXPECT_NE(at, std::string::npos) << from;
@@ -199,6 +208,18 @@ TEST(CimXmlRequest, ACutOffMessageIsRefusedWhereverItIsCut) {
   for (std::size_t size = 0; size < call.size(); ++size) {
     EXPECT_EQ(Refusal(call.substr(0, size)), kNotWellFormed) << size;
   }
+}
+
+TEST(CimXmlRequest, ARefusalTellsWhatIsWrongWithTheText) {
+  const std::string call = Call("M", Class("C"));
+  EXPECT_EQ(Reason(""), "the body is empty");
+  EXPECT_EQ(Reason(" \r\n"), "the body is empty");
+  for (std::size_t size = 1; size < call.size(); ++size) {
+    EXPECT_TRUE(Reason(call.substr(0, size)).starts_with("the body ends early: ")) << size;
+  }
+  EXPECT_EQ(Reason("x" + call), "text outside of the root element");
+  EXPECT_EQ(Reason(call + "x"), "text outside of the root element");
+  EXPECT_EQ(Reason("<a><b></a></b>"), "Start-end tags mismatch at byte 8");
 }
 
 TEST(CimXmlRequest, OtherElementsAreNotValid) {
