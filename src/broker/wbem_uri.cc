@@ -198,9 +198,11 @@ class Parser {
   Value ReadChar16() {
     const std::size_t begin = position_;
     const std::string text = ReadEscaped('\'');
-    const auto read = FirstChar16(text);
-    if (!read || read->bytes != text.size()) FailAt(begin, "exactly one character expected");
-    return Value(read->value);
+    const auto read = FirstCharacter(text);
+    if (!read || read->bytes != text.size() || read->value > 0xffff) {
+      FailAt(begin, "exactly one character expected");
+    }
+    return Value(static_cast<char16_t>(read->value));
   }
 
   std::string ReadEscaped(char quote) {

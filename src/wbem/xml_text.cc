@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <optional>
 
+#include "broker/utf8.h"
+
 namespace wbem {
 
 namespace {
@@ -18,24 +20,11 @@ constexpr bool IsXmlCharacter(std::uint32_t c) {
   return c <= 0xd7ff || (c >= 0xe000 && c <= 0xfffd) || (c >= 0x10000 && c <= 0x10ffff);
 }
 
-// How many bytes the first character of a text that is not empty takes; 0 where they are no UTF-8
-// or spell a character that XML does not allow.
-std::size_t FirstCharacter(std::string_view text) {
-  const auto lead = static_cast<unsigned char>(text.front());
-  if (lead < 0x80) return IsXmlCharacter(lead) ? 1 : 0;
-  const std::size_t length = lead >= 0xf0   ? (lead <= 0xf4 ? 4U : 0U)
-                             : lead >= 0xe0 ? 3U
-                             : lead >= 0xc2 ? 2U
-                                            : 0U;
-  if (length == 0 || text.size() < length) return 0;
-  std::uint32_t character = lead & (0xffU >> (length + 1));
-  for (std::size_t i = 1; i < length; ++i) {
-    const auto next = static_cast<unsigned char>(text[i]);
-    if ((next & 0xc0) != 0x80) return 0;
-    character = (character << 6) | (next & 0x3fU);
-  }
-  constexpr std::uint32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
-  return character >= kSmallest[length] && IsXmlCharacter(character) ? length : 0;
+// How many bytes the first character of the text takes; 0 where they are no UTF-8 or spell a
+// character that XML does not allow.
+std::size_t LengthOfFirst(std::string_view text) {
+  const auto read = broker::FirstCharacter(text);
+  return read && IsXmlCharacter(read->value) ? read->bytes : 0;
 }
 
 // The character that "&#" stands before: "65;" or "x41;".
@@ -73,7 +62,7 @@ bool IsPlain(char c) { return kPlain[static_cast<unsigned char>(c)]; }
 
 bool IsXmlText(std::string_view text) {
   while (!text.empty()) {
-    const std::size_t length = FirstCharacter(text);
+    const std::size_t length = LengthOfFirst(text);
     if (length == 0) return false;
     if (text.starts_with("&#")) {
       const auto character = ReferredCharacter(text.substr(2, 12));
@@ -90,7 +79,7 @@ void AppendEscaped(std::string& out, std::string_view text) {
     out.append(text.begin(), plain);
     text.remove_prefix(static_cast<std::size_t>(plain - text.begin()));
     if (text.empty()) return;
-    const std::size_t length = FirstCharacter(text);
+    const std::size_t length = LengthOfFirst(text);
     const std::string_view escape = Escape(text.front());
     if (length == 0) {
       out += kReplacement;

@@ -103,6 +103,7 @@ TEST(WbemUri, TellsWhereAMalformedPathGoesWrong) {
       {"C.A='xy'", 4},
       {"C.A=''", 4},
       {"C.A='\xff'", 4},
+      {"C.A='\U0001f600'", 4},
       {"C.A=1e999", 4},
       {"C.A=nan", 4},
       {"C.A=-inf", 4},
