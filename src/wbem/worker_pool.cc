@@ -1,7 +1,10 @@
 #include "wbem/worker_pool.h"
 
+#include <fmt/format.h>
+
+#include <cstring>
 #include <exception>
-#include <system_error>
+#include <stdexcept>
 #include <utility>
 
 namespace wbem {
@@ -18,7 +21,7 @@ WorkerPool::WorkerPool(std::size_t threads, std::size_t max_waiting, Event& pres
   threads_.reserve(threads);
   try {
     while (threads_.size() < threads) StartThread();
-  } catch (const std::system_error&) {
+  } catch (...) {
     WorkerPool::shutdown();
     throw;
   }
@@ -38,7 +41,8 @@ void WorkerPool::StartThread() {
   const int error = pthread_create(&thread, &attributes, run, this);
   pthread_attr_destroy(&attributes);
   if (error != 0) {
-    throw std::system_error(error, std::generic_category(), "cannot start the server's threads");
+    throw std::runtime_error(
+        fmt::format("cannot start the server's threads: {}", std::strerror(error)));
   }
   threads_.push_back(thread);
 }

@@ -31,7 +31,7 @@ class WorkerPool final : public httplib::TaskQueue {
   using Clock = std::chrono::steady_clock;
 
   // `pressure` is set as long as somebody waits for a thread; it must outlive the pool. Throws
-  // std::system_error where there cannot be so many threads.
+  // std::runtime_error where there cannot be so many threads.
   WorkerPool(std::size_t threads, std::size_t max_waiting, Event& pressure);
   ~WorkerPool() override;
 
