@@ -9,13 +9,11 @@
 #include <cerrno>
 #include <clocale>
 #include <csignal>
-#include <cstdio>
 #include <exception>
 #include <iostream>
 #include <sstream>
 #include <stdexcept>
 #include <string_view>
-#include <system_error>
 #include <utility>
 
 #include "broker/text.h"
@@ -253,11 +251,11 @@ int Run(const Arguments& arguments, std::ostream& out) {
 }
 
 int Fail(std::string_view what, int status) {
-  fmt::print(stderr, "ostrel-pci: {}\n", what);
+  WriteDiagnostic(fmt::format("ostrel-pci: {}\n", what));
   return status;
 }
 
-int OutputFailed(const std::system_error& error) {
+int OutputFailed(const OutputError& error) {
   // Whoever read the data has had enough, as "head" does.
   if (error.code().value() == EPIPE) return kExitOk;
   return Fail(fmt::format("writing the output failed: {}", error.code().message()), kExitFailed);
@@ -284,13 +282,14 @@ int ReadAndRun(int argc, const char* const* argv) {
 }  // namespace
 
 int Main(int argc, const char* const* argv) {
+  HoldStandardDescriptors();
   (void)std::setlocale(LC_CTYPE, "");
   (void)std::signal(SIGPIPE, SIG_IGN);
   try {
     return ReadAndRun(argc, argv);
   } catch (const CommandError& error) {
     return Fail(error.what(), error.exit_status());
-  } catch (const std::system_error& error) {
+  } catch (const OutputError& error) {
     return OutputFailed(error);
   } catch (const std::exception& error) {
     return Fail(error.what(), kExitFailed);

@@ -1,13 +1,27 @@
 #include "tool/output.h"
 
+#include <fcntl.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
-#include <system_error>
 
 namespace tool {
+
+void HoldStandardDescriptors() {
+  for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(descriptor, F_GETFD) >= 0) continue;
+    // The lowest free descriptor is this one. It is open the wrong way round, but for standard
+    // error: to use it fails, as before.
+    (void)open("/dev/null", descriptor == STDOUT_FILENO ? O_RDONLY : O_WRONLY);
+  }
+}
+
+void WriteDiagnostic(std::string_view text) {
+  (void)std::fwrite(text.data(), 1, text.size(), stderr);
+}
 
 FileBuffer::FileBuffer(int descriptor) : descriptor_(descriptor) {
   setp(buffer_.data(), buffer_.data() + buffer_.size());
@@ -23,7 +37,7 @@ void FileBuffer::WriteOut() {
     if (written >= 0) {
       next += written;
     } else if (errno != EINTR) {
-      throw std::system_error(errno, std::generic_category());
+      throw OutputError(errno);
     }
   }
 }

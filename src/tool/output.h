@@ -1,4 +1,4 @@
-// Standard output as a stream that tells when writing fails.
+// Standard output as a stream that tells when writing fails, and standard error, which does not.
 //
 // Thread rule: one thread at a time.
 
@@ -9,11 +9,27 @@
 #include <cstddef>
 #include <ostream>
 #include <streambuf>
+#include <string_view>
+#include <system_error>
 
 namespace tool {
 
+// Opens what the process was started without of descriptors 0 to 2, before anything else gets their
+// numbers. Reading such an input and writing such an output still fail with EBADF; what goes to
+// such a standard error is lost.
+void HoldStandardDescriptors();
+
+// Writes to standard error. Where that fails nobody is left to be told.
+void WriteDiagnostic(std::string_view text);
+
+// The output could not be written.
+class OutputError : public std::system_error {
+ public:
+  explicit OutputError(int error) : std::system_error(error, std::generic_category()) {}
+};
+
 // A buffer in front of a file descriptor, which stays the caller's. A failed write throws
-// std::system_error with the system's error number.
+// OutputError.
 class FileBuffer : public std::streambuf {
  public:
   explicit FileBuffer(int descriptor);

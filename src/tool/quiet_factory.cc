@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include "tool/output.h"
+
 namespace tool {
 namespace {
 
@@ -82,9 +84,7 @@ void WriteOut(std::string_view caught, bool with_trace) {
   while (!caught.empty()) {
     const std::size_t end = caught.find('\n');
     const std::string_view line = caught.substr(0, end == std::string_view::npos ? end : end + 1);
-    if (with_trace || !line.starts_with(kTrace)) {
-      (void)std::fwrite(line.data(), 1, line.size(), stderr);
-    }
+    if (with_trace || !line.starts_with(kTrace)) WriteDiagnostic(line);
     caught.remove_prefix(line.size());
   }
 }

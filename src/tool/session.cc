@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <cstdio>
 #include <exception>
 #include <functional>
 #include <utility>
@@ -12,6 +11,7 @@
 #include "tool/class_names.h"
 #include "tool/errors.h"
 #include "tool/library_file.h"
+#include "tool/output.h"
 #include "tool/quiet_factory.h"
 
 namespace tool {
@@ -30,9 +30,9 @@ broker::Options ManagerOptions(const SessionOptions& options, bool& incomplete) 
   manager.system_name = options.system_name;
   if (options.verbose) {
     manager.log = [](const broker::LogEntry& entry) {
-      fmt::print(stderr, "{} [{}] {}: {}\n",
-                 entry.source == broker::LogEntry::Source::kLog ? "log" : "trace", entry.level,
-                 entry.id, entry.text);
+      WriteDiagnostic(fmt::format("{} [{}] {}: {}\n",
+                                  entry.source == broker::LogEntry::Source::kLog ? "log" : "trace",
+                                  entry.level, entry.id, entry.text));
     };
   }
   manager.around_factory = [&incomplete, verbose = options.verbose](
@@ -141,7 +141,7 @@ Session::Session(const SessionOptions& options)
 Session::~Session() {
   if (!verbose_) return;
   for (const broker::ProviderError& error : manager_.ProviderErrors()) {
-    fmt::print(stderr, "provider error: {}\n", broker::ToString(error));
+    WriteDiagnostic(fmt::format("provider error: {}\n", broker::ToString(error)));
   }
 }
 

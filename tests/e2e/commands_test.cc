@@ -260,6 +260,33 @@ TEST(Failures, TellThatTheOutputCannotBeWritten) {
   }
 }
 
+TEST(Failures, EndWithTheirStatusWhereNobodyCanBeTold) {
+  for (const Setting& setting : {Setting{.out_file = "/dev/full", .err_file = "/dev/full"},
+                                 Setting{.out_file = "/dev/full", .closed = {2}}}) {
+    EXPECT_EQ(RunOnRecord({"enumerate", "nosuch"}, setting).status, 1);
+    EXPECT_EQ(RunOnRecord({"tree"}, setting).status, 1);
+    EXPECT_EQ(RunOnRecord({"--help"}, setting).status, 1);
+    EXPECT_EQ(RunOnRecord({"tree", "--unknown"}, setting).status, 2);
+  }
+  const Outcome run = RunOnRecord({"ein", "device", "-v"}, {.err_file = "/dev/full"});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.out, Good({"ein", "device"}));
+}
+
+TEST(Failures, TellThatThereIsNoOutput) {
+  for (const Words& words : {Words{"tree"}, Words{"serve", "--port", "0"}, Words{"--help"}}) {
+    const Outcome run = RunOnRecord(words, {.closed = {0, 1}});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.err, "ostrel-pci: writing the output failed: Bad file descriptor\n");
+  }
+}
+
+TEST(Failures, OfTheSystemAreNotTakenForThoseOfTheOutput) {
+  const Outcome run = RunOnRecord({"serve", "--port", "0"}, {.open_files = 4});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.err, HasSubstr("ostrel-pci: eventfd: Too many open files\n"));
+}
+
 TEST(Failures, EndQuietlyWhenNobodyReads) {
   for (const std::string format : {"table", "json", "xml"}) {
     const Outcome run = RunOnRecord({"ei", "port", "-o", format}, {.reader_gone = true});

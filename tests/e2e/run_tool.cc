@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <pty.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -33,6 +34,8 @@ std::string ReadFromStart(int descriptor) {
   return ReadAll(descriptor);
 }
 
+int OpenToWrite(const std::string& file) { return open(file.c_str(), O_WRONLY | O_CLOEXEC); }
+
 // Where standard output goes, and where to read it afterwards.
 struct OutputEnds {
   int write = -1;
@@ -51,7 +54,7 @@ OutputEnds OpenOutput(const Setting& setting) {
     size.ws_col = static_cast<unsigned short>(setting.terminal);
     EXPECT_EQ(openpty(&ends.read, &ends.write, nullptr, nullptr, &size), 0);
   } else if (!setting.out_file.empty()) {
-    ends.write = open(setting.out_file.c_str(), O_WRONLY | O_CLOEXEC);
+    ends.write = OpenToWrite(setting.out_file);
   } else {
     ends.read = memfd_create("out", 0);
     ends.write = dup(ends.read);
@@ -72,6 +75,12 @@ void SetEnvironment(const Setting& setting) {
 [[noreturn]] void Become(const Words& arguments, const Setting& setting, int out, int err) {
   dup2(out, STDOUT_FILENO);
   dup2(err, STDERR_FILENO);
+  close_range(STDERR_FILENO + 1, ~0U, 0);
+  for (const int descriptor : setting.closed) close(descriptor);
+  if (setting.open_files != 0) {
+    const rlimit limit{setting.open_files, setting.open_files};
+    setrlimit(RLIMIT_NOFILE, &limit);
+  }
   SetEnvironment(setting);
   if (setting.unprivileged && setuid(kNobody) != 0) _exit(126);
   std::vector<char*> argv;
@@ -89,9 +98,11 @@ void SetEnvironment(const Setting& setting) {
 Outcome RunTool(const Words& arguments, const Setting& setting) {
   const OutputEnds out = OpenOutput(setting);
   const int err = memfd_create("err", 0);
+  const int err_write = setting.err_file.empty() ? dup(err) : OpenToWrite(setting.err_file);
   const pid_t child = fork();
-  if (child == 0) Become(arguments, setting, out.write, err);
+  if (child == 0) Become(arguments, setting, out.write, err_write);
   close(out.write);
+  close(err_write);
   Outcome run;
   // A terminal holds little: read while the tool writes.
   if (setting.terminal != 0) run.out = ReadAll(out.read);

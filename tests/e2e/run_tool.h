@@ -18,10 +18,13 @@ struct Outcome {
 struct Setting {
   // Added to an environment that has a UTF-8 locale and none of the tool's own variables.
   std::map<std::string, std::string> environment = {};
-  std::string out_file = {};  // standard output goes there instead of into Outcome::out
-  bool reader_gone = false;   // standard output is a pipe that nobody reads
-  unsigned terminal = 0;      // standard output is a terminal of so many columns
-  bool unprivileged = false;  // as the user nobody; needs root
+  std::string out_file = {};     // standard output goes there instead of into Outcome::out
+  std::string err_file = {};     // standard error likewise
+  std::vector<int> closed = {};  // of descriptors 0 to 2, those that the tool is started without
+  unsigned open_files = 0;       // the most descriptors it may have; 0: as many as this process
+  bool reader_gone = false;      // standard output is a pipe that nobody reads
+  unsigned terminal = 0;         // standard output is a terminal of so many columns
+  bool unprivileged = false;     // as the user nobody; needs root
 };
 
 using Words = std::vector<std::string>;

@@ -12,7 +12,6 @@
 #include <cstdlib>
 #include <sstream>
 #include <stdexcept>
-#include <system_error>
 
 #include "tool/command_line.h"
 #include "tool/errors.h"
@@ -48,7 +47,7 @@ TEST(FileOutput, ThrowsTheErrorOfAFailedWrite) {
   try {
     out.flush();
     FAIL() << "written";
-  } catch (const std::system_error& error) {
+  } catch (const OutputError& error) {
     EXPECT_EQ(error.code().value(), ENOSPC);
   }
   close(full);
