@@ -9,13 +9,16 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <system_error>
 
 #include "broker/schema_files.h"
+#include "broker/text.h"
 #include "tool/errors.h"
 
 namespace tool {
@@ -194,15 +197,16 @@ std::string ShellCommand(const std::vector<std::string>& command) {
 
 // A host's name that can stand in MOF and in a sed command as it is.
 bool IsPlainName(const std::string& name) {
-  const auto plain = [](unsigned char c) {
-    return std::isalnum(c) != 0 || c == '.' || c == '-' || c == '_';
+  const auto plain = [](char c) {
+    const char lower = broker::LowerAscii(c);
+    return (lower >= 'a' && lower <= 'z') || (c >= '0' && c <= '9') || c == '.' || c == '-' ||
+           c == '_';
   };
   return !name.empty() && std::all_of(name.begin(), name.end(), plain);
 }
 
 std::string LowerCase(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  std::transform(text.begin(), text.end(), text.begin(), broker::LowerAscii);
   return text;
 }
 
@@ -302,8 +306,10 @@ class TemporaryFolder {
 };
 
 void FillInSystemClass(const std::string& from, const std::string& to, const std::string& name) {
-  std::ifstream in(from);
-  std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  std::ostringstream read;
+  if (!(read << std::ifstream(from).rdbuf()))
+    throw CommandError(fmt::format("cannot read {}", from));
+  std::string text = read.str();
   constexpr std::string_view kPlaceholder = broker::schema::kSystemNamePlaceholder;
   for (std::size_t at = 0; (at = text.find(kPlaceholder, at)) != std::string::npos;) {
     text.replace(at, kPlaceholder.size(), name);
@@ -318,11 +324,19 @@ std::string RunProgram(const std::vector<std::string>& command) {
   arguments.reserve(command.size() + 1);
   for (const std::string& word : command) arguments.push_back(const_cast<char*>(word.c_str()));
   arguments.push_back(nullptr);
+  // This process ignores SIGPIPE; the program should not.
+  sigset_t handled_as_usual;
+  sigemptyset(&handled_as_usual);
+  sigaddset(&handled_as_usual, SIGPIPE);
+  posix_spawnattr_t attributes;
+  posix_spawnattr_init(&attributes);
+  posix_spawnattr_setsigdefault(&attributes, &handled_as_usual);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
   pid_t child = 0;
-  if (const int error =
-          posix_spawnp(&child, arguments[0], nullptr, nullptr, arguments.data(), environ)) {
-    return fmt::format("could not be started: {}", ErrorText(error));
-  }
+  const int error =
+      posix_spawnp(&child, arguments[0], nullptr, &attributes, arguments.data(), environ);
+  posix_spawnattr_destroy(&attributes);
+  if (error != 0) return fmt::format("could not be started: {}", ErrorText(error));
   int status = 0;
   while (waitpid(child, &status, 0) < 0) {
     if (errno != EINTR) return fmt::format("was lost: {}", ErrorText(errno));

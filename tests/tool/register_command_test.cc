@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -253,6 +254,15 @@ TEST_F(RegisterTest, TellsASignalThatEndsAStep) {
   EXPECT_THAT(err_.str(), HasSubstr("\"sfcbrepos -f\" was ended by signal 9."));
 }
 
+TEST_F(RegisterTest, StartsToolsWithBrokenPipesAsUsual) {
+  AddSfcb();
+  std::ofstream(folder_ / "bin" / "sfcbrepos") << "#!/bin/sh\nkill -PIPE $$\n";
+  const auto before = std::signal(SIGPIPE, SIG_IGN);
+  EXPECT_EQ(Run(), 1);
+  (void)std::signal(SIGPIPE, before);
+  EXPECT_THAT(err_.str(), HasSubstr("\"sfcbrepos -f\" was ended by signal 13."));
+}
+
 TEST_F(RegisterTest, TellsAToolThatCannotBeStarted) {
   AddSfcb();
   std::ofstream(folder_ / "bin" / "sfcbstage") << "#!/nonexistent/interpreter\n";
@@ -312,6 +322,23 @@ TEST_F(RegisterTest, NamesTheSchemaFileThatIsNotThere) {
   options_.schema_folder = folder_;
   EXPECT_EQ(Run(), 1);
   EXPECT_THAT(err_.str(), HasSubstr("there is no " + (folder_ / "Ostrel_PCI.mof").string()));
+}
+
+TEST_F(RegisterTest, RefusesATemplateThatCannotBeRead) {
+  AddSfcb();
+  fs::copy(options_.schema_folder, folder_ / "schema");
+  options_.schema_folder = folder_ / "schema";
+  options_.with_system = true;
+  const fs::path file = folder_ / "schema" / "OMC_UnitaryComputerSystem.mof";
+  fs::remove(file);
+  fs::create_directory(file);
+  try {
+    Run();
+    ADD_FAILURE() << "carried out";
+  } catch (const tool::CommandError& error) {
+    EXPECT_EQ(error.what(), "cannot read " + file.string());
+  }
+  EXPECT_THAT(Calls(), IsEmpty());
 }
 
 TEST_F(RegisterTest, AsksForRoot) {
