@@ -73,11 +73,9 @@ class Builder {
 
   void AddTop(std::size_t top, const std::vector<std::vector<std::size_t>>& children) {
     const std::string bus = RootBusOf(topology_.functions[top]);
-    const auto same = std::find_if(topology_.roots.begin(), topology_.roots.end(),
-                                   [&](const RootBus& root) { return root.id == bus; });
-    RootBus& root = same != topology_.roots.end() ? *same : topology_.roots.emplace_back();
-    root.id = bus;
-    root.functions.push_back(top);
+    const auto [root, added] = roots_.emplace(bus, topology_.roots.size());
+    if (added) topology_.roots.push_back({bus, {}});
+    topology_.roots[root->second].functions.push_back(top);
     Reach(top, children);
   }
 
@@ -110,7 +108,8 @@ class Builder {
   }
 
   Topology topology_;
-  Positions positions_;
+  Positions positions_;  // of functions
+  Positions roots_;
   std::vector<bool> reached_;
   std::vector<std::size_t> order_;
 };

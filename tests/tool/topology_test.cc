@@ -99,6 +99,21 @@ TEST(Topology, PutsFunctionsWithAnUnknownParentAtTheTop) {
   EXPECT_THAT(topology.roots[0].functions, ElementsAre(0U));
 }
 
+TEST(Topology, GathersFunctionsOfOneRootBus) {
+  std::vector<Function> functions;
+  for (const char* bus : {"0000:00", "0001:00", "0000:00", "0001:00"}) {
+    const std::string number = std::to_string(functions.size());
+    functions.push_back(Made(bus + (":" + number + ".0"), "", 0, FunctionKind::kDevice));
+    functions.back().device = functions.size();
+  }
+  const Topology topology = BuildTopology("host", functions, {});
+  ASSERT_EQ(topology.roots.size(), 2U);
+  EXPECT_EQ(topology.roots[0].id, "0000:00");
+  EXPECT_THAT(topology.roots[0].functions, ElementsAre(0U, 2U));
+  EXPECT_EQ(topology.roots[1].id, "0001:00");
+  EXPECT_THAT(topology.roots[1].functions, ElementsAre(1U, 3U));
+}
+
 TEST(Topology, CutsCircles) {
   const Topology topology = BuildTopology(
       "host",
