@@ -3,11 +3,11 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <langinfo.h>
+#include <locale.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <clocale>
 #include <csignal>
 #include <exception>
 #include <iostream>
@@ -39,7 +39,14 @@ namespace {
 using broker::ObjectPath;
 using broker::schema::Class;
 
-bool Utf8Locale() { return std::string_view(nl_langinfo(CODESET)) == "UTF-8"; }
+// Asked without setting the process's locale: the provider library's lower case would follow it.
+bool Utf8Locale() {
+  const locale_t locale = newlocale(LC_CTYPE_MASK, "", nullptr);
+  if (locale == nullptr) return false;
+  const bool utf8 = std::string_view(nl_langinfo_l(CODESET, locale)) == "UTF-8";
+  freelocale(locale);
+  return utf8;
+}
 
 std::unique_ptr<ElementWriter> MakeWriter(const Arguments& arguments, std::ostream& out) {
   switch (arguments.format) {
@@ -283,7 +290,6 @@ int ReadAndRun(int argc, const char* const* argv) {
 
 int Main(int argc, const char* const* argv) {
   HoldStandardDescriptors();
-  (void)std::setlocale(LC_CTYPE, "");
   (void)std::signal(SIGPIPE, SIG_IGN);
   try {
     return ReadAndRun(argc, argv);

@@ -1,6 +1,6 @@
 // The commands.
 //
-// Thread rule: one thread; changes the environment and the locale of the process.
+// Thread rule: one thread; changes the environment of the process and ignores SIGPIPE.
 
 #ifndef TOOL_COMMANDS_H_
 #define TOOL_COMMANDS_H_

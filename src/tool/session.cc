@@ -170,6 +170,10 @@ std::vector<std::string> Session::AssociationsOf(const ObjectPath& source,
                                                  const std::optional<std::string>& association,
                                                  const AssociationFilter& filter) const {
   std::vector<std::string> providers = manager_.AssociationProvidersFor(association);
+  if (providers.empty() && !association) {
+    throw CommandError(fmt::format("{}: the library has no provider of an association",
+                                   broker::StatusName(CMPI_RC_ERR_NOT_SUPPORTED)));
+  }
   if (providers.empty()) {
     throw CommandError(fmt::format("{}: {} is no association class with a provider",
                                    broker::StatusName(CMPI_RC_ERR_INVALID_CLASS), *association));

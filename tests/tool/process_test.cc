@@ -8,17 +8,20 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <sstream>
 #include <stdexcept>
 
 #include "tool/command_line.h"
+#include "tool/commands.h"
 #include "tool/errors.h"
 #include "tool/host_source.h"
 #include "tool/library_file.h"
 #include "tool/output.h"
 #include "tool/quiet_factory.h"
+#include "tool/session.h"
 
 namespace tool {
 namespace {
@@ -137,6 +140,31 @@ TEST(LibraryCandidates, StandBesideTheProgramFirst) {
   EXPECT_EQ(files[1], "/opt/x/associations/libOstrelPCI.so");
   EXPECT_TRUE(files[2].starts_with("/opt/x/lib"));
   EXPECT_TRUE(files[2].ends_with("/cmpi/libOstrelPCI.so"));
+}
+
+// In some locales the lower case of "I" is no "i", and names would not be found.
+TEST_F(Environment, DoesNotChangeTheLocale) {
+  setenv("LC_ALL", "C.UTF-8", 1);
+  const char* words[] = {"ostrel-pci", "classes"};
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(Main(2, words), 0);
+  EXPECT_NE(testing::internal::GetCapturedStdout(), "");
+  unsetenv("LC_ALL");
+  EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C");
+}
+
+// The library of the test has the factories of instance providers and no others.
+TEST(Session, SaysThatALibraryHasNoAssociations) {
+  Session session({INSTANCES_LIBRARY, "host"});
+  broker::Recorder found;
+  for (const auto& ask : {&Session::AssociatorNames, &Session::ReferenceNames}) {
+    try {
+      (session.*ask)(session.system(), {}, found);
+      ADD_FAILURE() << "asked";
+    } catch (const CommandError& error) {
+      EXPECT_THAT(error.what(), HasSubstr("no provider of an association"));
+    }
+  }
 }
 
 Arguments Parsed(std::vector<const char*> words) {
