@@ -87,6 +87,45 @@ TEST_F(Dump, SkipsTheTextForPeople) {
             1u);
 }
 
+TEST_F(Dump, SkipsWhatLspciSaysBetweenTheFunctionAndItsBytes) {
+  const std::string bytes = good_.substr(good_.find('\n') + 1);
+  EXPECT_EQ(
+      Read("lspci: Unable to load libkmod resources: error -2\n"
+           "00:01.0 Host bridge: x (rev 02)\n"
+           "\tControl: I/O+ Mem+ BusMaster+\n"
+           "\tRegion 0: Memory at 10: 00 (32-bit)\n"
+           "\tCapabilities: [40] Power Management version 2\n"
+           "\t\t00: 00 00\n"
+           "\t!!! Unknown header type 7f\n"
+           "pcilib: sysfs_read_vpd: read failed: No such device\n" +
+           bytes + "add: what is below is of another host\n\n" + Function("00:02.0").DumpText())
+          .size(),
+      2u);
+}
+
+TEST_F(Dump, SkipsAByteOrderMark) {
+  EXPECT_EQ(Read("\xef\xbb\xbf" + good_ + Function("00:02.0").DumpText()).size(), 2u);
+  EXPECT_THAT(Read("\xef\xbb\xbf"), IsEmpty());
+}
+
+// With the line damaged that begins a function, its bytes are nobody's, or look like the bytes of
+// the function before.
+TEST_F(Dump, BytesOfADamagedFunctionAreRefused) {
+  const std::string file = folder_.Path("dump");
+  std::string damaged = Function("00:02.0").DumpText();
+  damaged.insert(1, " ");
+  EXPECT_EQ(Error(good_ + damaged),
+            file + ", line 20: bytes without the line that begins a function before them");
+  EXPECT_EQ(Error(damaged),
+            file + ", line 2: bytes without the line that begins a function before them");
+  EXPECT_EQ(Error(good_.substr(0, good_.size() - 1) + damaged),
+            file + ", line 19: bytes of 0000:00:01.0 that it already has");
+  const std::string extended = good_.substr(0, good_.size() - 1) + "100: 00\n";
+  EXPECT_EQ(Read(extended).size(), 1u);
+  EXPECT_EQ(Error(extended + "100: 00\n"),
+            file + ", line 19: bytes of 0000:00:01.0 that it already has");
+}
+
 TEST_F(Dump, TheFirstOfARepeatedFunctionStands) {
   const Devices devices = Read(Function("00:01.0").Ids(1, 1).DumpText() +
                                Function("0000:00:01.0").Ids(1, 2).DumpText());
@@ -138,8 +177,9 @@ TEST_F(Dump, OnlyARegularFileIsRead) {
 }
 
 TEST_F(Dump, BinaryAndEndlessLinesAreRefused) {
-  EXPECT_THAT(Error(std::string(1 << 20, '\0')), HasSubstr("line"));
-  EXPECT_THAT(Error(std::string(1 << 20, '0')), HasSubstr("too long"));
+  const std::string file = folder_.Path("dump");
+  EXPECT_EQ(Error(std::string(1 << 20, '\0')), file + ", line 1: the line is too long");
+  EXPECT_EQ(Error("\n" + std::string(1 << 20, '0')), file + ", line 2: the line is too long");
 }
 
 TEST_F(Dump, CutOffAnywhereIsAnAnswerOrAnException) {

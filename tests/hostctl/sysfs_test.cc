@@ -1,12 +1,34 @@
 // sysfs trees of all kinds: what is accepted, and that what is not ends in a clear exception.
 
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <functional>
 
 #include "hostctl/expectations.h"
 #include "hostctl/sources.h"
+
+extern "C" {
+#include <pci/pci.h>
+}
+
+namespace {
+
+// Called before libpci opens a function, with its device number.
+std::function<void(int device)> before_opening;
+
+}  // namespace
+
+// Stands in front of libpci's own, which it calls.
+extern "C" HOSTCTL_API pci_dev* pci_get_dev(pci_access* access, int domain, int bus, int device,
+                                            int function) {
+  if (before_opening) before_opening(device);
+  static const auto real =
+      reinterpret_cast<decltype(&pci_get_dev)>(dlsym(RTLD_NEXT, "pci_get_dev"));
+  return real(access, domain, bus, device, function);
+}
 
 namespace hostctl_test {
 namespace {
@@ -192,6 +214,21 @@ TEST_F(Sysfs, LinksThatLeadNowhereAreNamed) {
   fs::remove(folder_.Path("bus/pci/devices/0000:00:01.0"));
   Link("0000:00:01.0", "../../../devices/gone");
   EXPECT_THAT(Error(), HasSubstr("0000:00:01.0/vendor: No such file or directory"));
+}
+
+// The kernel takes the link away first, then the files.
+TEST_F(Sysfs, AFunctionThatIsPulledOutWhileItIsReadIsLeftOut) {
+  for (const char* address : {"0000:00:01.0", "0000:00:02.0", "0000:00:03.0"}) {
+    Add("pci0000:00", Endpoint(address));
+  }
+  before_opening = [&](int device) {
+    if (device == 2) fs::remove(folder_.Path("bus/pci/devices/0000:00:02.0"));
+  };
+  const Devices devices = Read();
+  before_opening = nullptr;
+  ASSERT_EQ(devices.size(), 2u);
+  EXPECT_EQ(devices[0]->GetName(), "0000:00:01.0");
+  EXPECT_EQ(devices[1]->GetName(), "0000:00:03.0");
 }
 
 TEST_F(Sysfs, ReadsSlotLabels) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bitset>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
@@ -19,6 +20,8 @@ namespace {
 constexpr std::size_t kLongestLine = 4096;           // many times what lspci prints
 constexpr std::uint32_t kExtendedConfigSize = 4096;  // PCI Express Base, 7.2.2
 
+constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";  // of UTF-8
+
 constexpr std::string_view kHexDigits = "0123456789abcdefABCDEF";
 
 bool IsHex(std::string_view text) {
@@ -30,6 +33,15 @@ unsigned DigitValue(char digit) {
   if (digit >= '0' && digit <= '9') return static_cast<unsigned>(digit - '0');
   const char lower = static_cast<char>(digit | 0x20);
   return lower >= 'a' && lower <= 'f' ? static_cast<unsigned>(lower - 'a' + 10) : 16;
+}
+
+// The byte at the start of the text, as two digits with a space or nothing behind them.
+std::optional<std::uint8_t> LeadingByte(std::string_view text) {
+  if (text.size() < 2 || (text.size() > 2 && text[2] != ' ')) return std::nullopt;
+  const unsigned high = DigitValue(text[0]);
+  const unsigned low = DigitValue(text[1]);
+  if (high > 15 || low > 15) return std::nullopt;
+  return static_cast<std::uint8_t>(high << 4 | low);
 }
 
 // The text of an address at the start of a function's first line ("00:1f.0 ISA bridge: ..."), or
@@ -54,11 +66,18 @@ class Parser {
       : path_(path), handle_(handle) {}
 
   void TakeLine(std::string_view line) {
-    ++line_number_;
+    if (++line_number_ == 1 && line.starts_with(kByteOrderMark)) {
+      line.remove_prefix(kByteOrderMark.size());
+    }
     if (line.empty()) return EndFunction();
     has_text_ = true;
     if (const auto address = AddressText(line)) return BeginFunction(*address);
-    if (address_) TakeBytes(line);
+    TakeBytes(line);
+  }
+
+  [[noreturn]] void RefuseLongLine() {
+    ++line_number_;
+    Fail("the line is too long");
   }
 
   void EndOfFile() {
@@ -77,6 +96,7 @@ class Parser {
     if (!address_) Fail("no such PCI address: " + std::string(text));
     has_function_ = true;
     bytes_.fill(0xff);  // what a read of a missing register gives
+    given_.reset();
     length_ = 0;
   }
 
@@ -95,19 +115,25 @@ class Parser {
     const std::size_t colon = line.find(": ");
     if (colon == std::string_view::npos || colon < 2 || colon > 8 || !IsHex(line.substr(0, colon)))
       return;
+    if (!address_) return RefuseBytes(line.substr(colon + 2));
     std::uint32_t offset = *ParseHex(line.substr(0, colon), colon);
     for (std::size_t i = colon + 2; i < line.size(); i += 3) {
-      const unsigned high = DigitValue(line[i]);
-      const unsigned low = i + 1 < line.size() ? DigitValue(line[i + 1]) : 16;
-      const bool separated = i + 2 >= line.size() || line[i + 2] == ' ';
-      if (high > 15 || low > 15 || !separated) Fail("malformed bytes");
-      StoreByte(offset++, static_cast<std::uint8_t>(high << 4 | low));
+      const std::optional<std::uint8_t> byte = LeadingByte(line.substr(i));
+      if (!byte) Fail("malformed bytes");
+      StoreByte(offset++, *byte);
     }
+  }
+
+  // Outside of functions stands text for people, which may well begin like registers.
+  void RefuseBytes(std::string_view text) const {
+    if (LeadingByte(text)) Fail("bytes without the line that begins a function before them");
   }
 
   // The extended configuration space is checked and not kept: nothing in it is asked for.
   void StoreByte(std::uint32_t offset, std::uint8_t byte) {
     if (offset >= kExtendedConfigSize) Fail("a configuration space has at most 4096 bytes");
+    if (given_[offset]) Fail("bytes of " + FormatAddress(*address_) + " that it already has");
+    given_.set(offset);
     if (offset >= bytes_.size()) return;
     bytes_[offset] = byte;
     length_ = std::max(length_, std::size_t{offset} + 1);
@@ -120,6 +146,7 @@ class Parser {
   bool has_function_ = false;
   std::optional<PciAddress> address_;  // of the function whose lines are being read
   std::array<std::uint8_t, kConfigSize> bytes_;
+  std::bitset<kExtendedConfigSize> given_;
   std::size_t length_ = 0;
 };
 
@@ -150,7 +177,7 @@ void ReadDump(const std::string& path, const DumpedFunctionHandler& handle) {
     parser.TakeLine(line);
   }
   if (file.bad()) throw Lib::HostCtlException("Cannot read " + path);
-  if (!file.eof()) parser.Fail("the next line is too long");
+  if (!file.eof()) parser.RefuseLongLine();
   parser.EndOfFile();
 }
 

@@ -2,6 +2,8 @@
 
 #include <syslog.h>
 
+#include <exception>
+
 #include "cache/hostctl.h"
 #include "platform/hostctl/pci_device.h"
 #include "platform/hostctl/snapshot.h"
@@ -11,7 +13,8 @@ namespace HostCtl {
 namespace Linux {
 namespace {
 
-// Runs `call`; the interface promises callers that HostCtlException is all they ever catch.
+// Runs `call`; the interface promises callers that HostCtlException is all they ever catch, or
+// std::bad_alloc where there is no memory for one.
 template <typename Call>
 auto WithOneExceptionType(Call call) {
   try {
