@@ -2,9 +2,12 @@
 
 #include <CLI/CLI.hpp>
 
+#include <charconv>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <string_view>
+#include <system_error>
 
 #include "tool/errors.h"
 
@@ -105,11 +108,12 @@ class Parser {
   std::variant<Arguments, int> Parse(int argc, const char* const* argv, std::ostream& out,
                                      std::ostream& err) {
     try {
+      RefuseValuesOfFlags(argc, argv);
       app_.parse(argc, argv);
       arguments_.format = Checked(format_);
     } catch (const CLI::ParseError& error) {
       if (error.get_exit_code() == 0) return app_.exit(error, out, err);
-      err << "ostrel-pci: " << error.what() << '\n' << kHint;
+      err << "ostrel-pci: " << Explained(error) << '\n' << kHint;
       return kExitUsage;
     } catch (const UsageError& error) {
       err << "ostrel-pci: " << error.what() << '\n' << kHint;
@@ -119,6 +123,33 @@ class Parser {
   }
 
  private:
+  // CLI11 would take "--names=no" for the flag's opposite.
+  void RefuseValuesOfFlags(int argc, const char* const* argv) const {
+    std::vector<const CLI::App*> apps = app_.get_subcommands({});
+    apps.push_back(&app_);
+    for (int i = 1; i < argc; ++i) {
+      const std::string word = argv[i];
+      if (word == "--") return;
+      const std::string name = word.substr(0, word.find('='));
+      if (!word.starts_with("--") || name == word) continue;
+      for (const CLI::App* app : apps) {
+        const CLI::Option* option = app->get_option_no_throw(name);
+        if (option != nullptr && option->get_expected_max() == 0) {
+          throw UsageError(name + " takes no value");
+        }
+      }
+    }
+  }
+
+  // Where there is no command, the word that was not taken for one.
+  std::string Explained(const CLI::ParseError& error) const {
+    const std::vector<std::string> unknown = app_.remaining();
+    if (!app_.get_subcommands().empty() || unknown.empty()) return error.what();
+    const std::string& word = unknown.front();
+    const char* kind = word.starts_with('-') ? "option" : "command";
+    return std::string("unknown ") + kind + " \"" + word + '"';
+  }
+
   void AddCommonOptions() {
     app_.add_flag("--names", arguments_.names, "Object paths instead of instances");
     app_.add_option("-p,--property", arguments_.properties,
@@ -248,11 +279,23 @@ class Parser {
         ->type_name("DIR");
   }
 
+  static int PortOf(const std::string& text) {
+    std::uint16_t port = 0;
+    const char* end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, port);
+    if (error != std::errc() || stop != end) {
+      throw UsageError("--port " + text + ": no port number, which is one from 0 to 65535");
+    }
+    return port;
+  }
+
   void AddServe() {
     CLI::App* command = AddCommand("serve", "", Command::kServe,
                                    "Answer WBEM clients over HTTP on this host", kServeExamples);
-    command->add_option("--port", arguments_.port, "The port; 0 for a free one (default: 5988)")
-        ->check(CLI::Range(0, 65535))
+    command
+        ->add_option_function<std::string>(
+            "--port", [this](const std::string& port) { arguments_.port = PortOf(port); },
+            "The port; 0 for a free one (default: 5988)")
         ->type_name("NUMBER");
     command->add_option("--address", arguments_.address, "A loopback address (default: 127.0.0.1)")
         ->type_name("ADDRESS");

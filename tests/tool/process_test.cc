@@ -27,6 +27,7 @@ namespace tool {
 namespace {
 
 using testing::HasSubstr;
+using testing::StartsWith;
 
 TEST(FileOutput, WritesEverythingThroughSmallAndLargePieces) {
   const int file = memfd_create("out", MFD_CLOEXEC);
@@ -204,13 +205,54 @@ TEST(CommandLine, TakesOneValueForEveryProperty) {
   EXPECT_EQ(Parsed({"ei", "-p", "A", "X"}).operand, "X");
 }
 
-TEST(CommandLine, KnowsTwoObjectManagersToRegisterWith) {
-  const char* words[] = {"ostrel-pci", "register", "--for", "other"};
+// What is said of a command line that makes no sense.
+std::string Refused(std::vector<const char*> words) {
+  words.insert(words.begin(), "ostrel-pci");
   std::ostringstream out, err;
-  const auto parsed = ParseCommandLine(4, words, out, err);
-  ASSERT_NE(std::get_if<int>(&parsed), nullptr);
-  EXPECT_EQ(std::get<int>(parsed), 2);
-  EXPECT_THAT(err.str(), HasSubstr("--for other: this command knows pegasus, sfcb\n"));
+  const auto parsed = ParseCommandLine(static_cast<int>(words.size()), words.data(), out, err);
+  const int* status = std::get_if<int>(&parsed);
+  EXPECT_TRUE(status != nullptr && *status == 2) << words.back();
+  EXPECT_EQ(out.str(), "");
+  return err.str();
+}
+
+TEST(CommandLine, KnowsTwoObjectManagersToRegisterWith) {
+  EXPECT_THAT(Refused({"register", "--for", "other"}),
+              HasSubstr("--for other: this command knows pegasus, sfcb\n"));
+}
+
+TEST(CommandLine, NamesTheWordThatIsNoCommand) {
+  for (const char* word : {"foo", "TREE", "help", ""}) {
+    const std::string expected = std::string("ostrel-pci: unknown command \"") + word + "\"\n";
+    EXPECT_THAT(Refused({word}), StartsWith(expected));
+    EXPECT_THAT(Refused({"-v", word, "tree2", "--names"}), StartsWith(expected));
+  }
+  EXPECT_THAT(Refused({"--", "tree"}), StartsWith("ostrel-pci: unknown option \"--\"\n"));
+  EXPECT_THAT(Refused({"--colour", "foo"}),
+              StartsWith("ostrel-pci: unknown option \"--colour\"\n"));
+  EXPECT_THAT(Refused({"tree", "foo"}), HasSubstr("foo"));
+}
+
+TEST(CommandLine, RefusesValuesOfFlags) {
+  for (const char* flag :
+       {"--names=no", "--names=true", "--verbose=1", "--verbose=", "--version=no", "--help=no"}) {
+    const std::string name = std::string(flag).substr(0, std::string(flag).find('='));
+    EXPECT_THAT(Refused({"ei", "X", flag}), HasSubstr(name + " takes no value\n"));
+    EXPECT_THAT(Refused({flag, "ei", "X"}), HasSubstr(name + " takes no value\n"));
+  }
+  EXPECT_THAT(Refused({"tree", "--ports=no"}), HasSubstr("--ports takes no value\n"));
+  EXPECT_NE(Refused({"ei", "X", "-v=0"}), "");
+  EXPECT_EQ(Parsed({"ei", "X", "--output=json"}).format, Format::kJson);
+}
+
+TEST(CommandLine, ReadsPortsInDecimal) {
+  EXPECT_EQ(Parsed({"serve", "--port", "0"}).port, 0);
+  EXPECT_EQ(Parsed({"serve", "--port", "010"}).port, 10);
+  EXPECT_EQ(Parsed({"serve", "--port=65535"}).port, 65535);
+  for (const char* port : {"0x50", "abc", "", "-1", "+1", " 1", "1.0", "65536", "1e3"}) {
+    EXPECT_THAT(Refused({"serve", "--port", port}),
+                HasSubstr("--port " + std::string(port) + ": no port number"));
+  }
 }
 
 TEST(CommandLine, ReadsWhatToRegisterWith) {
