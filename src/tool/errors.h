@@ -33,7 +33,8 @@ class UsageError : public CommandError {
   explicit UsageError(const std::string& what) : CommandError(what, kExitUsage) {}
 };
 
-// A request was answered with a status other than CMPI_RC_OK. `request` is its operation and class.
+// A request was answered with a status other than CMPI_RC_OK. `request` is its operation and
+// what it is about.
 class StatusError : public CommandError {
  public:
   StatusError(const std::string& request, const broker::Status& status)

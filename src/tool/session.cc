@@ -8,6 +8,7 @@
 
 #include "broker/provider_library.h"
 #include "broker/status.h"
+#include "broker/wbem_uri.h"
 #include "tool/class_names.h"
 #include "tool/errors.h"
 #include "tool/library_file.h"
@@ -81,9 +82,20 @@ class FilteringSink : public ResultSink {
   Status error_;
 };
 
-// Asks one provider after the other; throws the first failure when all were asked.
-void AskEach(std::string_view operation, const std::vector<std::string>& providers,
-             std::string_view result_class, ResultSink& sink,
+// "get of root/cimv2:Ostrel_PCIDevice.DeviceID=..."
+std::string RequestText(std::string_view operation, const ObjectPath* target,
+                        std::string_view provider) {
+  if (target == nullptr) return fmt::format("{} of {}", operation, provider);
+  std::string text = fmt::format("{} of {}", operation, ToWbemUri(*target));
+  if (target->class_name != provider) text += fmt::format(" by {}", provider);
+  return text;
+}
+
+// Asks one provider after the other; throws the first failure when all were asked. `target` is what
+// the request is about, where that is no class.
+void AskEach(std::string_view operation, const ObjectPath* target,
+             const std::vector<std::string>& providers, std::string_view result_class,
+             ResultSink& sink,
              const std::function<Status(const std::string& provider, ResultSink& sink)>& ask) {
   std::optional<StatusError> failure;
   for (const std::string& provider : providers) {
@@ -91,7 +103,7 @@ void AskEach(std::string_view operation, const std::vector<std::string>& provide
     Status status = ask(provider, filter);
     if (status.ok()) status = filter.error();
     if (!status.ok() && !failure) {
-      failure.emplace(fmt::format("{} of {}", operation, provider), status);
+      failure.emplace(RequestText(operation, target, provider), status);
     }
   }
   if (failure) throw *failure;  // NOLINT(cert-err09-cpp,cert-err61-cpp): kept over the loop
@@ -185,7 +197,7 @@ std::vector<std::string> Session::AssociationsOf(const ObjectPath& source,
 }
 
 void Session::Enumerate(const Class& cls, const PropertyList& properties, ResultSink& sink) {
-  AskEach("enumeration", ServedBelow(cls), {}, sink,
+  AskEach("enumeration", nullptr, ServedBelow(cls), {}, sink,
           [&](const std::string& provider, ResultSink& results) {
             return manager_.EnumerateInstances(provider, manager_.ClassPath(provider), properties,
                                                results);
@@ -193,14 +205,14 @@ void Session::Enumerate(const Class& cls, const PropertyList& properties, Result
 }
 
 void Session::EnumerateNames(const Class& cls, ResultSink& sink) {
-  AskEach("enumeration", ServedBelow(cls), {}, sink,
+  AskEach("enumeration", nullptr, ServedBelow(cls), {}, sink,
           [&](const std::string& provider, ResultSink& results) {
             return manager_.EnumerateInstanceNames(provider, manager_.ClassPath(provider), results);
           });
 }
 
 void Session::Get(const ObjectPath& path, const PropertyList& properties, ResultSink& sink) {
-  AskEach("get", {path.class_name}, {}, sink,
+  AskEach("get", &path, {path.class_name}, {}, sink,
           [&](const std::string& provider, ResultSink& results) {
             return manager_.GetInstance(provider, path, properties, results);
           });
@@ -209,14 +221,14 @@ void Session::Get(const ObjectPath& path, const PropertyList& properties, Result
 bool Session::TryGet(const ObjectPath& path, ResultSink& sink) {
   const Status status = manager_.GetInstance(path.class_name, path, std::nullopt, sink);
   if (!status.ok() && status.code != CMPI_RC_ERR_NOT_FOUND) {
-    throw StatusError("get of " + path.class_name, status);
+    throw StatusError(RequestText("get", &path, path.class_name), status);
   }
   return status.ok();
 }
 
 void Session::Associators(const ObjectPath& source, const AssociationFilter& filter,
                           const PropertyList& properties, ResultSink& sink) {
-  AskEach("associators", AssociationsOf(source, filter.assoc_class, filter),
+  AskEach("associators", &source, AssociationsOf(source, filter.assoc_class, filter),
           filter.result_class.value_or(""), sink,
           [&](const std::string& provider, ResultSink& results) {
             return manager_.Associators(provider, source, Narrowed(filter, provider), properties,
@@ -226,7 +238,7 @@ void Session::Associators(const ObjectPath& source, const AssociationFilter& fil
 
 void Session::AssociatorNames(const ObjectPath& source, const AssociationFilter& filter,
                               ResultSink& sink) {
-  AskEach("associator names", AssociationsOf(source, filter.assoc_class, filter),
+  AskEach("associator names", &source, AssociationsOf(source, filter.assoc_class, filter),
           filter.result_class.value_or(""), sink,
           [&](const std::string& provider, ResultSink& results) {
             return manager_.AssociatorNames(provider, source, Narrowed(filter, provider), results);
@@ -235,7 +247,7 @@ void Session::AssociatorNames(const ObjectPath& source, const AssociationFilter&
 
 void Session::References(const ObjectPath& source, const AssociationFilter& filter,
                          const PropertyList& properties, ResultSink& sink) {
-  AskEach("references", AssociationsOf(source, filter.result_class, filter), {}, sink,
+  AskEach("references", &source, AssociationsOf(source, filter.result_class, filter), {}, sink,
           [&](const std::string& provider, ResultSink& results) {
             return manager_.References(provider, source, NarrowedReferences(filter, provider),
                                        properties, results);
@@ -244,7 +256,7 @@ void Session::References(const ObjectPath& source, const AssociationFilter& filt
 
 void Session::ReferenceNames(const ObjectPath& source, const AssociationFilter& filter,
                              ResultSink& sink) {
-  AskEach("reference names", AssociationsOf(source, filter.result_class, filter), {}, sink,
+  AskEach("reference names", &source, AssociationsOf(source, filter.result_class, filter), {}, sink,
           [&](const std::string& provider, ResultSink& results) {
             return manager_.ReferenceNames(provider, source, NarrowedReferences(filter, provider),
                                            results);

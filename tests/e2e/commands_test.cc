@@ -131,9 +131,14 @@ TEST(Commands, SayThatAnInstanceIsNotFound) {
   EXPECT_THAT(Bad(1, {"get", "PCIDevice.DeviceID=\"0000:7f:00.0\""}), HasSubstr("not found"));
   EXPECT_THAT(Bad(1, {"get", "PCIDevice.DeviceID=\"0000:7f:00.0\"", "-o", "json"}),
               HasSubstr("not found"));
-  EXPECT_THAT(Bad(1, {"get", "PCIBridge.DeviceID=\"0000:00:1f.2\""}),
-              HasSubstr("CMPI_RC_ERR_NOT_FOUND (6)"));
+  EXPECT_EQ(Bad(1, {"get", "PCIBridge.DeviceID=\"0000:00:1f.2\""}),
+            "ostrel-pci: get of root/cimv2:Ostrel_PCIBridge.DeviceID=\"0000:00:1f.2\","
+            "SystemCreationClassName=\"OMC_UnitaryComputerSystem\",SystemName=\"recorded\","
+            "CreationClassName=\"Ostrel_PCIBridge\": CMPI_RC_ERR_NOT_FOUND (6)\n");
   EXPECT_THAT(Bad(1, {"get", "PCIDevice"}), HasSubstr("the path has no DeviceID"));
+  EXPECT_EQ(Bad(1, {"ain", "PCIPortGroup", "--assoc-class", "MemberOfCollection"}),
+            "ostrel-pci: associator names of root/cimv2:Ostrel_PCIPortGroup by "
+            "Ostrel_PCIMemberOfCollection: CMPI_RC_ERR_NO_SUCH_PROPERTY (12)\n");
 }
 
 TEST(Commands, FollowAssociationsToControllersAndPorts) {
