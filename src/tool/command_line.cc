@@ -162,8 +162,9 @@ class Parser {
     CLI::Option* sysfs = app_.add_option("--sysfs", arguments_.source.sysfs,
                                          "Read a copy of /sys/bus/pci instead of this host")
                              ->type_name("DIR");
-    app_.add_option("--dump", arguments_.source.dump,
-                    "Read a text dump as lspci -x prints it instead of this host")
+    app_.add_option(
+            "--dump", arguments_.source.dump,
+            "Read a text dump as lspci -x prints it instead of this host; - for standard input")
         ->type_name("FILE")
         ->excludes(sysfs);
     app_.add_option("--system-name", arguments_.source.system_name, "The name of the host")

@@ -229,12 +229,22 @@ int Register(const Arguments& arguments, std::ostream& out) {
   return RunRegister(options, out, std::cerr);
 }
 
+bool HasDevices(Session& session) {
+  broker::Recorder found;
+  session.EnumerateNames(ResolveClass("CIM_PCIDevice"), found);
+  return !found.paths.empty();
+}
+
 int Serve(const Arguments& arguments, Session& session, std::ostream& out) {
   wbem::ServerOptions options;
   options.address = arguments.address;
   options.port = arguments.port;
+  broker::ObjectManager& manager = session.ManagerForThreads();
+  if (session.incomplete() && !HasDevices(session)) {
+    throw CommandError("the host cannot be read: there is nothing to serve");
+  }
   try {
-    return wbem::Serve(session.ManagerForThreads(), options, out);
+    return wbem::Serve(manager, options, out);
   } catch (const std::invalid_argument& error) {
     throw UsageError(error.what());
   }

@@ -231,10 +231,41 @@ TEST(Failures, NameClassesThatWereMeant) {
   EXPECT_THAT(Bad(1, {"ai", "system", "--assoc-class", "port"}), HasSubstr("no association class"));
 }
 
+TEST(Commands, TakeADumpThroughAPipe) {
+  const std::string tree = Good({"tree"});
+  const std::string feed = "cat " RECORDED_DUMP " | " OSTREL_PCI " --system-name recorded tree";
+  EXPECT_EQ(OutputOf(feed + " --dump -"), tree);
+  EXPECT_EQ(OutputOf(feed + " --dump /dev/stdin"), tree);
+  EXPECT_EQ(OutputOf("bash -c '" OSTREL_PCI
+                     " --system-name recorded tree --dump <(cat " RECORDED_DUMP ")'"),
+            tree);
+  const Words words = {"tree", "--dump", "-", "--system-name", "recorded"};
+  EXPECT_EQ(RunTool(words, {.in_file = RECORDED_DUMP}).out, tree);
+}
+
+TEST(Failures, TellThatStandardInputIsNoDump) {
+  const auto error = [](const Setting& setting) {
+    const Outcome run = RunTool({"ein", "device", "--dump", "-"}, setting);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.out, "");
+    return run.err;
+  };
+  EXPECT_EQ(error({.closed = {0}}),
+            "ostrel-pci: cannot read standard input: Bad file descriptor\n");
+  EXPECT_EQ(error({.in_file = "/"}), "ostrel-pci: cannot read standard input: Is a directory\n");
+  EXPECT_EQ(error({.in_file = "/dev/zero"}),
+            "ostrel-pci: standard input is no dump: it has more than 256 MiB\n");
+  EXPECT_THAT(error({.in_file = GOLDEN_FOLDER "/guest-switches.tree.golden"}),
+              HasSubstr("error /dev/stdin, line "));
+}
+
 TEST(Failures, TellSourcesThatAreNotThere) {
   const Outcome dump = RunTool({"tree", "--dump", "/nonexistent"});
   EXPECT_EQ(dump.status, 1);
   EXPECT_THAT(dump.err, HasSubstr("there is no dump file \"/nonexistent\""));
+  const Outcome folder = RunTool({"tree", "--dump", "/"});
+  EXPECT_EQ(folder.status, 1);
+  EXPECT_EQ(folder.err, "ostrel-pci: \"/\" is a folder, not a dump file\n");
   const Outcome sysfs = RunTool({"tree", "--sysfs", "/nonexistent"});
   EXPECT_EQ(sysfs.status, 1);
   EXPECT_THAT(sysfs.err, HasSubstr("there is no sysfs folder \"/nonexistent\""));

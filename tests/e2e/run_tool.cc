@@ -73,6 +73,7 @@ void SetEnvironment(const Setting& setting) {
 }
 
 [[noreturn]] void Become(const Words& arguments, const Setting& setting, int out, int err) {
+  if (!setting.in_file.empty()) dup2(open(setting.in_file.c_str(), O_RDONLY), STDIN_FILENO);
   dup2(out, STDOUT_FILENO);
   dup2(err, STDERR_FILENO);
   close_range(STDERR_FILENO + 1, ~0U, 0);

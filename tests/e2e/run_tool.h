@@ -18,6 +18,7 @@ struct Outcome {
 struct Setting {
   // Added to an environment that has a UTF-8 locale and none of the tool's own variables.
   std::map<std::string, std::string> environment = {};
+  std::string in_file = {};      // standard input comes from there instead of from this process's
   std::string out_file = {};     // standard output goes there instead of into Outcome::out
   std::string err_file = {};     // standard error likewise
   std::vector<int> closed = {};  // of descriptors 0 to 2, those that the tool is started without

@@ -266,6 +266,13 @@ TEST(ServeOptions, AHostThatCannotBeReadIsSaidAtOnce) {
   const e2e::Outcome outcome = e2e::RunTool({"--dump", "/nonexistent", "serve", "--port", "0"});
   EXPECT_NE(outcome.status, 0);
   EXPECT_NE(outcome.err, "");
+  const e2e::Outcome unreadable =
+      e2e::RunTool({"serve", "--port", "0"}, {.environment = {{"HOSTCTL_PCI_DUMP", OSTREL_PCI}}});
+  EXPECT_EQ(unreadable.status, 1);
+  EXPECT_EQ(unreadable.out, "");
+  EXPECT_THAT(
+      unreadable.err,
+      testing::EndsWith("ostrel-pci: the host cannot be read: there is nothing to serve\n"));
 }
 
 }  // namespace
