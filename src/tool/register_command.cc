@@ -307,8 +307,8 @@ class TemporaryFolder {
 
 void FillInSystemClass(const std::string& from, const std::string& to, const std::string& name) {
   std::ostringstream read;
-  if (!(read << std::ifstream(from).rdbuf()))
-    throw CommandError(fmt::format("cannot read {}", from));
+  read << std::ifstream(from).rdbuf();
+  if (!read) throw CommandError(fmt::format("cannot read {}", from));
   std::string text = read.str();
   constexpr std::string_view kPlaceholder = broker::schema::kSystemNamePlaceholder;
   for (std::size_t at = 0; (at = text.find(kPlaceholder, at)) != std::string::npos;) {

@@ -317,12 +317,6 @@ TEST(Failures, TellThatThereIsNoOutput) {
   }
 }
 
-TEST(Failures, OfTheSystemAreNotTakenForThoseOfTheOutput) {
-  const Outcome run = RunOnRecord({"serve", "--port", "0"}, {.open_files = 4});
-  EXPECT_EQ(run.status, 1);
-  EXPECT_THAT(run.err, HasSubstr("ostrel-pci: eventfd: Too many open files\n"));
-}
-
 TEST(Failures, EndQuietlyWhenNobodyReads) {
   for (const std::string format : {"table", "json", "xml"}) {
     const Outcome run = RunOnRecord({"ei", "port", "-o", format}, {.reader_gone = true});

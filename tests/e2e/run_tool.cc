@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <pty.h>
 #include <sys/mman.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -76,12 +75,7 @@ void SetEnvironment(const Setting& setting) {
   if (!setting.in_file.empty()) dup2(open(setting.in_file.c_str(), O_RDONLY), STDIN_FILENO);
   dup2(out, STDOUT_FILENO);
   dup2(err, STDERR_FILENO);
-  close_range(STDERR_FILENO + 1, ~0U, 0);
   for (const int descriptor : setting.closed) close(descriptor);
-  if (setting.open_files != 0) {
-    const rlimit limit{setting.open_files, setting.open_files};
-    setrlimit(RLIMIT_NOFILE, &limit);
-  }
   SetEnvironment(setting);
   if (setting.unprivileged && setuid(kNobody) != 0) _exit(126);
   std::vector<char*> argv;

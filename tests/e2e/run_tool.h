@@ -22,7 +22,6 @@ struct Setting {
   std::string out_file = {};     // standard output goes there instead of into Outcome::out
   std::string err_file = {};     // standard error likewise
   std::vector<int> closed = {};  // of descriptors 0 to 2, those that the tool is started without
-  unsigned open_files = 0;       // the most descriptors it may have; 0: as many as this process
   bool reader_gone = false;      // standard output is a pipe that nobody reads
   unsigned terminal = 0;         // standard output is a terminal of so many columns
   bool unprivileged = false;     // as the user nobody; needs root

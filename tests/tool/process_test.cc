@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <syslog.h>
 #include <unistd.h>
 
@@ -11,6 +12,7 @@
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 #include <sstream>
 #include <stdexcept>
 
@@ -152,6 +154,23 @@ TEST_F(Environment, DoesNotChangeTheLocale) {
   EXPECT_NE(testing::internal::GetCapturedStdout(), "");
   unsetenv("LC_ALL");
   EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C");
+}
+
+// A server needs more files than one.
+TEST_F(Environment, FailuresOfTheSystemAreNotTakenForThoseOfTheOutput) {
+  const char* words[] = {"ostrel-pci", "--library", PROVIDER_LIBRARY, "serve", "--port", "0"};
+  testing::internal::CaptureStderr();
+  const int next = dup(STDIN_FILENO);
+  close(next);
+  rlimit before{};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+  const rlimit one_more{static_cast<rlim_t>(next) + 1, before.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &one_more);
+  const int status = Main(std::size(words), words);
+  setrlimit(RLIMIT_NOFILE, &before);
+  EXPECT_EQ(status, 1);
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              HasSubstr("ostrel-pci: eventfd: Too many open files\n"));
 }
 
 // The library of the test has the factories of instance providers and no others.
