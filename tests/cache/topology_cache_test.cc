@@ -123,8 +123,9 @@ TEST(CacheBuildTest, HostsInformationIsKeptNoLongerThanNeeded) {
   const std::vector<fake::Live> live = fake::LiveAtCalls();
   fake::TraceCalls(false);
   ASSERT_EQ(live.size(), calls.size());
-  const auto devices = std::find(calls.begin(), calls.end(), "GetPciDevices()") - calls.begin();
-  ASSERT_GT(live.size(), devices + 1U);
+  const auto asked = std::find(calls.begin(), calls.end(), "GetPciDevices()");
+  const auto devices = static_cast<std::size_t>(asked - calls.begin());
+  ASSERT_GT(live.size(), devices + 1);
   for (std::size_t call = devices; call < live.size(); ++call) {
     EXPECT_EQ(live[call].hardware_infos, 0) << calls[call];
     EXPECT_EQ(live[call].pci_infos, 1) << calls[call];
