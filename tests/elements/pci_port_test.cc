@@ -280,9 +280,10 @@ TEST_F(PciPortTest, SelectionsKeepToThePropertyList) {
   const char* names[] = {"BusNumber", nullptr};
   const std::vector<std::pair<InstanceForm, std::string>> selections = {
       {&ListPorts, "U"}, {&ListBridgePorts, "b10"}, {&ListSwitchPorts, "U"}};
-  for (const auto& [selection, identifier] : selections) {
-    const Answer answer = Inside(DevicePath(identifier), [&](auto& result, const auto& path) {
-      selection(path, static_cast<const char**>(names), result);
+  for (const auto& selection : selections) {
+    const auto source = DevicePath(selection.second);
+    const Answer answer = Inside(source, [&](auto& result, const auto& path) {
+      selection.first(path, static_cast<const char**>(names), result);
     });
     const std::vector<std::string> properties = Properties(answer.Only());
     EXPECT_THAT(properties, Contains(HasSubstr("BusNumber")));
