@@ -13,10 +13,10 @@
 
 namespace ostInt {
 
-// As CMPI answers: no allocation of our own, so that it works when memory is short.
-inline CMPIStatus MakeStatus(CMPIrc rc, const char* message) noexcept {
+// As CMPI answers: no allocation of our own, so that it works when memory is short. Without a
+// broker, which makes it, there is no text.
+inline CMPIStatus MakeStatus(const CMPIBroker* broker, CMPIrc rc, const char* message) noexcept {
   CMPIStatus status{rc, nullptr};
-  const CMPIBroker* broker = CallBroker();
   if (message == nullptr || *message == '\0' || broker == nullptr) return status;
   try {
     status.msg = broker->eft->newString(broker, message, nullptr);
@@ -26,24 +26,25 @@ inline CMPIStatus MakeStatus(CMPIrc rc, const char* message) noexcept {
   return status;
 }
 
-inline CMPIStatus MakeStatus(const CmpiStatus& status) noexcept {
-  return MakeStatus(status.rc(), status.message().c_str());
+inline CMPIStatus MakeStatus(const CMPIBroker* broker, const CmpiStatus& status) noexcept {
+  return MakeStatus(broker, status.rc(), status.message().c_str());
 }
 
-// Runs one operation of a provider with the provider's broker, and turns whatever comes out of it
-// into a CMPI status; without a provider, which has no broker either, into one without text.
+// Runs one operation of a provider, which may be null, with the provider's broker, and turns
+// whatever comes out of it into a CMPI status.
 template <typename Operation>
 CMPIStatus Drive(const CmpiBaseMI* provider, Operation operation) noexcept {
   const CancellationHold hold;
-  const BrokerScope scope(provider == nullptr ? nullptr : provider->broker().raw());
+  const CMPIBroker* broker = provider == nullptr ? nullptr : provider->broker().raw();
   try {
-    return MakeStatus(operation());
+    const BrokerScope scope(broker);
+    return MakeStatus(broker, operation());
   } catch (const CmpiStatus& status) {
-    return MakeStatus(status);
+    return MakeStatus(broker, status);
   } catch (const std::exception& error) {
-    return MakeStatus(CMPI_RC_ERR_FAILED, error.what());
+    return MakeStatus(broker, CMPI_RC_ERR_FAILED, error.what());
   } catch (...) {
-    return MakeStatus(CMPI_RC_ERR_FAILED, "unknown exception in the provider");
+    return MakeStatus(broker, CMPI_RC_ERR_FAILED, "unknown exception in the provider");
   }
 }
 
