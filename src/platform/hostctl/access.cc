@@ -24,7 +24,7 @@ struct Trap {
 };
 
 // libpci's hooks get no argument of ours: the running call is found by its thread.
-thread_local Trap* current_trap = nullptr;
+[[gnu::tls_model("initial-exec")]] thread_local Trap* current_trap = nullptr;
 
 PCI_NONRET PCI_PRINTF(1, 2) void OnError(char* format, ...) {
   std::va_list arguments;

@@ -1,39 +1,6 @@
 #include "platform/ostint/cmpi_broker.h"
 
-#include <new>
-
 namespace ostInt {
-
-pthread_key_t call_broker_key;
-
-namespace {
-
-class KeyOfCallBroker {
- public:
-  KeyOfCallBroker() : made_(pthread_key_create(&call_broker_key, nullptr) == 0) {}
-  ~KeyOfCallBroker() {
-    if (made_) pthread_key_delete(call_broker_key);
-  }
-  KeyOfCallBroker(const KeyOfCallBroker&) = delete;
-  KeyOfCallBroker& operator=(const KeyOfCallBroker&) = delete;
-
-  bool made() const { return made_; }
-
- private:
-  const bool made_;
-};
-
-const KeyOfCallBroker key_of_call_broker;
-
-}  // namespace
-
-BrokerScope::BrokerScope(const CMPIBroker* broker) : outer_(nullptr) {
-  if (!key_of_call_broker.made()) throw std::bad_alloc();
-  outer_ = CallBroker();
-  if (pthread_setspecific(call_broker_key, broker) != 0) throw std::bad_alloc();
-}
-
-BrokerScope::~BrokerScope() { (void)pthread_setspecific(call_broker_key, outer_); }
 
 CmpiData CmpiEnumeration::getNext() {
   CMPIStatus status{CMPI_RC_OK, nullptr};

@@ -8,7 +8,7 @@
 #ifndef PLATFORM_OSTINT_CMPI_BROKER_H_
 #define PLATFORM_OSTINT_CMPI_BROKER_H_
 
-#include <pthread.h>
+#include <utility>
 
 #include "platform/cmpi/cmpi.h"
 #include "platform/ostint/cmpi_data.h"
@@ -70,24 +70,19 @@ class CmpiBroker {
   const CMPIBroker* broker_;
 };
 
-// Made when the library is loaded, and gone when it is unloaded. A key and no thread_local
-// variable: the leak sanitizer cannot look through a thread's variables once their library is gone.
-extern pthread_key_t call_broker_key;
-
 // The broker of the call that this thread is in, or null outside of calls. Value classes make their
 // objects with it, because their constructors take none. It is always the calling provider's own:
 // some object managers give every provider a broker, and take it away with the provider.
-inline const CMPIBroker* CallBroker() {
-  return static_cast<const CMPIBroker*>(pthread_getspecific(call_broker_key));
-}
+[[gnu::tls_model("initial-exec")]] inline constinit thread_local const CMPIBroker* call_broker =
+    nullptr;
+inline const CMPIBroker* CallBroker() { return call_broker; }
 
 // Makes a broker that of this thread's call for as long as the scope lives. Scopes nest: an object
-// manager may answer a provider's up-call by calling another provider on the same thread. Throws
-// std::bad_alloc where the C library has no room for one more value of a thread.
+// manager may answer a provider's up-call by calling another provider on the same thread.
 class BrokerScope {
  public:
-  explicit BrokerScope(const CMPIBroker* broker);
-  ~BrokerScope();
+  explicit BrokerScope(const CMPIBroker* broker) : outer_(std::exchange(call_broker, broker)) {}
+  ~BrokerScope() { call_broker = outer_; }
   BrokerScope(const BrokerScope&) = delete;
   BrokerScope& operator=(const BrokerScope&) = delete;
 

@@ -36,8 +36,8 @@ template <typename Operation>
 CMPIStatus Drive(const CmpiBaseMI* provider, Operation operation) noexcept {
   const CancellationHold hold;
   const CMPIBroker* broker = provider == nullptr ? nullptr : provider->broker().raw();
+  const BrokerScope scope(broker);
   try {
-    const BrokerScope scope(broker);
     return MakeStatus(broker, operation());
   } catch (const CmpiStatus& status) {
     return MakeStatus(broker, status);
