@@ -57,7 +57,7 @@ include_directories(${PROJECT_SOURCE_DIR}/src)
 
 # ostrel_test(NAME SOURCES... [LIBS ...] [LABELS ...]): one GoogleTest program, its cases known to
 # CTest. Every test links the fake host control library, so that whatever it loads meets that one;
-# only the tests of the real library and of the installed tool do not. `thread_tests` builds those
+# only the tests of the real library and of the whole tool do not. `thread_tests` builds those
 # labelled "threads", all that the thread sanitizer runs.
 add_custom_target(thread_tests)
 function(ostrel_test name)

@@ -118,7 +118,7 @@ const PortEntry& FindConnectedPort(const std::string& name) {
 }
 
 const PortEntry& FindConnectedPort(const std::string& name, std::size_t& place) {
-  return ConnectedPort(HostFacts(std::as_const(ProcessCache().names).Find(name, place), name));
+  return ConnectedPort(HostFacts(ProcessCache().names.Find(name, place), name));
 }
 
 const PortEntry& FindHostedPort(const std::string& name) {

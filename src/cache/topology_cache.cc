@@ -26,23 +26,18 @@ using HostKinds = std::vector<HostKind>;
 // Administrators raise the progress lines of the build by creating this file.
 int ProgressPriority() { return access("/tmp/dump_pci", R_OK) == 0 ? LOG_CRIT : LOG_DEBUG; }
 
-// Makes `position` the fact unless one is known; answers whether none was.
-bool LearnFirst(std::uint32_t& fact, std::size_t position) {
-  if (fact != NameFacts::kUnknown) return false;
-  fact = static_cast<std::uint32_t>(position);
-  return true;
-}
-
 HostKinds IndexDevices(TopologyCache& cache, int progress) {
   HostKinds kinds(cache.devices.size(), HostKind::kNone);
   cache.names.Reserve(cache.devices.size());
   for (std::size_t position = 0; position < cache.devices.size(); ++position) {
     const PciDevice* device = cache.devices[position].get();
     const std::string name = device->GetName();
-    if (!LearnFirst(cache.names[name].device, position)) {
+    NameFacts& facts = cache.names[name];
+    if (facts.device != NameFacts::kUnknown) {
       syslog(LOG_ERR, "duplicate name found '%s' skipped", name.c_str());
       continue;
     }
+    facts.device = static_cast<std::uint32_t>(position);
     if (IsBridge(device)) {
       kinds[position] = HostKind::kBridge;
       syslog(progress, " *** Bridge: %s", name.c_str());

@@ -68,7 +68,8 @@ constexpr const char* kTreeExamples = R"(Examples:
   ostrel-pci tree -o dot | dot -Tsvg > host.svg)";
 
 constexpr const char* kRegisterExamples =
-    R"(Calls the object manager's own tools; "ostrel-pci unregister" takes back what "register" did.
+    R"(Calls the object manager's own tools; "ostrel-pci unregister" takes back what "register" did,
+but for the classes that OpenPegasus keeps.
 With --dry-run the steps are printed and none is carried out.
 Examples:
   ostrel-pci register --for sfcb --dry-run

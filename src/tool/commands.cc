@@ -235,7 +235,7 @@ bool HasDevices(Session& session) {
   return !found.paths.empty();
 }
 
-int Serve(const Arguments& arguments, Session& session, std::ostream& out) {
+void Serve(const Arguments& arguments, Session& session, std::ostream& out) {
   wbem::ServerOptions options;
   options.address = arguments.address;
   options.port = arguments.port;
@@ -244,7 +244,7 @@ int Serve(const Arguments& arguments, Session& session, std::ostream& out) {
     throw CommandError("the host cannot be read: there is nothing to serve");
   }
   try {
-    return wbem::Serve(manager, options, out);
+    wbem::Serve(manager, options, out);
   } catch (const std::invalid_argument& error) {
     throw UsageError(error.what());
   }
@@ -258,7 +258,10 @@ int Run(const Arguments& arguments, std::ostream& out) {
   }
   SelectHost(arguments.source);
   Session session({arguments.library, SystemName(), arguments.verbose});
-  if (arguments.command == Command::kServe) return Serve(arguments, session, out);
+  if (arguments.command == Command::kServe) {
+    Serve(arguments, session, out);
+    return kExitOk;
+  }
   if (arguments.command == Command::kTree) {
     Tree(arguments, session, out);
   } else {

@@ -34,7 +34,7 @@ class BlockedSignals {
 
 }  // namespace
 
-int Serve(broker::ObjectManager& manager, const ServerOptions& options, std::ostream& out) {
+void Serve(broker::ObjectManager& manager, const ServerOptions& options, std::ostream& out) {
   const BlockedSignals signals;
   Server server(manager, options);
   server.Start();
@@ -43,7 +43,6 @@ int Serve(broker::ObjectManager& manager, const ServerOptions& options, std::ost
     if (!server.is_running()) throw std::runtime_error("the server takes no more connections");
   }
   server.Stop();
-  return 0;
 }
 
 }  // namespace wbem

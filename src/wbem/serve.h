@@ -14,8 +14,8 @@
 namespace wbem {
 
 // Serves until SIGTERM or SIGINT, after saying "listening on http://127.0.0.1:PORT" on `out`.
-// Returns 0. Throws as Server does, and std::runtime_error where the server ceased by itself.
-int Serve(broker::ObjectManager& manager, const ServerOptions& options, std::ostream& out);
+// Throws as Server does, and std::runtime_error where the server ceased by itself.
+void Serve(broker::ObjectManager& manager, const ServerOptions& options, std::ostream& out);
 
 }  // namespace wbem
 
