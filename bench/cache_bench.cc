@@ -30,7 +30,7 @@ namespace {
 // CPU seconds of one build; taking it down again does not count.
 double BuildCacheOnce() {
   const double seconds = bench::SecondsOf(LoadCache);
-  ProcessCache() = TopologyCache{};
+  ProcessCache().Reset();
   return seconds;
 }
 

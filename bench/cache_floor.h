@@ -15,8 +15,8 @@
 #include <string>
 #include <vector>
 
+#include "bench/name_table.h"
 #include "cache/hostctl.h"
-#include "cache/known_names.h"
 
 namespace bench {
 
@@ -34,7 +34,7 @@ struct CacheFloor {
   std::string system_name;
   std::vector<std::unique_ptr<HostCtl::Hardware::PciDevice>> devices;
   std::vector<Port> ports;
-  KnownNames names;  // of devices and ports
+  NameTable names;  // of devices and ports
   std::set<std::string> port_names;
 
   void Build();

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -25,6 +27,10 @@ constexpr int kCannotRun = 127;
   _exit(kCannotRun);
 }
 
+std::chrono::microseconds TimeOf(const timeval& time) {
+  return std::chrono::seconds(time.tv_sec) + std::chrono::microseconds(time.tv_usec);
+}
+
 }  // namespace
 
 ChildProcess::ChildProcess(std::vector<std::string> words, int output)
@@ -41,9 +47,10 @@ ChildProcess::~ChildProcess() {
 
 void ChildProcess::Terminate() const { kill(process_, SIGTERM); }
 
-void ChildProcess::Wait() {
+std::chrono::microseconds ChildProcess::Wait() {
   int status = 0;
-  while (waitpid(process_, &status, 0) < 0) {
+  rusage usage;
+  while (wait4(process_, &status, 0, &usage) < 0) {
     if (errno != EINTR) throw std::system_error(errno, std::generic_category(), name_);
   }
   process_ = -1;
@@ -56,6 +63,7 @@ void ChildProcess::Wait() {
   if (WEXITSTATUS(status) != 0) {
     throw std::runtime_error(fmt::format("{}: exit status {}", name_, WEXITSTATUS(status)));
   }
+  return TimeOf(usage.ru_utime) + TimeOf(usage.ru_stime);
 }
 
 }  // namespace bench

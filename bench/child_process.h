@@ -7,6 +7,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -25,8 +26,9 @@ class ChildProcess {
 
   // Asks it to end.
   void Terminate() const;
-  // Waits for its end; throws std::runtime_error unless it ends well.
-  void Wait();
+  // Waits for its end and gives the CPU time that it took, its own and the kernel's. Throws
+  // std::runtime_error unless it ends well.
+  std::chrono::microseconds Wait();
 
  private:
   std::string name_;

@@ -40,6 +40,10 @@ struct Behaviour {
 };
 
 Behaviour Observe(bench::Stack& stack, Listing listing, const char* class_name) {
+  // With the first instance of all the library finds out whether the object manager copies its
+  // keys.
+  bench::CountingSink unobserved;
+  bench::List(stack.manager, listing, class_name, unobserved);
   Behaviour behaviour;
   const bench::CmpiCalls calls;
   bench::List(stack.manager, listing, class_name, behaviour.returned);

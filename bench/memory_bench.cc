@@ -1,20 +1,19 @@
 // What the topology cache holds, and what an enumeration of a large host takes on top of it.
 //
 // Benchmarks, one run each:
-//   CacheMemory/<functions>                              1,000, 8,000 and 64,000
-//   EnumerationMemory/<Instances|Names>/<class>/64000    all ten classes, through the object
-//   manager
-// Counters:
-//   bytes_per_function         heap that the cache holds, the host's own device objects left out
-//   device_bytes_per_function  heap that those hold
-//   build_peak_bytes_per_function   the most heap at once while the cache was built, devices
-//   included peak_bytes                 the most heap at once while the class was enumerated, above
-//   what the
-//                              library and the object manager held before (the cache among it)
-//   peak_resident_bytes        growth of the process's peak resident memory (VmHWM) over the same
-//                              time, above what was resident before; absent where the kernel does
-//                              not let a process reset its peak
-//   returned                   elements
+//   CacheMemory/<functions>                            1,000, 8,000 and 64,000
+//   EnumerationMemory/<Instances|Names>/<class>/64000  all ten classes, by the object manager
+// Counters of CacheMemory:
+//   bytes_per_function             heap that the cache holds, the host's device objects left out
+//   device_bytes_per_function      heap that those hold
+//   build_peak_bytes_per_function  the most heap at once in the build, devices included
+// and of EnumerationMemory:
+//   peak_bytes           the most heap at once while the class was enumerated, above what the
+//                        library and the object manager held before (the cache among it)
+//   peak_resident_bytes  growth of the process's peak resident memory (VmHWM) over the same time,
+//                        above what was resident before; absent where the kernel does not let a
+//                        process reset its peak
+//   returned             elements
 // Heap is what malloc set aside for the calling thread (see heap_count.h).
 
 #include <benchmark/benchmark.h>
@@ -54,7 +53,7 @@ void CacheMemory(benchmark::State& state) {
     state.counters["bytes_per_function"] = (held - of_devices) / functions;
     state.counters["device_bytes_per_function"] = of_devices / functions;
     state.counters["build_peak_bytes_per_function"] = static_cast<double>(watch.peak()) / functions;
-    ProcessCache() = TopologyCache{};
+    ProcessCache().Reset();
   }
 }
 BENCHMARK(CacheMemory)

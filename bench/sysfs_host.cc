@@ -124,6 +124,10 @@ void WriteFunction(const fs::path& folder, const SysfsFunction& function) {
   WriteFile(folder / "revision", "0x01\n");
   WriteFile(folder / "subsystem_vendor", fmt::format("0x{:04x}\n", subsystem_vendor));
   WriteFile(folder / "subsystem_device", fmt::format("0x{:04x}\n", subsystem));
+  WriteFile(folder / "modalias",
+            fmt::format("pci:v{:08X}d{:08X}sv{:08X}sd{:08X}bc{:02X}sc{:02X}i{:02X}\n", model.vendor,
+                        model.device, subsystem_vendor, subsystem, model.class_code >> 16,
+                        model.class_code >> 8 & 0xff, model.class_code & 0xff));
   WriteFile(folder / "irq", "0\n");
   WriteFile(folder / "numa_node", "-1\n");
   WriteFile(folder / "resource", Resources(model));

@@ -57,9 +57,20 @@ include_directories(${PROJECT_SOURCE_DIR}/src)
 
 # ostrel_test(NAME SOURCES... [LIBS ...] [LABELS ...]): one GoogleTest program, its cases known to
 # CTest. Every test links the fake host control library, so that whatever it loads meets that one;
-# only the tests of the real library and of the whole tool do not. `thread_tests` builds those
-# labelled "threads", all that the thread sanitizer runs.
+# only the tests of the real library, of what it reads hosts with and of the whole tool do not. Each case
+# carries its room, the folder below tests, as a label. `thread_tests` builds those labelled "threads" as
+# well, all that the thread sanitizer runs.
 add_custom_target(thread_tests)
+
+# One label of room and labels, because lists do not get through to CTest: "cache" or "cache,threads". It
+# matches by parts.
+function(ostrel_labels result)
+  cmake_path(GET CMAKE_CURRENT_SOURCE_DIR FILENAME room)
+  list(JOIN ARGN "," labels)
+  string(JOIN "," labels ${room} ${labels})
+  set(${result} ${labels} PARENT_SCOPE)
+endfunction()
+
 function(ostrel_test name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;LABELS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
@@ -68,21 +79,29 @@ function(ostrel_test name)
   target_compile_options(${name} PRIVATE -O0)
   target_precompile_headers(${name} REUSE_FROM test_headers)
   target_link_libraries(${name} PRIVATE ${ARG_LIBS})
-  if(NOT CMAKE_CURRENT_SOURCE_DIR MATCHES "/tests/(hostctl|e2e)$")
+  if(NOT CMAKE_CURRENT_SOURCE_DIR MATCHES "/tests/(hostctl|pci|e2e)$")
     target_link_libraries(${name} PRIVATE test_support fake_hostctl)
   endif()
   target_link_libraries(${name} PRIVATE GTest::gmock_main)
   if("threads" IN_LIST ARG_LABELS)
     add_dependencies(thread_tests ${name})
   endif()
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300 LABELS "${ARG_LABELS}")
+  ostrel_labels(labels ${ARG_LABELS})
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300 LABELS "${labels}")
 endfunction()
 
-# ostrel_test_on_cmpi_1_0(NAME): runs the program once more as a whole, on an object manager of CMPI
-# 1.0 (see tests/support/object_manager_kind.h).
-function(ostrel_test_on_cmpi_1_0 name)
-  add_test(NAME ${name}_on_cmpi_1_0 COMMAND ${name} --gtest_brief=1)
-  # The cost lets it start first, beside the many that are short.
-  set_tests_properties(${name}_on_cmpi_1_0 PROPERTIES ENVIRONMENT OSTREL_TEST_CMPI_1_0=1
-                       TIMEOUT 600 COST 100)
+# ostrel_test_on_object_managers(NAME [FILTER ...] [LABELS ...]): runs the program once more as a whole on
+# each of the imitated object managers (see tests/support/object_manager_kind.h). FILTER: of GoogleTest.
+function(ostrel_test_on_object_managers name)
+  cmake_parse_arguments(ARG "" "FILTER" "LABELS" ${ARGN})
+  ostrel_labels(labels ${ARG_LABELS})
+  foreach(kind cmpi_1_0 sfcb openpegasus)
+    add_test(NAME ${name}_on_${kind} COMMAND ${name} --gtest_brief=1)
+    # The cost lets it start first, beside the many that are short.
+    set_tests_properties(${name}_on_${kind} PROPERTIES TIMEOUT 600 COST 100 LABELS "${labels}")
+    set_property(TEST ${name}_on_${kind} PROPERTY ENVIRONMENT OSTREL_TEST_OBJECT_MANAGER=${kind})
+    if(ARG_FILTER)
+      set_property(TEST ${name}_on_${kind} APPEND PROPERTY ENVIRONMENT GTEST_FILTER=${ARG_FILTER})
+    endif()
+  endforeach()
 endfunction()

@@ -2,6 +2,7 @@
 
 #include <syslog.h>
 
+#include <set>
 #include <string>
 
 #include "associations/source_dispatch.h"
@@ -14,6 +15,7 @@
 #include "frame/header_constants.h"
 #include "frame/object_paths.h"
 #include "frame/registration.h"
+#include "platform/ostint/cmpi_base_mi.h"
 #include "platform/ostint/cmpi_data.h"
 
 using ostInt::CmpiContext;
@@ -21,8 +23,6 @@ using ostInt::CmpiInstance;
 using ostInt::CmpiObjectPath;
 using ostInt::CmpiResult;
 using ostInt::CmpiStatus;
-
-OSTREL_REGISTER_ASSOCIATION_PROVIDER(PCIControlledBy);
 
 namespace {
 
@@ -261,95 +261,102 @@ CmpiStatus GetInstance(const CmpiContext& /*context*/, CmpiResult& result,
   return CMPI_RC_OK;
 }
 
-PCIControlledBy::PCIControlledBy(const ostInt::CmpiBroker& broker, const CmpiContext& context)
-    : CmpiBaseMI(broker, context),
-      CmpiInstanceMI(broker, context),
-      CmpiAssociationMI(broker, context) {
-  LoadCache();
-}
+class PCIControlledBy : virtual public ostInt::CmpiInstanceMI,
+                        virtual public ostInt::CmpiAssociationMI {
+ public:
+  PCIControlledBy(const ostInt::CmpiBroker& broker, const CmpiContext& context)
+      : CmpiBaseMI(broker, context),
+        CmpiInstanceMI(broker, context),
+        CmpiAssociationMI(broker, context) {
+    LoadCache();
+  }
 
-CmpiStatus PCIControlledBy::enumInstanceNames(const CmpiContext& /*context*/, CmpiResult& result,
-                                              const CmpiObjectPath& /*path*/) {
-  ForEachRecord(PathEmitter(result));
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus enumInstanceNames(const CmpiContext& /*context*/, CmpiResult& result,
+                               const CmpiObjectPath& /*path*/) override {
+    ForEachRecord(PathEmitter(result));
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
 
-CmpiStatus PCIControlledBy::enumInstances(const CmpiContext& /*context*/, CmpiResult& result,
-                                          const CmpiObjectPath& /*path*/, const char** properties) {
-  ForEachRecord(InstanceEmitter(result, properties));
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus enumInstances(const CmpiContext& /*context*/, CmpiResult& result,
+                           const CmpiObjectPath& /*path*/, const char** properties) override {
+    ForEachRecord(InstanceEmitter(result, properties));
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
 
-CmpiStatus PCIControlledBy::getInstance(const CmpiContext& context, CmpiResult& result,
-                                        const CmpiObjectPath& path, const char** properties) {
-  return GetInstance(context, result, path, properties);
-}
+  CmpiStatus getInstance(const CmpiContext& context, CmpiResult& result, const CmpiObjectPath& path,
+                         const char** properties) override {
+    return GetInstance(context, result, path, properties);
+  }
 
-// From a device, associators returns all its ports through the port provider, associatorNames the
-// recorded port and its peer: intended.
+  // From a device, associators returns all its ports through the port provider, associatorNames the
+  // recorded port and its peer: intended.
 
-CmpiStatus PCIControlledBy::associators(const CmpiContext& /*context*/, CmpiResult& result,
-                                        const CmpiObjectPath& path, const char* /*assocClass*/,
-                                        const char* /*resultClass*/, const char* /*role*/,
-                                        const char* /*resultRole*/, const char** properties) {
-  AnswerSource(
-      path, "PCIControlledBy ai ignoring",
-      [&](const ControlledByRecord& record) {
-        result.returnData(MakeController(record.entry->device, ControllerOf(record), properties));
-      },
-      [&](const ControlledByRecord& record) {
-        SeenBridges seen;
-        MakePortsForDevice(record.entry->device, result, seen, properties);
-      },
-      SourceRule{kBridgeClass, [&] { ListBridgePorts(path, properties, result); }},
-      SourceRule{kSwitchClass, [&] { ListSwitchPorts(path, properties, result); }},
-      SourceRule{kDeviceClass, [&] { ListPorts(path, properties, result); }},
-      SourceRule{kPortClass, [&] { ListControllers(path, properties, result); }});
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus associators(const CmpiContext& /*context*/, CmpiResult& result,
+                         const CmpiObjectPath& path, const char* /*assocClass*/,
+                         const char* /*resultClass*/, const char* /*role*/,
+                         const char* /*resultRole*/, const char** properties) override {
+    AnswerSource(
+        path, "PCIControlledBy ai ignoring",
+        [&](const ControlledByRecord& record) {
+          result.returnData(MakeController(record.entry->device, ControllerOf(record), properties));
+        },
+        [&](const ControlledByRecord& record) {
+          std::set<std::string> seen;
+          MakePortsForDevice(record.entry->device, result, seen, properties);
+        },
+        SourceRule{kBridgeClass, [&] { ListBridgePorts(path, properties, result); }},
+        SourceRule{kSwitchClass, [&] { ListSwitchPorts(path, properties, result); }},
+        SourceRule{kDeviceClass, [&] { ListPorts(path, properties, result); }},
+        SourceRule{kPortClass, [&] { ListControllers(path, properties, result); }});
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
 
-CmpiStatus PCIControlledBy::associatorNames(const CmpiContext& /*context*/, CmpiResult& result,
-                                            const CmpiObjectPath& path, const char* /*assocClass*/,
-                                            const char* /*resultClass*/, const char* /*role*/,
-                                            const char* /*resultRole*/) {
-  AnswerSource(
-      path, "PCIControlledBy ai ignoring",
-      [&](const ControlledByRecord& record) { result.returnData(ControllerOf(record)); },
-      [&](const ControlledByRecord& record) {
-        ForPortAndPeer(*record.entry, [&](const CmpiObjectPath& port) { result.returnData(port); });
-      },
-      SourceRule{kBridgeClass, [&] { ListBridgePortsRef(path, result); }},
-      SourceRule{kSwitchClass, [&] { ListSwitchPortsRef(path, result); }},
-      SourceRule{kDeviceClass, [&] { ListPortsRef(path, result); }},
-      SourceRule{kPortClass, [&] { ListControllersRef(path, result); }});
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus associatorNames(const CmpiContext& /*context*/, CmpiResult& result,
+                             const CmpiObjectPath& path, const char* /*assocClass*/,
+                             const char* /*resultClass*/, const char* /*role*/,
+                             const char* /*resultRole*/) override {
+    AnswerSource(
+        path, "PCIControlledBy ai ignoring",
+        [&](const ControlledByRecord& record) { result.returnData(ControllerOf(record)); },
+        [&](const ControlledByRecord& record) {
+          ForPortAndPeer(*record.entry,
+                         [&](const CmpiObjectPath& port) { result.returnData(port); });
+        },
+        SourceRule{kBridgeClass, [&] { ListBridgePortsRef(path, result); }},
+        SourceRule{kSwitchClass, [&] { ListSwitchPortsRef(path, result); }},
+        SourceRule{kDeviceClass, [&] { ListPortsRef(path, result); }},
+        SourceRule{kPortClass, [&] { ListControllersRef(path, result); }});
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
 
-CmpiStatus PCIControlledBy::references(const CmpiContext& /*context*/, CmpiResult& result,
-                                       const CmpiObjectPath& path, const char* /*resultClass*/,
-                                       const char* /*role*/, const char** properties) {
-  AnswerReferences(
-      path, InstanceEmitter(result, properties),
-      SourceRule{kBridgeClass, [&] { GetCBInstancesByBridge(result, path, properties); }},
-      SourceRule{kSwitchClass, [&] { GetCBInstancesBySwitch(result, path, properties); }},
-      SourceRule{kDeviceClass, [&] { GetCBInstanceByDevice(result, path, properties); }},
-      SourceRule{kPortClass, [&] { GetCBInstanceByPort(result, path, properties); }});
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus references(const CmpiContext& /*context*/, CmpiResult& result,
+                        const CmpiObjectPath& path, const char* /*resultClass*/,
+                        const char* /*role*/, const char** properties) override {
+    AnswerReferences(
+        path, InstanceEmitter(result, properties),
+        SourceRule{kBridgeClass, [&] { GetCBInstancesByBridge(result, path, properties); }},
+        SourceRule{kSwitchClass, [&] { GetCBInstancesBySwitch(result, path, properties); }},
+        SourceRule{kDeviceClass, [&] { GetCBInstanceByDevice(result, path, properties); }},
+        SourceRule{kPortClass, [&] { GetCBInstanceByPort(result, path, properties); }});
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
 
-CmpiStatus PCIControlledBy::referenceNames(const CmpiContext& /*context*/, CmpiResult& result,
-                                           const CmpiObjectPath& path, const char* /*resultClass*/,
-                                           const char* /*role*/) {
-  AnswerReferences(path, PathEmitter(result),
-                   SourceRule{kBridgeClass, [&] { GetCBInstancesByBridgeRef(result, path); }},
-                   SourceRule{kSwitchClass, [&] { GetCBInstancesBySwitchRef(result, path); }},
-                   SourceRule{kDeviceClass, [&] { GetCBInstanceByDeviceRef(result, path); }},
-                   SourceRule{kPortClass, [&] { GetCBInstanceByPortRef(result, path); }});
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus referenceNames(const CmpiContext& /*context*/, CmpiResult& result,
+                            const CmpiObjectPath& path, const char* /*resultClass*/,
+                            const char* /*role*/) override {
+    AnswerReferences(path, PathEmitter(result),
+                     SourceRule{kBridgeClass, [&] { GetCBInstancesByBridgeRef(result, path); }},
+                     SourceRule{kSwitchClass, [&] { GetCBInstancesBySwitchRef(result, path); }},
+                     SourceRule{kDeviceClass, [&] { GetCBInstanceByDeviceRef(result, path); }},
+                     SourceRule{kPortClass, [&] { GetCBInstanceByPortRef(result, path); }});
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
+};
+
+OSTREL_REGISTER_ASSOCIATION_PROVIDER(PCIControlledBy);

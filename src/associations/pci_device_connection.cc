@@ -2,8 +2,8 @@
 
 #include <syslog.h>
 
-#include <cstddef>
 #include <optional>
+#include <set>
 #include <string>
 
 #include "associations/source_dispatch.h"
@@ -13,6 +13,7 @@
 #include "elements/pci_port.h"
 #include "frame/object_paths.h"
 #include "frame/registration.h"
+#include "platform/ostint/cmpi_base_mi.h"
 #include "platform/ostint/cmpi_data.h"
 
 using ostInt::CmpiContext;
@@ -20,8 +21,6 @@ using ostInt::CmpiInstance;
 using ostInt::CmpiObjectPath;
 using ostInt::CmpiResult;
 using ostInt::CmpiStatus;
-
-OSTREL_REGISTER_ASSOCIATION_PROVIDER(PCIDeviceConnection);
 
 namespace {
 
@@ -53,15 +52,15 @@ auto PathEmitter(CmpiResult& result) {
 // (intended).
 template <typename Emit>
 void ForEachConnection(Emit emit) {
-  std::size_t parent_place = 0;
-  std::size_t device_place = 0;
   for (const auto& device : GetDevicesCache()) {
     const std::string parent_name = ParentIdentifier(device.get());
-    if (parent_name.empty() || !IsPortName(parent_name, parent_place)) continue;
-    const PortEntry& connected = FindConnectedPort(device->GetName(), device_place);
+    if (parent_name.empty()) continue;
+    const PortEntry& parent = LookupPortEntry(parent_name);
+    if (parent.device == nullptr) continue;
+    const PortEntry& connected = FindConnectedPort(device->GetName());
     if (connected.device == nullptr) continue;
     const ostInt::CmpiElementScope scope;
-    emit(Connect(parent_name, connected));
+    emit(Connect(parent.portName, connected));
   }
 }
 
@@ -131,7 +130,7 @@ CmpiInstance MakePCIDeviceConnection(const CmpiObjectPath& antecedent,
 
 CmpiStatus GetRelatedPort(CmpiResult& result, const CmpiObjectPath& port, const char** properties) {
   return ForRelatedPort(result, port, [&](const PortEntry& connected) {
-    SeenBridges seen;
+    std::set<std::string> seen;
     MakePortsForDevice(connected.device, result, seen, properties);
   });
 }
@@ -151,97 +150,99 @@ CmpiStatus GetDevConnByPortRef(CmpiResult& result, const CmpiObjectPath& port) {
   return ForConnectionOf(result, port, PathEmitter(result));
 }
 
-PCIDeviceConnection::PCIDeviceConnection(const ostInt::CmpiBroker& broker,
-                                         const CmpiContext& context)
-    : CmpiBaseMI(broker, context),
-      CmpiInstanceMI(broker, context),
-      CmpiAssociationMI(broker, context) {
-  LoadCache();
-}
-
-CmpiStatus PCIDeviceConnection::enumInstanceNames(const CmpiContext& /*context*/,
-                                                  CmpiResult& result,
-                                                  const CmpiObjectPath& /*path*/) {
-  ForEachConnection(PathEmitter(result));
-  result.returnDone();
-  return CMPI_RC_OK;
-}
-
-CmpiStatus PCIDeviceConnection::enumInstances(const CmpiContext& /*context*/, CmpiResult& result,
-                                              const CmpiObjectPath& /*path*/,
-                                              const char** properties) {
-  ForEachConnection(InstanceEmitter(result, properties));
-  result.returnDone();
-  return CMPI_RC_OK;
-}
-
-CmpiStatus PCIDeviceConnection::getInstance(const CmpiContext& /*context*/, CmpiResult& result,
-                                            const CmpiObjectPath& path, const char** properties) {
-  syslog(LOG_DEBUG, "PCIDeviceConnection gi using item '%s'", path.toString().charPtr());
-  const std::string dependent = DeviceIdOf(KeyRef(path, "Dependent"));
-  const PortEntry& entry = LookupPortEntry(dependent);
-  if (entry.portName.empty()) {
-    return NotFound("PCIDeviceConnection gi: lookup item '%s' not found", dependent);
+class PCIDeviceConnection : virtual public ostInt::CmpiInstanceMI,
+                            virtual public ostInt::CmpiAssociationMI {
+ public:
+  PCIDeviceConnection(const ostInt::CmpiBroker& broker, const CmpiContext& context)
+      : CmpiBaseMI(broker, context),
+        CmpiInstanceMI(broker, context),
+        CmpiAssociationMI(broker, context) {
+    LoadCache();
   }
-  const std::string parent_name = BuildPortFromDevice(entry.parentName);
-  if (parent_name.empty()) return NotFound("PCIDeviceConnection gi item %s not found", dependent);
-  if (!GetPortNames().contains(parent_name)) {
-    return NotFound("PCIDeviceConnection gi no portNames, found using '%s'", parent_name);
+
+  CmpiStatus enumInstanceNames(const CmpiContext& /*context*/, CmpiResult& result,
+                               const CmpiObjectPath& /*path*/) override {
+    ForEachConnection(PathEmitter(result));
+    result.returnDone();
+    return CMPI_RC_OK;
   }
-  const PortEntry& parent = LookupPortEntry(parent_name);
-  if (parent.device == nullptr) {
-    return NotFound("PCIDeviceConnection gi FAILED LookupPortEntry(parentID) = %s", parent_name);
+
+  CmpiStatus enumInstances(const CmpiContext& /*context*/, CmpiResult& result,
+                           const CmpiObjectPath& /*path*/, const char** properties) override {
+    ForEachConnection(InstanceEmitter(result, properties));
+    result.returnDone();
+    return CMPI_RC_OK;
   }
-  const std::string antecedent = DeviceIdOf(KeyRef(path, "Antecedent"));
-  const PortEntry& other = LookupPortEntry(antecedent);
-  if (other.device == nullptr) {
-    // The text names a search that is not made here; log readers know it so.
-    return NotFound("PCIDeviceConnection gi FAILED FindConnectedPort(%s)", antecedent);
+
+  CmpiStatus getInstance(const CmpiContext& /*context*/, CmpiResult& result,
+                         const CmpiObjectPath& path, const char** properties) override {
+    syslog(LOG_DEBUG, "PCIDeviceConnection gi using item '%s'", path.toString().charPtr());
+    const std::string dependent = DeviceIdOf(KeyRef(path, "Dependent"));
+    const PortEntry& entry = LookupPortEntry(dependent);
+    if (entry.portName.empty()) {
+      return NotFound("PCIDeviceConnection gi: lookup item '%s' not found", dependent);
+    }
+    const std::string parent_name = BuildPortFromDevice(entry.parentName);
+    if (parent_name.empty()) return NotFound("PCIDeviceConnection gi item %s not found", dependent);
+    if (!GetPortNames().contains(parent_name)) {
+      return NotFound("PCIDeviceConnection gi no portNames, found using '%s'", parent_name);
+    }
+    const PortEntry& parent = LookupPortEntry(parent_name);
+    if (parent.device == nullptr) {
+      return NotFound("PCIDeviceConnection gi FAILED LookupPortEntry(parentID) = %s", parent_name);
+    }
+    const std::string antecedent = DeviceIdOf(KeyRef(path, "Antecedent"));
+    const PortEntry& other = LookupPortEntry(antecedent);
+    if (other.device == nullptr) {
+      // The text names a search that is not made here; log readers know it so.
+      return NotFound("PCIDeviceConnection gi FAILED FindConnectedPort(%s)", antecedent);
+    }
+    // The ends change places, and are not compared with each other: intended.
+    InstanceEmitter(result, properties)(Connect(parent.portName, other));
+    result.returnDone();
+    return CMPI_RC_OK;
   }
-  // The ends change places, and are not compared with each other: intended.
-  InstanceEmitter(result, properties)(Connect(parent.portName, other));
-  result.returnDone();
-  return CMPI_RC_OK;
-}
 
-// The status of the per-port function is dropped, and the result that it may have ended is ended
-// once more: intended.
+  // The status of the per-port function is dropped, and the result that it may have ended is ended
+  // once more: intended.
 
-CmpiStatus PCIDeviceConnection::associators(const CmpiContext& /*context*/, CmpiResult& result,
-                                            const CmpiObjectPath& path, const char* /*assocClass*/,
-                                            const char* /*resultClass*/, const char* /*role*/,
-                                            const char* /*resultRole*/, const char** properties) {
-  DispatchOnSource(path, "PCIDeviceConnection ai ignoring",
-                   SourceRule{kPortClass, [&] { GetRelatedPort(result, path, properties); }});
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus associators(const CmpiContext& /*context*/, CmpiResult& result,
+                         const CmpiObjectPath& path, const char* /*assocClass*/,
+                         const char* /*resultClass*/, const char* /*role*/,
+                         const char* /*resultRole*/, const char** properties) override {
+    DispatchOnSource(path, "PCIDeviceConnection ai ignoring",
+                     SourceRule{kPortClass, [&] { GetRelatedPort(result, path, properties); }});
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
 
-CmpiStatus PCIDeviceConnection::associatorNames(const CmpiContext& /*context*/, CmpiResult& result,
-                                                const CmpiObjectPath& path,
-                                                const char* /*assocClass*/,
-                                                const char* /*resultClass*/, const char* /*role*/,
-                                                const char* /*resultRole*/) {
-  DispatchOnSource(path, "PCIDeviceConnection ain ignoring",
-                   SourceRule{kPortClass, [&] { GetRelatedPortRef(result, path); }});
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus associatorNames(const CmpiContext& /*context*/, CmpiResult& result,
+                             const CmpiObjectPath& path, const char* /*assocClass*/,
+                             const char* /*resultClass*/, const char* /*role*/,
+                             const char* /*resultRole*/) override {
+    DispatchOnSource(path, "PCIDeviceConnection ain ignoring",
+                     SourceRule{kPortClass, [&] { GetRelatedPortRef(result, path); }});
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
 
-CmpiStatus PCIDeviceConnection::references(const CmpiContext& /*context*/, CmpiResult& result,
-                                           const CmpiObjectPath& path, const char* /*resultClass*/,
-                                           const char* /*role*/, const char** properties) {
-  DispatchOnSource(path, "PCIDeviceConnection reference unsupported class",
-                   SourceRule{kPortClass, [&] { GetDevConnByPort(result, path, properties); }});
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus references(const CmpiContext& /*context*/, CmpiResult& result,
+                        const CmpiObjectPath& path, const char* /*resultClass*/,
+                        const char* /*role*/, const char** properties) override {
+    DispatchOnSource(path, "PCIDeviceConnection reference unsupported class",
+                     SourceRule{kPortClass, [&] { GetDevConnByPort(result, path, properties); }});
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
 
-CmpiStatus PCIDeviceConnection::referenceNames(const CmpiContext& /*context*/, CmpiResult& result,
-                                               const CmpiObjectPath& path,
-                                               const char* /*resultClass*/, const char* /*role*/) {
-  DispatchOnSource(path, "PCIDeviceConnection rin unsupported class",
-                   SourceRule{kPortClass, [&] { GetDevConnByPortRef(result, path); }});
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus referenceNames(const CmpiContext& /*context*/, CmpiResult& result,
+                            const CmpiObjectPath& path, const char* /*resultClass*/,
+                            const char* /*role*/) override {
+    DispatchOnSource(path, "PCIDeviceConnection rin unsupported class",
+                     SourceRule{kPortClass, [&] { GetDevConnByPortRef(result, path); }});
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
+};
+
+OSTREL_REGISTER_ASSOCIATION_PROVIDER(PCIDeviceConnection);

@@ -9,6 +9,7 @@
 #include "elements/pci_port_group.h"
 #include "frame/object_paths.h"
 #include "frame/registration.h"
+#include "platform/ostint/cmpi_base_mi.h"
 #include "platform/ostint/cmpi_data.h"
 
 using ostInt::CmpiContext;
@@ -16,8 +17,6 @@ using ostInt::CmpiInstance;
 using ostInt::CmpiObjectPath;
 using ostInt::CmpiResult;
 using ostInt::CmpiStatus;
-
-OSTREL_REGISTER_ASSOCIATION_PROVIDER(PCIHostedCollection);
 
 namespace {
 
@@ -91,70 +90,75 @@ CmpiStatus GetInstanceRef(CmpiResult& result, const CmpiObjectPath& group) {
   return ForAssociationOf(result, group, PathEmitter(result));
 }
 
-PCIHostedCollection::PCIHostedCollection(const ostInt::CmpiBroker& broker,
-                                         const CmpiContext& context)
-    : CmpiBaseMI(broker, context),
-      CmpiInstanceMI(broker, context),
-      CmpiAssociationMI(broker, context) {
-  LoadCache();
-}
+class PCIHostedCollection : virtual public ostInt::CmpiInstanceMI,
+                            virtual public ostInt::CmpiAssociationMI {
+ public:
+  PCIHostedCollection(const ostInt::CmpiBroker& broker, const CmpiContext& context)
+      : CmpiBaseMI(broker, context),
+        CmpiInstanceMI(broker, context),
+        CmpiAssociationMI(broker, context) {
+    LoadCache();
+  }
 
-CmpiStatus PCIHostedCollection::enumInstanceNames(const CmpiContext& /*context*/,
-                                                  CmpiResult& result, const CmpiObjectPath& path) {
-  return EnumInstanceRefs(result, path);
-}
+  CmpiStatus enumInstanceNames(const CmpiContext& /*context*/, CmpiResult& result,
+                               const CmpiObjectPath& path) override {
+    return EnumInstanceRefs(result, path);
+  }
 
-CmpiStatus PCIHostedCollection::enumInstances(const CmpiContext& /*context*/, CmpiResult& result,
-                                              const CmpiObjectPath& path, const char** properties) {
-  return EnumInstances(result, path, properties);
-}
+  CmpiStatus enumInstances(const CmpiContext& /*context*/, CmpiResult& result,
+                           const CmpiObjectPath& path, const char** properties) override {
+    return EnumInstances(result, path, properties);
+  }
 
-CmpiStatus PCIHostedCollection::getInstance(const CmpiContext& /*context*/, CmpiResult& result,
-                                            const CmpiObjectPath& path, const char** properties) {
-  return GetInstance(result, KeyRef(path, "Dependent"), properties);
-}
+  CmpiStatus getInstance(const CmpiContext& /*context*/, CmpiResult& result,
+                         const CmpiObjectPath& path, const char** properties) override {
+    return GetInstance(result, KeyRef(path, "Dependent"), properties);
+  }
 
-CmpiStatus PCIHostedCollection::associators(const CmpiContext& context, CmpiResult& result,
-                                            const CmpiObjectPath& path, const char* /*assocClass*/,
-                                            const char* /*resultClass*/, const char* /*role*/,
-                                            const char* /*resultRole*/, const char** properties) {
-  DispatchOnSource(path, "PCIHostedCollection ai ignoring",
-                   SourceRule{kPortGroupClass,
-                              [&] { ReturnHostingSystem(broker(), context, result, properties); }},
-                   SourceRule{kSystemClass, [&] { ListPortGroups(result, path, properties); }});
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus associators(const CmpiContext& context, CmpiResult& result, const CmpiObjectPath& path,
+                         const char* /*assocClass*/, const char* /*resultClass*/,
+                         const char* /*role*/, const char* /*resultRole*/,
+                         const char** properties) override {
+    DispatchOnSource(
+        path, "PCIHostedCollection ai ignoring",
+        SourceRule{kPortGroupClass,
+                   [&] { ReturnHostingSystem(broker(), context, result, properties); }},
+        SourceRule{kSystemClass, [&] { ListPortGroups(result, path, properties); }});
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
 
-CmpiStatus PCIHostedCollection::associatorNames(const CmpiContext& context, CmpiResult& result,
-                                                const CmpiObjectPath& path,
-                                                const char* /*assocClass*/,
-                                                const char* /*resultClass*/, const char* /*role*/,
-                                                const char* /*resultRole*/) {
-  DispatchOnSource(
-      path, "PCIHostedCollection ain ignoring",
-      SourceRule{kPortGroupClass, [&] { ReturnHostingSystemRef(broker(), context, result); }},
-      SourceRule{kSystemClass, [&] { ListPortGroupRefs(result, path); }});
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus associatorNames(const CmpiContext& context, CmpiResult& result,
+                             const CmpiObjectPath& path, const char* /*assocClass*/,
+                             const char* /*resultClass*/, const char* /*role*/,
+                             const char* /*resultRole*/) override {
+    DispatchOnSource(
+        path, "PCIHostedCollection ain ignoring",
+        SourceRule{kPortGroupClass, [&] { ReturnHostingSystemRef(broker(), context, result); }},
+        SourceRule{kSystemClass, [&] { ListPortGroupRefs(result, path); }});
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
 
-CmpiStatus PCIHostedCollection::references(const CmpiContext& /*context*/, CmpiResult& result,
-                                           const CmpiObjectPath& path, const char* /*resultClass*/,
-                                           const char* /*role*/, const char** properties) {
-  DispatchOnSource(path, "PCIHostedCollection reference unsupported class",
-                   SourceRule{kPortGroupClass, [&] { GetInstance(result, path, properties); }},
-                   SourceRule{kSystemClass, [&] { EnumInstances(result, path, properties); }});
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus references(const CmpiContext& /*context*/, CmpiResult& result,
+                        const CmpiObjectPath& path, const char* /*resultClass*/,
+                        const char* /*role*/, const char** properties) override {
+    DispatchOnSource(path, "PCIHostedCollection reference unsupported class",
+                     SourceRule{kPortGroupClass, [&] { GetInstance(result, path, properties); }},
+                     SourceRule{kSystemClass, [&] { EnumInstances(result, path, properties); }});
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
 
-CmpiStatus PCIHostedCollection::referenceNames(const CmpiContext& /*context*/, CmpiResult& result,
-                                               const CmpiObjectPath& path,
-                                               const char* /*resultClass*/, const char* /*role*/) {
-  DispatchOnSource(path, "PCIHostedCollection reference unsupported class",
-                   SourceRule{kPortGroupClass, [&] { GetInstanceRef(result, path); }},
-                   SourceRule{kSystemClass, [&] { EnumInstanceRefs(result, path); }});
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus referenceNames(const CmpiContext& /*context*/, CmpiResult& result,
+                            const CmpiObjectPath& path, const char* /*resultClass*/,
+                            const char* /*role*/) override {
+    DispatchOnSource(path, "PCIHostedCollection reference unsupported class",
+                     SourceRule{kPortGroupClass, [&] { GetInstanceRef(result, path); }},
+                     SourceRule{kSystemClass, [&] { EnumInstanceRefs(result, path); }});
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
+};
+
+OSTREL_REGISTER_ASSOCIATION_PROVIDER(PCIHostedCollection);

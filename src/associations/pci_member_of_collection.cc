@@ -3,6 +3,7 @@
 #include <syslog.h>
 
 #include <cstdint>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,7 @@
 #include "elements/pci_port_group.h"
 #include "frame/object_paths.h"
 #include "frame/registration.h"
+#include "platform/ostint/cmpi_base_mi.h"
 #include "platform/ostint/cmpi_data.h"
 
 using HostCtl::Hardware::PciDevice;
@@ -22,8 +24,6 @@ using ostInt::CmpiInstance;
 using ostInt::CmpiObjectPath;
 using ostInt::CmpiResult;
 using ostInt::CmpiStatus;
-
-OSTREL_REGISTER_ASSOCIATION_PROVIDER(PCIMemberOfCollection);
 
 namespace {
 
@@ -134,14 +134,14 @@ CmpiStatus PortToPortGroupRef(CmpiResult& result, const CmpiObjectPath& port) {
 
 CmpiStatus PortGroupToPorts(CmpiResult& result, const CmpiObjectPath& group,
                             const char** properties) {
-  SeenBridges seen;
+  std::set<std::string> seen;
   return ForDevicesOfGroup(result, group, [&](const PciDevice* device) {
     MakePortsForDevice(device, result, seen, properties);
   });
 }
 
 CmpiStatus PortGroupToPortsRef(CmpiResult& result, const CmpiObjectPath& group) {
-  SeenBridges seen;
+  std::set<std::string> seen;
   return ForDevicesOfGroup(
       result, group, [&](const PciDevice* device) { MakePortsForDeviceRef(device, seen, result); });
 }
@@ -173,90 +173,89 @@ CmpiStatus GetMBInstanceByGroupRef(CmpiResult& result, const CmpiObjectPath& gro
   });
 }
 
-PCIMemberOfCollection::PCIMemberOfCollection(const ostInt::CmpiBroker& broker,
-                                             const CmpiContext& context)
-    : CmpiBaseMI(broker, context),
-      CmpiInstanceMI(broker, context),
-      CmpiAssociationMI(broker, context) {
-  LoadCache();
-}
-
-CmpiStatus PCIMemberOfCollection::enumInstanceNames(const CmpiContext& /*context*/,
-                                                    CmpiResult& result,
-                                                    const CmpiObjectPath& /*path*/) {
-  ForEachMember(PathEmitter(result));
-  result.returnDone();
-  return CMPI_RC_OK;
-}
-
-CmpiStatus PCIMemberOfCollection::enumInstances(const CmpiContext& /*context*/, CmpiResult& result,
-                                                const CmpiObjectPath& /*path*/,
-                                                const char** properties) {
-  ForEachMember(InstanceEmitter(result, properties));
-  result.returnDone();
-  return CMPI_RC_OK;
-}
-
-CmpiStatus PCIMemberOfCollection::getInstance(const CmpiContext& /*context*/, CmpiResult& result,
-                                              const CmpiObjectPath& path, const char** properties) {
-  syslog(LOG_DEBUG, "PCIMemberOfCollection %s", path.toString().charPtr());
-  // "Collection" is not compared with anything: intended.
-  const std::string identifier = DeviceIdOf(KeyRef(path, "Member"));
-  CmpiStatus status = ForPort(result, identifier, [&](const PortEntry& entry) {
-    InstanceEmitter(result, properties)(entry.bus, entry.portName);
-  });
-  if (status.rc() == CMPI_RC_ERR_NOT_FOUND) {
-    syslog(LOG_DEBUG, "MemberOfCollection gi: lookup item '%s' not found", identifier.c_str());
+class PCIMemberOfCollection : virtual public ostInt::CmpiInstanceMI,
+                              virtual public ostInt::CmpiAssociationMI {
+ public:
+  PCIMemberOfCollection(const ostInt::CmpiBroker& broker, const CmpiContext& context)
+      : CmpiBaseMI(broker, context),
+        CmpiInstanceMI(broker, context),
+        CmpiAssociationMI(broker, context) {
+    LoadCache();
   }
-  return status;
-}
 
-// The texts for sources that are not served name another association: log readers know them so.
+  CmpiStatus enumInstanceNames(const CmpiContext& /*context*/, CmpiResult& result,
+                               const CmpiObjectPath& /*path*/) override {
+    ForEachMember(PathEmitter(result));
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
 
-CmpiStatus PCIMemberOfCollection::associators(const CmpiContext& /*context*/, CmpiResult& result,
-                                              const CmpiObjectPath& path,
-                                              const char* /*assocClass*/,
-                                              const char* /*resultClass*/, const char* /*role*/,
-                                              const char* /*resultRole*/, const char** properties) {
-  DispatchOnSource(
-      path, "PCIDeviceConnection ai ignoring",
-      SourceRule{kPortClass, [&] { PortToPortGroup(result, path, properties); }},
-      SourceRule{kPortGroupClass, [&] { PortGroupToPorts(result, path, properties); }});
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus enumInstances(const CmpiContext& /*context*/, CmpiResult& result,
+                           const CmpiObjectPath& /*path*/, const char** properties) override {
+    ForEachMember(InstanceEmitter(result, properties));
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
 
-CmpiStatus PCIMemberOfCollection::associatorNames(const CmpiContext& /*context*/,
-                                                  CmpiResult& result, const CmpiObjectPath& path,
-                                                  const char* /*assocClass*/,
-                                                  const char* /*resultClass*/, const char* /*role*/,
-                                                  const char* /*resultRole*/) {
-  DispatchOnSource(path, "PCIDeviceConnection ai ignoring",
-                   SourceRule{kPortClass, [&] { PortToPortGroupRef(result, path); }},
-                   SourceRule{kPortGroupClass, [&] { PortGroupToPortsRef(result, path); }});
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus getInstance(const CmpiContext& /*context*/, CmpiResult& result,
+                         const CmpiObjectPath& path, const char** properties) override {
+    syslog(LOG_DEBUG, "PCIMemberOfCollection %s", path.toString().charPtr());
+    // "Collection" is not compared with anything: intended.
+    const std::string identifier = DeviceIdOf(KeyRef(path, "Member"));
+    CmpiStatus status = ForPort(result, identifier, [&](const PortEntry& entry) {
+      InstanceEmitter(result, properties)(entry.bus, entry.portName);
+    });
+    if (status.rc() == CMPI_RC_ERR_NOT_FOUND) {
+      syslog(LOG_DEBUG, "MemberOfCollection gi: lookup item '%s' not found", identifier.c_str());
+    }
+    return status;
+  }
 
-CmpiStatus PCIMemberOfCollection::references(const CmpiContext& /*context*/, CmpiResult& result,
-                                             const CmpiObjectPath& path,
-                                             const char* /*resultClass*/, const char* /*role*/,
-                                             const char** properties) {
-  DispatchOnSource(
-      path, "PCIDeviceConnection reference unsupported class",
-      SourceRule{kPortClass, [&] { GetMBInstanceByPort(result, path, properties); }},
-      SourceRule{kPortGroupClass, [&] { GetMBInstanceByGroup(result, path, properties); }});
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  // The texts for sources that are not served name another association: log readers know them so.
 
-CmpiStatus PCIMemberOfCollection::referenceNames(const CmpiContext& /*context*/, CmpiResult& result,
-                                                 const CmpiObjectPath& path,
-                                                 const char* /*resultClass*/,
-                                                 const char* /*role*/) {
-  DispatchOnSource(path, "PCIDeviceConnection reference unsupported class",
-                   SourceRule{kPortClass, [&] { GetMBInstanceByPortRef(result, path); }},
-                   SourceRule{kPortGroupClass, [&] { GetMBInstanceByGroupRef(result, path); }});
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus associators(const CmpiContext& /*context*/, CmpiResult& result,
+                         const CmpiObjectPath& path, const char* /*assocClass*/,
+                         const char* /*resultClass*/, const char* /*role*/,
+                         const char* /*resultRole*/, const char** properties) override {
+    DispatchOnSource(
+        path, "PCIDeviceConnection ai ignoring",
+        SourceRule{kPortClass, [&] { PortToPortGroup(result, path, properties); }},
+        SourceRule{kPortGroupClass, [&] { PortGroupToPorts(result, path, properties); }});
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
+
+  CmpiStatus associatorNames(const CmpiContext& /*context*/, CmpiResult& result,
+                             const CmpiObjectPath& path, const char* /*assocClass*/,
+                             const char* /*resultClass*/, const char* /*role*/,
+                             const char* /*resultRole*/) override {
+    DispatchOnSource(path, "PCIDeviceConnection ai ignoring",
+                     SourceRule{kPortClass, [&] { PortToPortGroupRef(result, path); }},
+                     SourceRule{kPortGroupClass, [&] { PortGroupToPortsRef(result, path); }});
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
+
+  CmpiStatus references(const CmpiContext& /*context*/, CmpiResult& result,
+                        const CmpiObjectPath& path, const char* /*resultClass*/,
+                        const char* /*role*/, const char** properties) override {
+    DispatchOnSource(
+        path, "PCIDeviceConnection reference unsupported class",
+        SourceRule{kPortClass, [&] { GetMBInstanceByPort(result, path, properties); }},
+        SourceRule{kPortGroupClass, [&] { GetMBInstanceByGroup(result, path, properties); }});
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
+
+  CmpiStatus referenceNames(const CmpiContext& /*context*/, CmpiResult& result,
+                            const CmpiObjectPath& path, const char* /*resultClass*/,
+                            const char* /*role*/) override {
+    DispatchOnSource(path, "PCIDeviceConnection reference unsupported class",
+                     SourceRule{kPortClass, [&] { GetMBInstanceByPortRef(result, path); }},
+                     SourceRule{kPortGroupClass, [&] { GetMBInstanceByGroupRef(result, path); }});
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
+};
+
+OSTREL_REGISTER_ASSOCIATION_PROVIDER(PCIMemberOfCollection);

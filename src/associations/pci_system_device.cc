@@ -9,6 +9,7 @@
 #include "frame/object_paths.h"
 #include "frame/registration.h"
 #include "platform/ostint/cim_name.h"
+#include "platform/ostint/cmpi_base_mi.h"
 #include "platform/ostint/cmpi_data.h"
 
 using HostCtl::Hardware::PciDevice;
@@ -17,8 +18,6 @@ using ostInt::CmpiInstance;
 using ostInt::CmpiObjectPath;
 using ostInt::CmpiResult;
 using ostInt::CmpiStatus;
-
-OSTREL_REGISTER_ASSOCIATION_PROVIDER(PCISystemDevice);
 
 namespace {
 
@@ -146,93 +145,98 @@ bool FindDevicePort(const CmpiObjectPath& path, CmpiResult& result, const char**
   }
 }
 
-PCISystemDevice::PCISystemDevice(const ostInt::CmpiBroker& broker, const CmpiContext& context)
-    : CmpiBaseMI(broker, context),
-      CmpiInstanceMI(broker, context),
-      CmpiAssociationMI(broker, context) {
-  LoadCache();
-}
+class PCISystemDevice : virtual public ostInt::CmpiInstanceMI,
+                        virtual public ostInt::CmpiAssociationMI {
+ public:
+  PCISystemDevice(const ostInt::CmpiBroker& broker, const CmpiContext& context)
+      : CmpiBaseMI(broker, context),
+        CmpiInstanceMI(broker, context),
+        CmpiAssociationMI(broker, context) {
+    LoadCache();
+  }
 
-CmpiStatus PCISystemDevice::enumInstanceNames(const CmpiContext& /*context*/, CmpiResult& result,
-                                              const CmpiObjectPath& /*path*/) {
-  LoadDevicesAndPortsRef(PciCreateSystemRef(), result);
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus enumInstanceNames(const CmpiContext& /*context*/, CmpiResult& result,
+                               const CmpiObjectPath& /*path*/) override {
+    LoadDevicesAndPortsRef(PciCreateSystemRef(), result);
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
 
-CmpiStatus PCISystemDevice::enumInstances(const CmpiContext& /*context*/, CmpiResult& result,
-                                          const CmpiObjectPath& /*path*/, const char** properties) {
-  LoadDevicesAndPorts(PciCreateSystemRef(), properties, result);
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus enumInstances(const CmpiContext& /*context*/, CmpiResult& result,
+                           const CmpiObjectPath& /*path*/, const char** properties) override {
+    LoadDevicesAndPorts(PciCreateSystemRef(), properties, result);
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
 
-CmpiStatus PCISystemDevice::getInstance(const CmpiContext& /*context*/, CmpiResult& result,
-                                        const CmpiObjectPath& path, const char** properties) {
-  if (!FindDevicePort(path, result, properties)) return CMPI_RC_ERR_NOT_FOUND;
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus getInstance(const CmpiContext& /*context*/, CmpiResult& result,
+                         const CmpiObjectPath& path, const char** properties) override {
+    if (!FindDevicePort(path, result, properties)) return CMPI_RC_ERR_NOT_FOUND;
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
 
-// associators asks the object manager for the system, associatorNames builds its path; and these
-// two test for ports first, references and referenceNames for devices (all intended).
+  // associators asks the object manager for the system, associatorNames builds its path; and these
+  // two test for ports first, references and referenceNames for devices (all intended).
 
-CmpiStatus PCISystemDevice::associators(const CmpiContext& context, CmpiResult& result,
-                                        const CmpiObjectPath& path, const char* /*assocClass*/,
-                                        const char* resultClass, const char* /*role*/,
-                                        const char* /*resultRole*/, const char** properties) {
-  const auto return_system = [&] { ReturnHostingSystem(broker(), context, result, properties); };
-  DispatchOnSource(path, "PCISystemDevice ai ignoring", SourceRule{kPortClass, return_system},
-                   SourceRule{kDeviceClass, return_system},
-                   SourceRule{kSystemClass, [&] {
-                                ListSystemElements(
-                                    resultClass, [&] { PortList(result, properties); },
-                                    [&] { DeviceList(result, properties); });
-                              }});
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus associators(const CmpiContext& context, CmpiResult& result, const CmpiObjectPath& path,
+                         const char* /*assocClass*/, const char* resultClass, const char* /*role*/,
+                         const char* /*resultRole*/, const char** properties) override {
+    const auto return_system = [&] { ReturnHostingSystem(broker(), context, result, properties); };
+    DispatchOnSource(path, "PCISystemDevice ai ignoring", SourceRule{kPortClass, return_system},
+                     SourceRule{kDeviceClass, return_system},
+                     SourceRule{kSystemClass, [&] {
+                                  ListSystemElements(
+                                      resultClass, [&] { PortList(result, properties); },
+                                      [&] { DeviceList(result, properties); });
+                                }});
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
 
-CmpiStatus PCISystemDevice::associatorNames(const CmpiContext& /*context*/, CmpiResult& result,
-                                            const CmpiObjectPath& path, const char* /*assocClass*/,
-                                            const char* resultClass, const char* /*role*/,
-                                            const char* /*resultRole*/) {
-  const auto return_system = [&] { result.returnData(PciCreateSystemRef()); };
-  DispatchOnSource(path, "PCISystemDevice ai ignoring", SourceRule{kPortClass, return_system},
-                   SourceRule{kDeviceClass, return_system},
-                   SourceRule{kSystemClass, [&] {
-                                ListSystemElements(
-                                    resultClass, [&] { PortListRef(result); },
-                                    [&] { DeviceListRef(result); });
-                              }});
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus associatorNames(const CmpiContext& /*context*/, CmpiResult& result,
+                             const CmpiObjectPath& path, const char* /*assocClass*/,
+                             const char* resultClass, const char* /*role*/,
+                             const char* /*resultRole*/) override {
+    const auto return_system = [&] { result.returnData(PciCreateSystemRef()); };
+    DispatchOnSource(path, "PCISystemDevice ai ignoring", SourceRule{kPortClass, return_system},
+                     SourceRule{kDeviceClass, return_system},
+                     SourceRule{kSystemClass, [&] {
+                                  ListSystemElements(
+                                      resultClass, [&] { PortListRef(result); },
+                                      [&] { DeviceListRef(result); });
+                                }});
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
 
-// A device or port as source yields the associations of all devices or ports of the system, not of
-// the one alone: this breadth is wanted.
+  // A device or port as source yields the associations of all devices or ports of the system, not
+  // of the one alone: this breadth is wanted.
 
-CmpiStatus PCISystemDevice::references(const CmpiContext& /*context*/, CmpiResult& result,
-                                       const CmpiObjectPath& path, const char* /*resultClass*/,
-                                       const char* /*role*/, const char** properties) {
-  const CmpiObjectPath system = PciCreateSystemRef();
-  DispatchOnSource(
-      path, "PCISystemDevice reference unsupported class",
-      SourceRule{kDeviceClass, [&] { LoadSysDevices(system, properties, result); }},
-      SourceRule{kPortClass, [&] { LoadSysPorts(system, properties, result); }},
-      SourceRule{kSystemClass, [&] { LoadDevicesAndPorts(system, properties, result); }});
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus references(const CmpiContext& /*context*/, CmpiResult& result,
+                        const CmpiObjectPath& path, const char* /*resultClass*/,
+                        const char* /*role*/, const char** properties) override {
+    const CmpiObjectPath system = PciCreateSystemRef();
+    DispatchOnSource(
+        path, "PCISystemDevice reference unsupported class",
+        SourceRule{kDeviceClass, [&] { LoadSysDevices(system, properties, result); }},
+        SourceRule{kPortClass, [&] { LoadSysPorts(system, properties, result); }},
+        SourceRule{kSystemClass, [&] { LoadDevicesAndPorts(system, properties, result); }});
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
 
-CmpiStatus PCISystemDevice::referenceNames(const CmpiContext& /*context*/, CmpiResult& result,
-                                           const CmpiObjectPath& path, const char* /*resultClass*/,
-                                           const char* /*role*/) {
-  const CmpiObjectPath system = PciCreateSystemRef();
-  DispatchOnSource(path, "PCISystemDevice reference unsupported class",
-                   SourceRule{kDeviceClass, [&] { LoadSysDevicesRef(system, result); }},
-                   SourceRule{kPortClass, [&] { LoadSysPortsRef(system, result); }},
-                   SourceRule{kSystemClass, [&] { LoadDevicesAndPortsRef(system, result); }});
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus referenceNames(const CmpiContext& /*context*/, CmpiResult& result,
+                            const CmpiObjectPath& path, const char* /*resultClass*/,
+                            const char* /*role*/) override {
+    const CmpiObjectPath system = PciCreateSystemRef();
+    DispatchOnSource(path, "PCISystemDevice reference unsupported class",
+                     SourceRule{kDeviceClass, [&] { LoadSysDevicesRef(system, result); }},
+                     SourceRule{kPortClass, [&] { LoadSysPortsRef(system, result); }},
+                     SourceRule{kSystemClass, [&] { LoadDevicesAndPortsRef(system, result); }});
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
+};
+
+OSTREL_REGISTER_ASSOCIATION_PROVIDER(PCISystemDevice);

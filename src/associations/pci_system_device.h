@@ -11,37 +11,8 @@
 #ifndef ASSOCIATIONS_PCI_SYSTEM_DEVICE_H_
 #define ASSOCIATIONS_PCI_SYSTEM_DEVICE_H_
 
-#include "platform/ostint/cmpi_base_mi.h"
-
-class PCISystemDevice : virtual public ostInt::CmpiInstanceMI,
-                        virtual public ostInt::CmpiAssociationMI {
- public:
-  PCISystemDevice(const ostInt::CmpiBroker& broker, const ostInt::CmpiContext& context);
-
-  ostInt::CmpiStatus enumInstanceNames(const ostInt::CmpiContext& context,
-                                       ostInt::CmpiResult& result,
-                                       const ostInt::CmpiObjectPath& path) override;
-  ostInt::CmpiStatus enumInstances(const ostInt::CmpiContext& context, ostInt::CmpiResult& result,
-                                   const ostInt::CmpiObjectPath& path,
-                                   const char** properties) override;
-  ostInt::CmpiStatus getInstance(const ostInt::CmpiContext& context, ostInt::CmpiResult& result,
-                                 const ostInt::CmpiObjectPath& path,
-                                 const char** properties) override;
-  ostInt::CmpiStatus associators(const ostInt::CmpiContext& context, ostInt::CmpiResult& result,
-                                 const ostInt::CmpiObjectPath& path, const char* assocClass,
-                                 const char* resultClass, const char* role, const char* resultRole,
-                                 const char** properties) override;
-  ostInt::CmpiStatus associatorNames(const ostInt::CmpiContext& context, ostInt::CmpiResult& result,
-                                     const ostInt::CmpiObjectPath& path, const char* assocClass,
-                                     const char* resultClass, const char* role,
-                                     const char* resultRole) override;
-  ostInt::CmpiStatus references(const ostInt::CmpiContext& context, ostInt::CmpiResult& result,
-                                const ostInt::CmpiObjectPath& path, const char* resultClass,
-                                const char* role, const char** properties) override;
-  ostInt::CmpiStatus referenceNames(const ostInt::CmpiContext& context, ostInt::CmpiResult& result,
-                                    const ostInt::CmpiObjectPath& path, const char* resultClass,
-                                    const char* role) override;
-};
+#include "platform/ostint/cmpi_broker.h"
+#include "platform/ostint/cmpi_object.h"
 
 // The association of the system and one part, as instance and as path.
 ostInt::CmpiInstance MakePCISystemDevice(const ostInt::CmpiObjectPath& system,

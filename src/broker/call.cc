@@ -97,6 +97,7 @@ CMPIrc Call::Hand(Deliver deliver) {
 
 CMPIrc Call::ReturnInstance(const InstanceObject& instance, const char* function) {
   if (!MayReturn(Expected::kInstances, function)) return CMPI_RC_ERR_FAILED;
+  ++instances_;
   return Hand([&](ResultSink& sink) { sink.OnInstanceView(InstanceView(instance)); });
 }
 

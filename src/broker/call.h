@@ -7,6 +7,7 @@
 #ifndef BROKER_CALL_H_
 #define BROKER_CALL_H_
 
+#include <cstddef>
 #include <exception>
 #include <string_view>
 
@@ -60,6 +61,9 @@ class Call {
   CMPIrc ReturnDone();
   CMPIrc ReturnError(Status error);
 
+  // How many instances were returned so far.
+  std::size_t instances() const { return instances_; }
+
   // What the provider answered, as a value. Throws again what the sink threw.
   Status Finish(const CMPIStatus& answer);
 
@@ -93,6 +97,7 @@ class Call {
   std::size_t peak_bytes_ = 0;
   Block* blocks_ = nullptr;
   ResultState state_ = ResultState::kOpen;
+  std::size_t instances_ = 0;
   std::exception_ptr sink_failure_;
 };
 

@@ -40,14 +40,15 @@ CMPICount GetPropertyCount(const CMPIInstance* inst, CMPIStatus* rc) {
 CMPIrc CheckAgainstClass(const InstanceObject& instance, const char* name, CMPIType type,
                          const schema::Property* declared, const char* function) {
   if (instance.cls == nullptr) return CMPI_RC_OK;
-  const std::string property = instance.cls->name.data() + ("." + std::string(name));
+  const auto report = [&](const std::string& text) {
+    ReportMisuse(function, std::string(instance.cls->name) + "." + name + ": " + text);
+  };
   if (declared == nullptr) {
-    ReportMisuse(function, property + ": the class has no such property");
+    report("the class has no such property");
     return CMPI_RC_ERR_NO_SUCH_PROPERTY;
   }
   if (type == CMPI_null || KeptType(type) == declared->type) return CMPI_RC_OK;
-  ReportMisuse(function, property + ": " + TypeName(type) + " where the class says " +
-                             TypeName(declared->type));
+  report(TypeName(type) + " where the class says " + TypeName(declared->type));
   return CMPI_RC_ERR_TYPE_MISMATCH;
 }
 

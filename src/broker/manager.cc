@@ -57,20 +57,6 @@ std::string LowerCase(std::string text) {
   return text;
 }
 
-// A version 100 record ends before its last member, and so does its memory.
-CMPIBroker* NewBrokerRecord(Manager* manager, const Tables& tables) {
-  const bool has_memory_table = tables.memory != nullptr;
-  void* memory = std::malloc(has_memory_table ? sizeof(CMPIBroker) : offsetof(CMPIBroker, mft));
-  if (memory == nullptr) throw std::bad_alloc();
-  auto* broker = static_cast<CMPIBroker*>(memory);
-  broker->hdl = manager;
-  broker->bft = tables.services;
-  broker->eft = tables.encapsulation;
-  broker->xft = tables.system;
-  if (has_memory_table) broker->mft = tables.memory;
-  return broker;
-}
-
 // What `entry` answers, which calls a function of the provider. No exception may leave one; one
 // that does is the provider's error.
 template <class Entry>
@@ -99,8 +85,8 @@ void Manager::FreeMemory::operator()(void* memory) const { std::free(memory); }
 Manager::Manager(Options options)
     : options_(std::move(options)),
       system_name_(LowerCase(options_.system_name)),
-      tables_(options_.imitate_cmpi_1_0 ? OldTables() : CurrentTables()),
-      broker_(NewBrokerRecord(this, tables_)) {}
+      imitation_(options_.imitate != nullptr ? *options_.imitate : Itself()),
+      broker_(NewBrokerRecord()) {}
 
 Manager::~Manager() {
   for (const auto& provider : providers_) {
@@ -111,6 +97,8 @@ Manager::~Manager() {
   providers_.clear();
   while (clones_ != nullptr) EndClone(*clones_);
 }
+
+void Manager::SetSystemName(std::string_view name) { system_name_ = LowerCase(std::string(name)); }
 
 // ---------------------------------------------------------------------------------------------
 // Providers
@@ -153,10 +141,34 @@ std::vector<std::string> Manager::AssociationProvidersFor(const char* assoc_clas
   return names;
 }
 
+// A version 100 record ends before its last member, and so does its memory.
+Manager::BrokerRecord Manager::NewBrokerRecord() {
+  const Tables& offered = tables();
+  const bool is_old = offered.services->brokerVersion == CMPIVersion100;
+  void* memory = std::malloc(is_old ? offsetof(CMPIBroker, mft) : sizeof(CMPIBroker));
+  if (memory == nullptr) throw std::bad_alloc();
+  auto* broker = static_cast<CMPIBroker*>(memory);
+  broker->hdl = this;
+  broker->bft = offered.services;
+  broker->eft = offered.encapsulation;
+  broker->xft = offered.system;
+  if (!is_old) broker->mft = offered.memory;
+  return BrokerRecord(broker);
+}
+
+// Called while the class's factory or cleanup runs.
+const CMPIBroker* Manager::BrokerFor(Provider& provider) {
+  if (!imitation_.broker_per_provider) return broker_.get();
+  if (provider.instance.empty() && provider.association.empty()) {
+    provider.broker = NewBrokerRecord();
+    *provider.broker = *broker_;  // with what a test put into it
+  }
+  return provider.broker.get();
+}
+
 // A factory is the one place where a C++ exception of the guest is expected.
 template <class MI, class Factory>
-Status Manager::CallFactory(const Provider& provider, ProviderKind kind, Factory factory,
-                            MI** made) {
+Status Manager::CallFactory(Provider& provider, ProviderKind kind, Factory factory, MI** made) {
   if (factory == nullptr) {
     return {CMPI_RC_ERR_NOT_SUPPORTED, "the library has no such factory for " + provider.name};
   }
@@ -165,7 +177,7 @@ Status Manager::CallFactory(const Provider& provider, ProviderKind kind, Factory
   AddText(call.base(), context->items, "CMPIInitNameSpace", options_.name_space);
   CMPIStatus answer{CMPI_RC_OK, nullptr};
   try {
-    const auto make = [&] { *made = factory(broker_.get(), &context->record, &answer); };
+    const auto make = [&] { *made = factory(BrokerFor(provider), &context->record, &answer); };
     options_.around_factory ? options_.around_factory(provider.name, kind, make) : make();
   } catch (const std::exception& thrown) {
     return {CMPI_RC_ERR_FAILED, "factory of " + provider.name + ": " + thrown.what()};
@@ -178,12 +190,12 @@ Status Manager::CallFactory(const Provider& provider, ProviderKind kind, Factory
   return status;
 }
 
-Status Manager::MakeInstanceProvider(const Provider& provider, CMPIInstanceMI** made) {
+Status Manager::MakeInstanceProvider(Provider& provider, CMPIInstanceMI** made) {
   return CallFactory(provider, ProviderKind::kInstance,
                      provider.library->FindInstanceFactory(provider.name), made);
 }
 
-Status Manager::MakeAssociationProvider(const Provider& provider, CMPIAssociationMI** made) {
+Status Manager::MakeAssociationProvider(Provider& provider, CMPIAssociationMI** made) {
   return CallFactory(provider, ProviderKind::kAssociation,
                      provider.library->FindAssociationFactory(provider.name), made);
 }
@@ -234,6 +246,15 @@ Status Manager::Cleanup(std::string_view name, ProviderKind kind, bool terminati
   return kind == ProviderKind::kInstance
              ? CleanupSlot(*provider, provider->instance, terminating)
              : CleanupSlot(*provider, provider->association, terminating);
+}
+
+void Manager::CleanUpIdle() {
+  if (imitation_.idle_every == 0 || Call::Current() != nullptr) return;
+  if (++requests_ % imitation_.idle_every != 0) return;
+  for (const auto& provider : providers_) {
+    CleanupSlot(*provider, provider->association, false);
+    CleanupSlot(*provider, provider->instance, false);
+  }
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -332,7 +353,10 @@ Status Manager::RunInProvider(Provider& provider, const Request& request, Result
     } else if (request.instance != nullptr) {
       with.instance = &ToObject(call.base(), *request.instance)->record;
     }
-    return call.Finish(Guarded(call, [&] { return Invoke(record, request, with); }));
+    status = call.Finish(Guarded(call, [&] { return Invoke(record, request, with); }));
+    const auto answer = imitation_.answer_to_get_instance;
+    const bool answered = request.operation == Operation::kGetInstance && answer != nullptr;
+    return answered ? answer(status, call.instances()) : status;
   };
   if (IsAssociationOperation(request.operation)) {
     return run(provider.association,
@@ -343,6 +367,7 @@ Status Manager::RunInProvider(Provider& provider, const Request& request, Result
 }
 
 Status Manager::Run(const Request& request, ResultSink& sink) {
+  CleanUpIdle();
   if (Provider* provider = Find(request.provider)) return RunInProvider(*provider, request, sink);
   if (EqualIgnoringCase(request.provider, schema::kSystemClass)) {
     return RunInSystemClass(request, sink);

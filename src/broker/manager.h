@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "broker/call.h"
+#include "broker/imitation.h"
 #include "broker/object_manager.h"
 #include "broker/objects.h"
 #include "broker/provider_slot.h"
@@ -68,7 +69,8 @@ class Manager {
   const Options& options() const { return options_; }
   bool checking() const { return options_.check_guest; }
   const std::string& system_name() const { return system_name_; }
-  const Tables& tables() const { return tables_; }
+  void SetSystemName(std::string_view name);
+  const Tables& tables() const { return imitation_.tables; }
   const CMPIBroker* broker() const { return broker_.get(); }
 
   void Register(std::string_view class_name, std::shared_ptr<const ProviderLibrary> library);
@@ -93,11 +95,17 @@ class Manager {
   Statistics GetStatistics() const;
 
  private:
+  struct FreeMemory {
+    void operator()(void* memory) const;
+  };
+  using BrokerRecord = std::unique_ptr<CMPIBroker, FreeMemory>;
+
   struct Provider {
     std::string name;
     std::shared_ptr<const ProviderLibrary> library;
     bool has_associations = false;  // whether the library has an association factory for it
     std::recursive_mutex mutex;
+    BrokerRecord broker;  // null where it gets the manager's
     ProviderSlot<CMPIInstanceMI> instance{mutex};
     ProviderSlot<CMPIAssociationMI> association{mutex};
   };
@@ -107,22 +115,21 @@ class Manager {
   Status RunInSystemClass(const Request& request, ResultSink& sink);
   Status AnswerForSystem(const Request& request, Call& call);
   template <class MI, class Factory>
-  Status CallFactory(const Provider& provider, ProviderKind kind, Factory factory, MI** made);
-  Status MakeInstanceProvider(const Provider& provider, CMPIInstanceMI** made);
-  Status MakeAssociationProvider(const Provider& provider, CMPIAssociationMI** made);
+  Status CallFactory(Provider& provider, ProviderKind kind, Factory factory, MI** made);
+  Status MakeInstanceProvider(Provider& provider, CMPIInstanceMI** made);
+  Status MakeAssociationProvider(Provider& provider, CMPIAssociationMI** made);
+  BrokerRecord NewBrokerRecord();
+  const CMPIBroker* BrokerFor(Provider& provider);
+  void CleanUpIdle();
   template <class MI>
   Status CleanupSlot(const Provider& provider, ProviderSlot<MI>& slot, bool terminating);
   PathObject* RequestPath(Region& region, const Request& request) const;
   ContextObject* RequestContext(Region& region) const;
 
-  struct FreeMemory {
-    void operator()(void* memory) const;
-  };
-
   const Options options_;
-  const std::string system_name_;
-  const Tables& tables_;
-  const std::unique_ptr<CMPIBroker, FreeMemory> broker_;
+  std::string system_name_;
+  const Imitation& imitation_;
+  const BrokerRecord broker_;
   std::vector<std::unique_ptr<Provider>> providers_;
 
   mutable std::mutex errors_mutex_;
@@ -131,6 +138,7 @@ class Manager {
   std::mutex clones_mutex_;
   Region* clones_ = nullptr;
 
+  std::atomic<unsigned> requests_{0};
   std::atomic<std::uint64_t> peak_call_bytes_{0};
   std::atomic<std::int64_t> clones_alive_{0};
 };

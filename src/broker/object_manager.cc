@@ -72,6 +72,8 @@ std::vector<std::string> ObjectManager::AssociationProvidersFor(
   return manager_->AssociationProvidersFor(TextOrNull(assoc_class));
 }
 
+void ObjectManager::SetSystemName(std::string_view name) { manager_->SetSystemName(name); }
+
 ObjectPath ObjectManager::ClassPath(std::string_view class_name) const {
   return {std::nullopt, manager_->options().name_space, std::string(class_name), {}};
 }

@@ -42,6 +42,7 @@
 
 namespace broker {
 
+struct Imitation;
 class Manager;
 
 // std::nullopt asks for all properties, an empty list for none (but the keys).
@@ -91,8 +92,8 @@ struct Options {
   SystemClassMode system_class = SystemClassMode::kServed;
   Status system_class_refusal{CMPI_RC_ERR_FAILED, "system class refused"};
   bool check_guest = true;
-  // Shorter function tables of version 100, no memory functions: what an old object manager offers.
-  bool imitate_cmpi_1_0 = false;
+  // Another object manager's ways (broker/imitation.h), for tests; null: its own.
+  const Imitation* imitate = nullptr;
   // Called around every factory call instead of the call itself; must run `call` once.
   std::function<void(std::string_view class_name, ProviderKind kind,
                      const std::function<void()>& call)>
@@ -127,6 +128,9 @@ class ObjectManager {
   // Those of them that have an association factory; of all classes where `assoc_class` is absent.
   std::vector<std::string> AssociationProvidersFor(
       const std::optional<std::string>& assoc_class) const;
+
+  // Renames the hosting system, as Options::system_name names it. Not while an operation runs.
+  void SetSystemName(std::string_view name);
 
   // The path of a class in the manager's namespace.
   ObjectPath ClassPath(std::string_view class_name) const;
@@ -177,7 +181,7 @@ class ObjectManager {
 
   Statistics GetStatistics() const;
 
-  // The broker record that the factories receive.
+  // The broker record that the factories receive, or a copy of which each class's factories do.
   const CMPIBroker* broker() const;
 
  private:

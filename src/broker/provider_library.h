@@ -40,6 +40,10 @@ class ProviderLibrary {
   InstanceFactory FindInstanceFactory(std::string_view class_name) const;
   AssociationFactory FindAssociationFactory(std::string_view class_name) const;
 
+  // The address of any symbol of the library or of one that it is linked with; nullptr where there
+  // is none.
+  void* FindSymbol(const char* name) const { return resolve_(name); }
+
  private:
   ProviderLibrary(void* handle, Resolver resolve);
 

@@ -43,6 +43,8 @@ class ProviderSlot {
     ProviderSlot& slot_;
   };
 
+  bool empty() const { return record_.load() == nullptr; }
+
   // Takes the record out and runs `drop` (bool(MI*)) on it; where that answers false the record
   // goes back. Answers whether there was one that nobody used.
   enum class Dropped { kYes, kNone, kInUse };

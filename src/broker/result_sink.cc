@@ -9,6 +9,17 @@ std::string_view ValueView::text() const {
   return Behind<StringObject>(data_->value.string)->view();
 }
 
+std::optional<std::uint64_t> ValueView::as_unsigned() const {
+  if (is_null()) return std::nullopt;
+  switch (data_->type) {
+    case CMPI_uint8: return data_->value.uint8;
+    case CMPI_uint16: return data_->value.uint16;
+    case CMPI_uint32: return data_->value.uint32;
+    case CMPI_uint64: return data_->value.uint64;
+    default: return std::nullopt;
+  }
+}
+
 std::string_view ObjectPathView::class_name() const { return path_->class_name; }
 ObjectPath ObjectPathView::ToObjectPath() const { return ToValue(*path_); }
 
@@ -18,6 +29,11 @@ std::string_view InstanceView::property_name(std::size_t index) const {
 }
 ValueView InstanceView::property_value(std::size_t index) const {
   return ValueView(instance_->properties.items[index].data);
+}
+std::optional<ValueView> InstanceView::Find(std::string_view name) const {
+  const NamedData* property = instance_->properties.Find(name);
+  if (property == nullptr) return std::nullopt;
+  return ValueView(property->data);
 }
 Instance InstanceView::ToInstance() const { return ToValue(*instance_); }
 

@@ -10,6 +10,8 @@
 #define BROKER_RESULT_SINK_H_
 
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -32,6 +34,8 @@ class ValueView {
   bool is_null() const { return (data_->state & CMPI_nullValue) != 0; }
   // The numbers, booleans and characters stand in here, by type().
   const CMPIValue& raw() const { return data_->value; }
+  // Of an unsigned integer type; nothing for any other, and for null.
+  std::optional<std::uint64_t> as_unsigned() const;
   // Of a string or a date; null-terminated.
   std::string_view text() const;
 
@@ -60,6 +64,8 @@ class InstanceView {
   ObjectPathView path() const;
   std::string_view property_name(std::size_t index) const;
   ValueView property_value(std::size_t index) const;
+  // The property's value, its name compared ignoring case; nothing where there is none.
+  std::optional<ValueView> Find(std::string_view name) const;
 
   Instance ToInstance() const;
 

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "broker/class_versions.h"
 #include "broker/mof_writer.h"
 #include "broker/schema.h"
 
@@ -11,6 +12,7 @@ namespace {
 constexpr std::string_view kNameSpace = "root/cimv2";
 constexpr std::string_view kLibrary = "OstrelPCI";       // libOstrelPCI.so
 constexpr std::string_view kModule = "OstrelPCIModule";  // OpenPegasus's name for the library
+constexpr std::string_view kModuleVersion = "1.0.0";
 
 constexpr std::string_view kOwnClassesHead =
     R"(// Ostrel_PCI.mof: the classes of the PCI topology that libOstrelPCI.so serves.
@@ -159,7 +161,7 @@ std::string SfcbRegistration() {
 std::string PegasusRegistration() {
   std::string text =
       fmt::format(kPegasusHead, fmt::arg("module", kModule), fmt::arg("library", kLibrary),
-                  fmt::arg("version", OwnClasses().front()->version));
+                  fmt::arg("version", kModuleVersion));
   for (const Class* cls : OwnClasses()) {
     text += fmt::format(
         kPegasusProvider, fmt::arg("class_name", cls->name), fmt::arg("module", kModule),
@@ -171,12 +173,19 @@ std::string PegasusRegistration() {
 
 }  // namespace
 
+std::vector<const Class*> DeclaredClasses() {
+  std::vector<const Class*> classes = OwnClasses();
+  classes.push_back(FindClass(kSystemClass));
+  return classes;
+}
+
 std::vector<SchemaFile> SchemaFiles() {
   return {
       {"Ostrel_PCI.mof", OwnClassesMof()},
       {"OMC_UnitaryComputerSystem.mof", SystemClassMof()},
       {"ostrel-pci.sfcb.reg", SfcbRegistration()},
       {"ostrel-pci.pegasus.mof", PegasusRegistration()},
+      {kClassVersionsFile, ClassVersions(DeclaredClasses())},
   };
 }
 

@@ -10,6 +10,8 @@
 #include <string_view>
 #include <vector>
 
+#include "broker/schema.h"
+
 namespace broker::schema {
 
 struct SchemaFile {
@@ -20,7 +22,11 @@ struct SchemaFile {
 // Ostrel_PCI.mof: the classes that the provider library serves.
 // OMC_UnitaryComputerSystem.mof: the hosting system's class and a template of its one instance.
 // ostrel-pci.sfcb.reg, ostrel-pci.pegasus.mof: the registrations.
+// class_versions.txt: which declaration has which Version; see class_versions.h.
 std::vector<SchemaFile> SchemaFiles();
+
+// The classes that the MOF files declare: those that the library serves, and the hosting system's.
+std::vector<const Class*> DeclaredClasses();
 
 // Stands for the host's name in the instance of OMC_UnitaryComputerSystem.mof.
 inline constexpr std::string_view kSystemNamePlaceholder = "@SYSTEM_NAME@";

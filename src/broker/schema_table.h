@@ -15,7 +15,6 @@ namespace broker::schema {
 namespace {  // NOLINT(cert-dcl59-cpp): one file includes this
 
 constexpr std::string_view kCimVersion = "2.41.0";
-constexpr std::string_view kOwnVersion = "1.0.0";
 constexpr CMPIType kUint16Array = CMPI_uint16 | CMPI_ARRAY;
 
 constexpr Property Key(std::string_view name, std::string_view description) {
@@ -303,15 +302,16 @@ constexpr Property kOwnPciMemberOfCollection[] = {
     KeyReference("Member", "Ostrel_PCIPort", "A port on that bus."),
 };
 
+// Our own classes say their Version. A class that changes gets a higher one.
 constexpr Class Element(std::string_view name, std::string_view superclass,
-                        std::string_view description, std::span<const Property> properties = {}) {
-  return {name,        superclass, false, name.starts_with("CIM_") ? kCimVersion : kOwnVersion,
-          description, properties};
+                        std::string_view description, std::span<const Property> properties = {},
+                        std::string_view version = kCimVersion) {
+  return {name, superclass, false, version, description, properties};
 }
 constexpr Class Association(std::string_view name, std::string_view superclass,
-                            std::string_view description,
-                            std::span<const Property> properties = {}) {
-  Class cls = Element(name, superclass, description, properties);
+                            std::string_view description, std::span<const Property> properties = {},
+                            std::string_view version = kCimVersion) {
+  Class cls = Element(name, superclass, description, properties, version);
   cls.association = true;
   return cls;
 }
@@ -361,45 +361,48 @@ constexpr auto kClasses = std::to_array<Class>({
                 kCimMemberOfCollection),
 
     Element(kSystemClass, "CIM_UnitaryComputerSystem",
-            "The computer whose PCI topology is reported. Name is the host's name in lower case."),
+            "The computer whose PCI topology is reported. Name is the host's name in lower case.",
+            {}, "1.0.0"),
     Element("Ostrel_PCIDevice", "CIM_PCIDevice",
             "A PCI function of the host that is neither a bridge nor a port of a PCI Express "
             "switch. DeviceID is the function's address as the platform writes it, on Linux "
             "domain:bus:device.function in hexadecimal digits. The state of the function is not "
             "watched: HealthState, PrimaryStatus, EnabledState and RequestedState are always 0 "
             "(Unknown).",
-            kOwnPciDevice),
+            kOwnPciDevice, "1.0.0"),
     Element("Ostrel_PCIBridge", "CIM_PCIBridge",
             "A PCI bridge of the host that is not a port of a PCI Express switch. All that is said "
             "of Ostrel_PCIDevice holds for it. BridgeType is the PCI subclass of the bridge.",
-            kOwnPciBridge),
+            kOwnPciBridge, "1.0.0"),
     Element("Ostrel_PCIeSwitch", "CIM_PCIeSwitch",
             "A PCI Express switch of the host, represented by its upstream port, whose address and "
             "properties it carries. All that is said of Ostrel_PCIDevice holds for it. "
             "NumberOfPorts counts its downstream ports.",
-            kOwnPciDevice),
+            kOwnPciDevice, "1.0.0"),
     Element("Ostrel_PCIPort", "CIM_PCIPort",
             "A port of a PCI device, bridge or switch of the host. DeviceID is the address of the "
             "function that has the port, followed by the kind of port: -ep for a device and for a "
             "downstream port of a switch, -up for the upstream port of a switch, -pri and -sec for "
             "the two sides of a bridge.",
-            kOwnPciPort),
+            kOwnPciPort, "1.0.0"),
     Element("Ostrel_PCIPortGroup", "CIM_PCIPortGroup",
             "The ports of one PCI bus of the host. InstanceID ends in the number of the bus. Buses "
-            "of the same number in several segments are one group."),
+            "of the same number in several segments are one group.",
+            {}, "1.0.0"),
     Association("Ostrel_PCISystemDevice", "CIM_SystemDevice",
-                "The hosting system and one of its PCI devices or ports.", kOwnPciSystemDevice),
+                "The hosting system and one of its PCI devices or ports.", kOwnPciSystemDevice,
+                "1.0.0"),
     Association("Ostrel_PCIDeviceConnection", "CIM_DeviceConnection",
-                "Two PCI ports that are connected.", kOwnPciDeviceConnection),
+                "Two PCI ports that are connected.", kOwnPciDeviceConnection, "1.0.0"),
     Association("Ostrel_PCIControlledBy", "CIM_ControlledBy",
                 "A PCI port and the device, bridge or switch that controls it.",
-                kOwnPciControlledBy),
+                kOwnPciControlledBy, "1.0.0"),
     Association("Ostrel_PCIHostedCollection", "CIM_HostedCollection",
                 "The hosting system and the port group of one of its buses.",
-                kOwnPciHostedCollection),
+                kOwnPciHostedCollection, "1.0.0"),
     Association("Ostrel_PCIMemberOfCollection", "CIM_MemberOfCollection",
                 "The port group of a bus and one of the ports on that bus.",
-                kOwnPciMemberOfCollection),
+                kOwnPciMemberOfCollection, "1.0.0"),
 });
 
 }  // namespace

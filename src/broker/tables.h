@@ -13,7 +13,7 @@ struct Tables {
   CMPIBrokerFT* services;
   CMPIBrokerEncFT* encapsulation;
   CMPIBrokerExtFT* system;
-  CMPIBrokerMemFT* memory;  // null where the version has none
+  CMPIBrokerMemFT* memory;  // null where there is none
   CMPIStringFT* string;
   CMPIArrayFT* array;
   CMPIObjectPathFT* path;
@@ -23,14 +23,11 @@ struct Tables {
   CMPIResultFT* result;
   CMPIEnumerationFT* enumeration;
   CMPIDateTimeFT* date_time;
-  CMPIErrorFT* error;  // null where the version has none
+  CMPIErrorFT* error;  // null where there is none
 };
 
 // Version 200, every slot filled.
 const Tables& CurrentTables();
-
-// Version 100: each table ends where that version's does, and so does its memory.
-const Tables& OldTables();
 
 // One per source file; CurrentTables() puts them together.
 extern CMPIBrokerFT broker_services;

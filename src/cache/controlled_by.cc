@@ -2,7 +2,7 @@
 
 #include <syslog.h>
 
-#include <utility>
+#include <new>
 
 #include "cache/cache_state.h"
 #include "cache/classification.h"
@@ -11,53 +11,38 @@ using HostCtl::Hardware::PciDevice;
 
 namespace {
 
-const PortPointers empty_port_list;  // NOLINT(cert-err58-cpp): default construction
+const PortPointers empty_port_list;
+
+// The value under the key, or a null one.
+template <typename Map>
+typename Map::mapped_type ValueIn(const Map& map, const std::string& key) {
+  const auto found = map.find(key);
+  return found == map.end() ? typename Map::mapped_type{} : found->second;
+}
 
 const PortPointers& FindPortList(const PortsByName& map, const std::string& name) {
   const auto found = map.find(name);
   return found == map.end() ? empty_port_list : found->second;
 }
 
-const ControlledByRecord* FindRecord(const std::string& name, std::uint32_t NameFacts::*fact) {
-  const std::uint32_t position = ProcessCache().names.Find(name, fact);
-  return position == NameFacts::kUnknown ? nullptr : &ProcessCache().controlled_by[position];
+// Takes the next port in port order into what its host hosts.
+void Add(HostedPorts& hosted, const PortEntry& entry) {
+  if (hosted.first == nullptr) hosted.first = hosted.connected = &entry;
+  if (entry.bus < hosted.connected->bus) hosted.connected = &entry;
 }
 
-const PortEntry& PortAt(std::uint32_t position) {
-  return position == NameFacts::kUnknown ? NullPortEntry() : ProcessCache().ports[position];
-}
-
-// Takes the port at that position into what is known of its host.
-void LearnHosted(NameFacts& host, const PortVector& ports, std::size_t position) {
-  const auto port = static_cast<std::uint32_t>(position);
-  if (host.hosted_port == NameFacts::kUnknown) host.hosted_port = host.connected_port = port;
-  if (ports[port].bus < ports[host.connected_port].bus) host.connected_port = port;
-}
-
-// What is known of a host of ports. The table has the names of all devices; for any other host,
-// which the device list does not have, all ports are looked at.
-NameFacts HostFacts(const NameFacts* known, const std::string& name) {
-  if (known != nullptr) return *known;
-  NameFacts facts;
-  const PortVector& ports = GetPortsCache();
-  for (std::size_t position = 0; position < ports.size(); ++position) {
-    if (ports[position].parentName == name) LearnHosted(facts, ports, position);
+HostedPorts FindHosted(const std::string& name) {
+  const TopologyCache& cache = ProcessCache();
+  if (!cache.hosted_ports.empty()) return ValueIn(cache.hosted_ports, name);
+  HostedPorts hosted;
+  for (const PortEntry& entry : cache.ports) {
+    if (entry.parentName == name) Add(hosted, entry);
   }
-  return facts;
+  return hosted;
 }
 
-const PortEntry& ConnectedPort(const NameFacts& host) {
-  if (host.hosted_port == NameFacts::kUnknown) return NullPortEntry();
-  const PortVector& ports = GetPortsCache();
-  const PortEntry& lowest = ports[host.connected_port];
-  syslog(LOG_DEBUG, "FindConnectedPort looking for lowest busid %u", ports[host.hosted_port].bus);
-  syslog(LOG_DEBUG, "FindConnectedPort returning bus %u", lowest.bus);
-  return lowest;
-}
-
-// Makes `position` the fact; answers whether nothing was known before.
-bool Learn(std::uint32_t& fact, std::size_t position) {
-  return std::exchange(fact, static_cast<std::uint32_t>(position)) == NameFacts::kUnknown;
+const PortEntry& OrNullEntry(const PortEntry* entry) {
+  return entry == nullptr ? NullPortEntry() : *entry;
 }
 
 }  // namespace
@@ -72,28 +57,25 @@ void CacheControlledBy() {
     }
     cache.controlled_by.push_back({entry.device, SetClassName(entry.device), &entry});
   }
-  const std::vector<ControlledByRecord>& records = cache.controlled_by;
-  int port_names = 0;
-  std::size_t place = 0;
-  for (std::size_t position = 0; position < records.size(); ++position) {
-    NameFacts& port = cache.names.At(records[position].entry->portName, place);
-    if (Learn(port.port_record, position)) ++port_names;
+  cache.cbPortMap.reserve(cache.controlled_by.size());
+  for (const ControlledByRecord& record : cache.controlled_by) {
+    cache.cbPortMap[record.entry->portName] = &record;
   }
-  int device_names = 0;
-  place = 0;
-  for (std::size_t position = 0; position < records.size(); ++position) {
-    NameFacts& device = cache.names.At(records[position].device->GetName(), place);
-    if (Learn(device.device_record, position)) ++device_names;
+  cache.cbDevMap.reserve(cache.devices.size());
+  for (const ControlledByRecord& record : cache.controlled_by) {
+    cache.cbDevMap[record.device->GetName()] = &record;
   }
-  syslog(LOG_DEBUG, "PCI CB cache idx: cbPortMap=%d cbDevMap=%d", port_names, device_names);
+  syslog(LOG_DEBUG, "PCI CB cache idx: cbPortMap=%d cbDevMap=%d",
+         static_cast<int>(cache.cbPortMap.size()), static_cast<int>(cache.cbDevMap.size()));
 }
 
-void IndexHostedPorts() {
+void IndexHostedPorts() noexcept {
   TopologyCache& cache = ProcessCache();
-  std::size_t place = 0;
-  for (std::size_t position = 0; position < cache.ports.size(); ++position) {
-    NameFacts* host = cache.names.Find(cache.ports[position].parentName, place);
-    if (host != nullptr) LearnHosted(*host, cache.ports, position);
+  try {
+    cache.hosted_ports.reserve(cache.devices.size());
+    for (const PortEntry& entry : cache.ports) Add(cache.hosted_ports[entry.parentName], entry);
+  } catch (const std::bad_alloc&) {
+    cache.hosted_ports.clear();
   }
 }
 
@@ -102,11 +84,11 @@ const std::vector<ControlledByRecord>& GetControlledByCache() {
 }
 
 const ControlledByRecord* LookupControlledByPort(const std::string& portName) {
-  return FindRecord(portName, &NameFacts::port_record);
+  return ValueIn(ProcessCache().cbPortMap, portName);
 }
 
 const ControlledByRecord* LookupControlledByDevice(const std::string& deviceName) {
-  return FindRecord(deviceName, &NameFacts::device_record);
+  return ValueIn(ProcessCache().cbDevMap, deviceName);
 }
 
 void AddToMap(const std::string& key, const PortEntry& entry, PortsByName& map) {
@@ -114,15 +96,15 @@ void AddToMap(const std::string& key, const PortEntry& entry, PortsByName& map) 
 }
 
 const PortEntry& FindConnectedPort(const std::string& name) {
-  return ConnectedPort(HostFacts(ProcessCache().names.Find(name), name));
-}
-
-const PortEntry& FindConnectedPort(const std::string& name, std::size_t& place) {
-  return ConnectedPort(HostFacts(ProcessCache().names.Find(name, place), name));
+  const HostedPorts hosted = FindHosted(name);
+  if (hosted.first == nullptr) return NullPortEntry();
+  syslog(LOG_DEBUG, "FindConnectedPort looking for lowest busid %u", hosted.first->bus);
+  syslog(LOG_DEBUG, "FindConnectedPort returning bus %u", hosted.connected->bus);
+  return *hosted.connected;
 }
 
 const PortEntry& FindHostedPort(const std::string& name) {
-  return PortAt(HostFacts(ProcessCache().names.Find(name), name).hosted_port);
+  return OrNullEntry(FindHosted(name).first);
 }
 
 bool FindPortsInGroup(std::uint8_t bus, std::vector<const PciDevice*>& out) {
@@ -134,13 +116,13 @@ bool FindPortsInGroup(std::uint8_t bus, std::vector<const PciDevice*>& out) {
 }
 
 const PortPointers& LookupBridgePorts(const std::string& name) {
-  return FindPortList(GetBridgePortsCache(), name);
+  return FindPortList(ProcessCache().bridge_ports, name);
 }
 
 const PortPointers& LookupSwitchPorts(const std::string& name) {
-  return FindPortList(GetSwitchPortsCache(), name);
+  return FindPortList(ProcessCache().switch_ports, name);
 }
 
 const PortEntry& LookupPortByDeviceEntry(const std::string& deviceName) {
-  return PortAt(ProcessCache().names.Find(deviceName, &NameFacts::device_port));
+  return OrNullEntry(ValueIn(ProcessCache().device_ports, deviceName));
 }

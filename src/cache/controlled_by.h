@@ -8,27 +8,20 @@
 #ifndef CACHE_CONTROLLED_BY_H_
 #define CACHE_CONTROLLED_BY_H_
 
-#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
 
+#include "cache/containers.h"
 #include "cache/hostctl.h"
-#include "cache/topology_cache.h"
-
-// One port with its device and the CIM class of that device (static text, see SetClassName).
-struct ControlledByRecord {
-  const HostCtl::Hardware::PciDevice* device = nullptr;
-  const char* className = nullptr;
-  const PortEntry* entry = nullptr;
-};
+#include "cache/port_entry.h"
 
 // Builds the index from the port list. Throws what a device throws; what was filled stays.
 void CacheControlledBy();
 
-// Makes every port known by the device that hosts it, so that the searches by host need not look at
-// all ports. Allocates nothing, hence cannot fail.
-void IndexHostedPorts();
+// Makes the ports known by the device that hosts them, for the two searches by host. Where memory
+// runs short there is no such index, and the searches walk the port list.
+void IndexHostedPorts() noexcept;
 
 // Every record, in port order.
 const std::vector<ControlledByRecord>& GetControlledByCache();
@@ -43,11 +36,8 @@ const ControlledByRecord* LookupControlledByDevice(const std::string& deviceName
 void AddToMap(const std::string& key, const PortEntry& entry, PortsByName& map);
 
 // The port that connects a device upwards: of all ports hosted by `name` (parentName), the first on
-// the lowest bus; else the null port entry. Linear in the ports for a name that is no device's.
+// the lowest bus; else the null port entry.
 const PortEntry& FindConnectedPort(const std::string& name);
-// The same in a walk through the device list, where it is cheaper. `place` goes from one search to
-// the next, from 0.
-const PortEntry& FindConnectedPort(const std::string& name, std::size_t& place);
 
 // The first of all ports hosted by `name`, or the null port entry.
 const PortEntry& FindHostedPort(const std::string& name);

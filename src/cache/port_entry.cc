@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "cache/classification.h"
-#include "cache/topology_cache.h"
 
 using HostCtl::Hardware::PciDevice;
 
@@ -67,22 +66,4 @@ void MakePortEntryfromDevice(const PciDevice* device, std::vector<PortEntry>& po
     case PortKind::kEndpoint: return MakePCIEndpointPortTRef(device, ports);
     case PortKind::kNone: return;
   }
-}
-
-void BuildPortDefs(std::vector<PortEntry>& ports) {
-  constexpr std::size_t kSpareEntries = 20;
-  ports.reserve(GetDevicesCache().size() + kSpareEntries);
-  for (const auto& device : GetDevicesCache()) {
-    device->GetName();  // the name is not needed; a device that cannot even say it fails here first
-    MakePortEntryfromDevice(device.get(), ports);
-  }
-}
-
-std::string BuildPortFromDevice(const std::string& deviceName) {
-  std::vector<PortEntry> ports;
-  ports.reserve(2);
-  const PciDevice* device = LookupDevice(deviceName);
-  if (device == nullptr) return {};
-  MakePortEntryfromDevice(device, ports);
-  return ports.empty() ? std::string() : ports.front().portName;
 }

@@ -10,8 +10,7 @@
 //   any other bridge                         none
 //   anything else                            N-ep             N
 //
-// Thread rule: no state of its own; BuildPortDefs runs inside the once-only cache build, everything
-// else may run on any thread afterwards.
+// Thread rule: no state; every call asks the device afresh and may run on any thread.
 // Errors: HostCtl::Lib::HostCtlException of a device passes to the caller; entries appended before
 // it stay.
 
@@ -57,12 +56,5 @@ void MakePCIEndpointPortTRef(const HostCtl::Hardware::PciDevice* device,
 // Appends the entries of the device, of whatever kind it is, to `ports`.
 void MakePortEntryfromDevice(const HostCtl::Hardware::PciDevice* device,
                              std::vector<PortEntry>& ports);
-
-// Appends the entries of every cached device, in the order of the device list, to `ports`.
-void BuildPortDefs(std::vector<PortEntry>& ports);
-
-// The portName of the first entry that the named device gets; empty when the device is unknown or
-// has no ports. Derived afresh from the device; the cache stays as it is.
-std::string BuildPortFromDevice(const std::string& deviceName);
 
 #endif  // CACHE_PORT_ENTRY_H_

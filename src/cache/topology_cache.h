@@ -11,25 +11,21 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <set>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
+#include "cache/containers.h"
 #include "cache/hostctl.h"
 #include "cache/port_entry.h"
-
-using DeviceVector = std::vector<std::unique_ptr<HostCtl::Hardware::PciDevice>>;
-using PortVector = std::vector<PortEntry>;
-using PortPointers = std::vector<const PortEntry*>;
-using PortsByName = std::unordered_map<std::string, PortPointers>;
 
 // What LookupDevice finds: the name and the device's position in the device list.
 struct DeviceIndexEntry {
   std::string name;
   std::size_t position = 0;
 };
+
+// --- The build (cache_build.cc) ------------------------------------------------------------------
 
 // Builds the cache unless it is built. Throws what the host throws while its system name is
 // fetched; the cache then counts as not built and the next call tries again. Any other failure is
@@ -41,6 +37,12 @@ void GetPCIData();
 
 // Fetches the host's system name and stores it in lower case.
 void PCICacheSystemName();
+
+// Appends the ports of every cached device, in the order of the device list, to `ports`. Throws
+// what a device throws; ports appended before it stay.
+void BuildPortDefs(std::vector<PortEntry>& ports);
+
+// --- What was built ------------------------------------------------------------------------------
 
 // The system name, null-terminated; empty before the build.
 const char* PciGetSystemName();
@@ -75,8 +77,9 @@ bool LookupPort(const std::string& portName, const HostCtl::Hardware::PciDevice*
 // The port of that name, or the null port entry (null device, empty strings).
 const PortEntry& LookupPortEntry(const std::string& portName);
 
-// Whether there is a port of that name. Cheap where one name is asked for several times in a row,
-// or names come in the order of the port list; `place` goes from one question to the next, from 0.
-bool IsPortName(const std::string& name, std::size_t& place);
+// The portName of the first port that the named device gets; empty when the device is unknown or
+// has no ports. Derived afresh from the device, and throws what the device throws; the cache stays
+// as it is.
+std::string BuildPortFromDevice(const std::string& deviceName);
 
 #endif  // CACHE_TOPOLOGY_CACHE_H_

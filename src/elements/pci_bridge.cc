@@ -1,4 +1,7 @@
-#include "elements/pci_bridge.h"
+// The provider of "Ostrel_PCIBridge": one instance per bridge of the topology cache's bridge list.
+//
+// Thread rule: reads the topology cache and the devices; may run on any thread.
+// Errors: HostCtl::Lib::HostCtlException of a device leaves the operation, nothing is caught.
 
 #include <cstdint>
 #include <string>
@@ -8,6 +11,7 @@
 #include "elements/pci_device.h"
 #include "frame/object_paths.h"
 #include "frame/registration.h"
+#include "platform/ostint/cmpi_base_mi.h"
 #include "platform/ostint/cmpi_data.h"
 
 using HostCtl::Hardware::PciDevice;
@@ -16,8 +20,6 @@ using ostInt::CmpiInstance;
 using ostInt::CmpiObjectPath;
 using ostInt::CmpiResult;
 using ostInt::CmpiStatus;
-
-OSTREL_REGISTER_INSTANCE_PROVIDER(PCIBridge);
 
 namespace {
 
@@ -42,35 +44,42 @@ void ForEachBridge(Visit visit) {
 
 }  // namespace
 
-PCIBridge::PCIBridge(const ostInt::CmpiBroker& broker, const CmpiContext& context)
-    : CmpiBaseMI(broker, context), CmpiInstanceMI(broker, context) {
-  LoadCache();
-}
+class PCIBridge : virtual public ostInt::CmpiInstanceMI {
+ public:
+  PCIBridge(const ostInt::CmpiBroker& broker, const CmpiContext& context)
+      : CmpiBaseMI(broker, context), CmpiInstanceMI(broker, context) {
+    LoadCache();
+  }
 
-CmpiStatus PCIBridge::enumInstanceNames(const CmpiContext& /*context*/, CmpiResult& result,
-                                        const CmpiObjectPath& /*path*/) {
-  ForEachBridge(
-      [&](const PciDevice* /*device*/, const CmpiObjectPath& path) { result.returnData(path); });
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus enumInstanceNames(const CmpiContext& /*context*/, CmpiResult& result,
+                               const CmpiObjectPath& /*path*/) override {
+    ForEachBridge(
+        [&](const PciDevice* /*device*/, const CmpiObjectPath& path) { result.returnData(path); });
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
 
-CmpiStatus PCIBridge::enumInstances(const CmpiContext& /*context*/, CmpiResult& result,
-                                    const CmpiObjectPath& /*path*/, const char** properties) {
-  ForEachBridge([&](const PciDevice* device, const CmpiObjectPath& path) {
-    result.returnData(MakeBridge(device, path, properties));
-  });
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus enumInstances(const CmpiContext& /*context*/, CmpiResult& result,
+                           const CmpiObjectPath& /*path*/, const char** properties) override {
+    ForEachBridge([&](const PciDevice* device, const CmpiObjectPath& path) {
+      result.returnData(MakeBridge(device, path, properties));
+    });
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
 
-CmpiStatus PCIBridge::getInstance(const CmpiContext& /*context*/, CmpiResult& result,
-                                  const CmpiObjectPath& path, const char** properties) {
-  const std::string identifier = DeviceIdOf(path);
-  if (identifier.empty()) return CMPI_RC_ERR_NOT_FOUND;
-  const PciDevice* device = LookupDevice(identifier);
-  if (device == nullptr) return CMPI_RC_OK;
-  if (!IsBridge(device)) return CMPI_RC_ERR_NOT_FOUND;
-  result.returnData(MakeBridge(device, MakeElementRef(device, kBridgeClass), properties));
-  return CMPI_RC_OK;
-}
+  // Never calls returnDone(), and refuses devices that are no bridges, unlike the provider of
+  // plain devices (both intended).
+  CmpiStatus getInstance(const CmpiContext& /*context*/, CmpiResult& result,
+                         const CmpiObjectPath& path, const char** properties) override {
+    const std::string identifier = DeviceIdOf(path);
+    if (identifier.empty()) return CMPI_RC_ERR_NOT_FOUND;
+    const PciDevice* device = LookupDevice(identifier);
+    if (device == nullptr) return CMPI_RC_OK;
+    if (!IsBridge(device)) return CMPI_RC_ERR_NOT_FOUND;
+    result.returnData(MakeBridge(device, MakeElementRef(device, kBridgeClass), properties));
+    return CMPI_RC_OK;
+  }
+};
+
+OSTREL_REGISTER_INSTANCE_PROVIDER(PCIBridge);

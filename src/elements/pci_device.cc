@@ -8,6 +8,7 @@
 
 #include "frame/header_constants.h"
 #include "frame/registration.h"
+#include "platform/ostint/cmpi_base_mi.h"
 #include "platform/ostint/cmpi_data.h"
 
 using HostCtl::Hardware::PciDevice;
@@ -17,8 +18,6 @@ using ostInt::CmpiInstance;
 using ostInt::CmpiObjectPath;
 using ostInt::CmpiResult;
 using ostInt::CmpiStatus;
-
-OSTREL_REGISTER_INSTANCE_PROVIDER(PCIDevice);
 
 namespace {
 
@@ -108,38 +107,43 @@ void DeviceListRef(CmpiResult& result) {
   });
 }
 
-PCIDevice::PCIDevice(const ostInt::CmpiBroker& broker, const CmpiContext& context)
-    : CmpiBaseMI(broker, context), CmpiInstanceMI(broker, context) {
-  LoadCache();
-}
-
-CmpiStatus PCIDevice::enumInstanceNames(const CmpiContext& /*context*/, CmpiResult& result,
-                                        const CmpiObjectPath& /*path*/) {
-  DeviceListRef(result);
-  result.returnDone();
-  return CMPI_RC_OK;
-}
-
-CmpiStatus PCIDevice::enumInstances(const CmpiContext& /*context*/, CmpiResult& result,
-                                    const CmpiObjectPath& /*path*/, const char** properties) {
-  DeviceList(result, properties);
-  result.returnDone();
-  return CMPI_RC_OK;
-}
-
-CmpiStatus PCIDevice::getInstance(const CmpiContext& /*context*/, CmpiResult& result,
-                                  const CmpiObjectPath& path, const char** properties) {
-  try {
-    const std::string identifier = DeviceIdOf(path);
-    if (identifier.empty()) return CMPI_RC_ERR_NOT_FOUND;
-    // Whatever the device is, it is answered as a plain device (intended).
-    if (const PciDevice* device = LookupDevice(identifier)) {
-      result.returnData(MakeDevice(device, MakeElementRef(device, kDeviceClass), properties));
-    }
-  } catch (const HostCtl::Lib::HostCtlException& error) {
-    syslog(LOG_ERR, "enumInstance request to retrieve PCI information failed,error %s",
-           error.message.c_str());
+class PCIDevice : virtual public ostInt::CmpiInstanceMI {
+ public:
+  PCIDevice(const ostInt::CmpiBroker& broker, const CmpiContext& context)
+      : CmpiBaseMI(broker, context), CmpiInstanceMI(broker, context) {
+    LoadCache();
   }
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+
+  CmpiStatus enumInstanceNames(const CmpiContext& /*context*/, CmpiResult& result,
+                               const CmpiObjectPath& /*path*/) override {
+    DeviceListRef(result);
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
+
+  CmpiStatus enumInstances(const CmpiContext& /*context*/, CmpiResult& result,
+                           const CmpiObjectPath& /*path*/, const char** properties) override {
+    DeviceList(result, properties);
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
+
+  CmpiStatus getInstance(const CmpiContext& /*context*/, CmpiResult& result,
+                         const CmpiObjectPath& path, const char** properties) override {
+    try {
+      const std::string identifier = DeviceIdOf(path);
+      if (identifier.empty()) return CMPI_RC_ERR_NOT_FOUND;
+      // Whatever the device is, it is answered as a plain device (intended).
+      if (const PciDevice* device = LookupDevice(identifier)) {
+        result.returnData(MakeDevice(device, MakeElementRef(device, kDeviceClass), properties));
+      }
+    } catch (const HostCtl::Lib::HostCtlException& error) {
+      syslog(LOG_ERR, "enumInstance request to retrieve PCI information failed,error %s",
+             error.message.c_str());
+    }
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
+};
+
+OSTREL_REGISTER_INSTANCE_PROVIDER(PCIDevice);

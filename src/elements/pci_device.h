@@ -14,22 +14,8 @@
 #include "cache/hostctl.h"
 #include "cache/topology_cache.h"
 #include "frame/object_paths.h"
-#include "platform/ostint/cmpi_base_mi.h"
-
-class PCIDevice : virtual public ostInt::CmpiInstanceMI {
- public:
-  PCIDevice(const ostInt::CmpiBroker& broker, const ostInt::CmpiContext& context);
-
-  ostInt::CmpiStatus enumInstanceNames(const ostInt::CmpiContext& context,
-                                       ostInt::CmpiResult& result,
-                                       const ostInt::CmpiObjectPath& path) override;
-  ostInt::CmpiStatus enumInstances(const ostInt::CmpiContext& context, ostInt::CmpiResult& result,
-                                   const ostInt::CmpiObjectPath& path,
-                                   const char** properties) override;
-  ostInt::CmpiStatus getInstance(const ostInt::CmpiContext& context, ostInt::CmpiResult& result,
-                                 const ostInt::CmpiObjectPath& path,
-                                 const char** properties) override;
-};
+#include "platform/ostint/cmpi_broker.h"
+#include "platform/ostint/cmpi_object.h"
 
 // The vendor's name and the device's, which open the "ElementName" of devices and ports.
 std::string ProductName(const HostCtl::Hardware::PciDevice* device);

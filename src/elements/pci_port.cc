@@ -3,16 +3,15 @@
 #include <syslog.h>
 
 #include <memory>
-#include <string_view>
 
 #include "cache/classification.h"
 #include "cache/controlled_by.h"
 #include "cache/topology_cache.h"
 #include "elements/pci_device.h"
 #include "frame/header_constants.h"
-#include "frame/joined_text.h"
 #include "frame/object_paths.h"
 #include "frame/registration.h"
+#include "platform/ostint/cmpi_base_mi.h"
 #include "platform/ostint/cmpi_data.h"
 
 using HostCtl::Hardware::PciDevice;
@@ -21,8 +20,6 @@ using ostInt::CmpiInstance;
 using ostInt::CmpiObjectPath;
 using ostInt::CmpiResult;
 using ostInt::CmpiStatus;
-
-OSTREL_REGISTER_INSTANCE_PROVIDER(PCIPort);
 
 namespace {
 
@@ -33,10 +30,9 @@ void ReturnPort(CmpiResult& result, const char** properties, const std::string& 
   result.returnData(MakePCIPort(properties, name, controller.c_str(), device, type, bus));
 }
 
-// Returns the path of a device's port, whose name is the device's and a suffix.
-void ReturnPortRef(CmpiResult& result, const std::string& device_name, std::string_view suffix) {
+void ReturnPortRef(CmpiResult& result, const std::string& name) {
   const ostInt::CmpiElementScope scope;
-  result.returnData(MakePCIPortRef(JoinedText(device_name, suffix).c_str()));
+  result.returnData(MakePCIPortRef(name));
 }
 
 PCIPortType EndpointPortType(const PciDevice* device) {
@@ -57,11 +53,11 @@ PCIPortType SecondaryPortType(std::uint8_t subclass) {
 
 // Calls emit(identifier, subclass) for a bridge that has ports and is met for the first time.
 template <typename Emit>
-void OncePerBridge(const PciDevice* device, SeenBridges& seen, Emit emit) {
+void OncePerBridge(const PciDevice* device, std::set<std::string>& seen, Emit emit) {
   const std::uint16_t class_code = device->GetClassCode();
   if (!IsBridgeWithPorts(class_code)) return;
   const std::string name = device->GetName();
-  if (seen.IsFirstSight(name)) emit(name, SubClass(class_code));
+  if (seen.insert(name).second) emit(name, SubClass(class_code));
 }
 
 // Calls emit(device) for the first port entry that the path's "DeviceID" hosts.
@@ -101,24 +97,17 @@ void ForEachSwitchPort(const char* caller, const CmpiObjectPath& path, Emit emit
 // What the walks do with a device: return its port instances, or the paths of its ports. Each
 // carries the one seen set of its walk.
 auto InstanceEmitter(CmpiResult& result, const char** properties) {
-  return [&result, properties, seen = SeenBridges()](const PciDevice* device) mutable {
+  return [&result, properties, seen = std::set<std::string>()](const PciDevice* device) mutable {
     MakePortsForDevice(device, result, seen, properties);
   };
 }
 auto PathEmitter(CmpiResult& result) {
-  return [&result, seen = SeenBridges()](const PciDevice* device) mutable {
+  return [&result, seen = std::set<std::string>()](const PciDevice* device) mutable {
     MakePortsForDeviceRef(device, seen, result);
   };
 }
 
 }  // namespace
-
-bool SeenBridges::IsFirstSight(const std::string& name) {
-  if (!names_.empty() && *names_.rbegin() == name) return false;
-  const std::size_t before = names_.size();
-  names_.insert(names_.end(), name);
-  return names_.size() > before;
-}
 
 CmpiInstance MakePCIPort(const char** properties, const std::string& portName,
                          const char* controller, const PciDevice* device, PCIPortType type,
@@ -147,7 +136,7 @@ void MakePCIeUpstreamPort(const PciDevice* device, CmpiResult& result, const cha
 }
 
 void MakePCIeUpstreamPortRef(const PciDevice* device, CmpiResult& result) {
-  ReturnPortRef(result, device->GetName(), kUpstreamSuffix);
+  ReturnPortRef(result, device->GetName() + kUpstreamSuffix);
 }
 
 void MakePCIeDownstreamPort(const PciDevice* device, CmpiResult& result, const char** properties) {
@@ -160,7 +149,7 @@ void MakePCIeDownstreamPort(const PciDevice* device, CmpiResult& result, const c
 }
 
 void MakePCIeDownstreamPortRef(const PciDevice* device, CmpiResult& result) {
-  ReturnPortRef(result, device->GetName(), kEndpointSuffix);  // parent or not: intended
+  ReturnPortRef(result, device->GetName() + kEndpointSuffix);  // parent or not: intended
 }
 
 void MakePCIEndpointPort(const PciDevice* device, CmpiResult& result, const char** properties) {
@@ -170,10 +159,10 @@ void MakePCIEndpointPort(const PciDevice* device, CmpiResult& result, const char
 }
 
 void MakePCIEndpointPortRef(const PciDevice* device, CmpiResult& result) {
-  ReturnPortRef(result, device->GetName(), kEndpointSuffix);
+  ReturnPortRef(result, device->GetName() + kEndpointSuffix);
 }
 
-void MakePCIBridgePorts(const PciDevice* device, CmpiResult& result, SeenBridges& seen,
+void MakePCIBridgePorts(const PciDevice* device, CmpiResult& result, std::set<std::string>& seen,
                         const char** properties) {
   OncePerBridge(device, seen, [&](const std::string& name, std::uint8_t subclass) {
     ReturnPort(result, properties, name + kPrimarySuffix, name, device, PrimaryPortType(subclass),
@@ -184,14 +173,15 @@ void MakePCIBridgePorts(const PciDevice* device, CmpiResult& result, SeenBridges
   });
 }
 
-void MakePCIBridgePortsRef(const PciDevice* device, SeenBridges& seen, CmpiResult& result) {
+void MakePCIBridgePortsRef(const PciDevice* device, std::set<std::string>& seen,
+                           CmpiResult& result) {
   OncePerBridge(device, seen, [&](const std::string& name, std::uint8_t /*subclass*/) {
-    ReturnPortRef(result, name, kPrimarySuffix);
-    ReturnPortRef(result, name, kSecondarySuffix);
+    ReturnPortRef(result, name + kPrimarySuffix);
+    ReturnPortRef(result, name + kSecondarySuffix);
   });
 }
 
-void MakePortsForDevice(const PciDevice* device, CmpiResult& result, SeenBridges& seen,
+void MakePortsForDevice(const PciDevice* device, CmpiResult& result, std::set<std::string>& seen,
                         const char** properties) {
   if (device == nullptr) return;
   switch (ClassifyPorts(device)) {
@@ -203,7 +193,8 @@ void MakePortsForDevice(const PciDevice* device, CmpiResult& result, SeenBridges
   }
 }
 
-void MakePortsForDeviceRef(const PciDevice* device, SeenBridges& seen, CmpiResult& result) {
+void MakePortsForDeviceRef(const PciDevice* device, std::set<std::string>& seen,
+                           CmpiResult& result) {
   if (device == nullptr) {
     syslog(LOG_CRIT, "ignoring null device");  // the instance form is silent: intended
     return;
@@ -251,31 +242,37 @@ void ListSwitchPortsRef(const CmpiObjectPath& path, CmpiResult& result) {
   ForEachSwitchPort("ListSwitchPortsRef", path, PathEmitter(result));
 }
 
-PCIPort::PCIPort(const ostInt::CmpiBroker& broker, const CmpiContext& context)
-    : CmpiBaseMI(broker, context), CmpiInstanceMI(broker, context) {
-  LoadCache();
-}
+class PCIPort : virtual public ostInt::CmpiInstanceMI {
+ public:
+  PCIPort(const ostInt::CmpiBroker& broker, const CmpiContext& context)
+      : CmpiBaseMI(broker, context), CmpiInstanceMI(broker, context) {
+    LoadCache();
+  }
 
-CmpiStatus PCIPort::enumInstanceNames(const CmpiContext& /*context*/, CmpiResult& result,
-                                      const CmpiObjectPath& /*path*/) {
-  PortListRef(result);
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus enumInstanceNames(const CmpiContext& /*context*/, CmpiResult& result,
+                               const CmpiObjectPath& /*path*/) override {
+    PortListRef(result);
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
 
-CmpiStatus PCIPort::enumInstances(const CmpiContext& /*context*/, CmpiResult& result,
-                                  const CmpiObjectPath& /*path*/, const char** properties) {
-  PortList(result, properties);
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  CmpiStatus enumInstances(const CmpiContext& /*context*/, CmpiResult& result,
+                           const CmpiObjectPath& /*path*/, const char** properties) override {
+    PortList(result, properties);
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
 
-CmpiStatus PCIPort::getInstance(const CmpiContext& /*context*/, CmpiResult& result,
-                                const CmpiObjectPath& path, const char** properties) {
-  const std::string name = DeviceIdOf(path);
-  if (name.empty()) return CMPI_RC_ERR_NOT_FOUND;
-  const PciDevice* device = nullptr;
-  if (LookupPort(name, device)) InstanceEmitter(result, properties)(device);
-  result.returnDone();
-  return CMPI_RC_OK;
-}
+  // Returns all ports of the device that the named port belongs to: both of a bridge's (intended).
+  CmpiStatus getInstance(const CmpiContext& /*context*/, CmpiResult& result,
+                         const CmpiObjectPath& path, const char** properties) override {
+    const std::string name = DeviceIdOf(path);
+    if (name.empty()) return CMPI_RC_ERR_NOT_FOUND;
+    const PciDevice* device = nullptr;
+    if (LookupPort(name, device)) InstanceEmitter(result, properties)(device);
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
+};
+
+OSTREL_REGISTER_INSTANCE_PROVIDER(PCIPort);

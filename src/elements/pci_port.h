@@ -13,46 +13,18 @@
 #define ELEMENTS_PCI_PORT_H_
 
 #include <cstdint>
-#include <memory_resource>
 #include <set>
 #include <string>
 
 #include "cache/hostctl.h"
-#include "platform/ostint/cmpi_base_mi.h"
+#include "platform/ostint/cmpi_broker.h"
+#include "platform/ostint/cmpi_object.h"
 
 // Values of "PortType" (CIM_PCIPort.PortType, CIM schema).
 enum PCIPortType : std::uint16_t {
   PCIPortTypePCI = 150,
   PCIPortTypePCIX = 151,
   PCIPortTypePCIe = 152,
-};
-
-// The seen set of one walk. It only grows, and takes its memory in few large pieces.
-class SeenBridges {
- public:
-  // Whether the bridge was not seen before; from now on it is. Bridges mostly come in the order of
-  // their names, and each twice in a row, once per port: then neither is a search.
-  bool IsFirstSight(const std::string& name);
-
- private:
-  std::pmr::monotonic_buffer_resource memory_;
-  std::pmr::set<std::string> names_{&memory_};
-};
-
-class PCIPort : virtual public ostInt::CmpiInstanceMI {
- public:
-  PCIPort(const ostInt::CmpiBroker& broker, const ostInt::CmpiContext& context);
-
-  ostInt::CmpiStatus enumInstanceNames(const ostInt::CmpiContext& context,
-                                       ostInt::CmpiResult& result,
-                                       const ostInt::CmpiObjectPath& path) override;
-  ostInt::CmpiStatus enumInstances(const ostInt::CmpiContext& context, ostInt::CmpiResult& result,
-                                   const ostInt::CmpiObjectPath& path,
-                                   const char** properties) override;
-  // Returns all ports of the device that the named port belongs to: both of a bridge's (intended).
-  ostInt::CmpiStatus getInstance(const ostInt::CmpiContext& context, ostInt::CmpiResult& result,
-                                 const ostInt::CmpiObjectPath& path,
-                                 const char** properties) override;
 };
 
 // One port instance of `device`, controlled by the device with the identifier `controller`. `bus`
@@ -81,14 +53,14 @@ void MakePCIEndpointPortRef(const HostCtl::Hardware::PciDevice* device, ostInt::
 
 // The "-pri", then the "-sec" port of a bridge, once per seen set; none for a bridge without ports.
 void MakePCIBridgePorts(const HostCtl::Hardware::PciDevice* device, ostInt::CmpiResult& result,
-                        SeenBridges& seen, const char** properties);
-void MakePCIBridgePortsRef(const HostCtl::Hardware::PciDevice* device, SeenBridges& seen,
+                        std::set<std::string>& seen, const char** properties);
+void MakePCIBridgePortsRef(const HostCtl::Hardware::PciDevice* device, std::set<std::string>& seen,
                            ostInt::CmpiResult& result);
 
 // The ports of a device of whatever kind; none for a null device.
 void MakePortsForDevice(const HostCtl::Hardware::PciDevice* device, ostInt::CmpiResult& result,
-                        SeenBridges& seen, const char** properties);
-void MakePortsForDeviceRef(const HostCtl::Hardware::PciDevice* device, SeenBridges& seen,
+                        std::set<std::string>& seen, const char** properties);
+void MakePortsForDeviceRef(const HostCtl::Hardware::PciDevice* device, std::set<std::string>& seen,
                            ostInt::CmpiResult& result);
 
 // All ports of the host, in the order of the port list.

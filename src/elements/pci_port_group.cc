@@ -1,16 +1,13 @@
 #include "elements/pci_port_group.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <cstdlib>
 #include <string>
-#include <string_view>
 
 #include "cache/topology_cache.h"
-#include "frame/joined_text.h"
 #include "frame/object_paths.h"
 #include "frame/registration.h"
+#include "platform/ostint/cmpi_base_mi.h"
 #include "platform/ostint/cmpi_data.h"
 
 using ostInt::CmpiContext;
@@ -19,21 +16,7 @@ using ostInt::CmpiObjectPath;
 using ostInt::CmpiResult;
 using ostInt::CmpiStatus;
 
-OSTREL_REGISTER_INSTANCE_PROVIDER(PCIPortGroup);
-
 namespace {
-
-// The bus in decimal.
-class BusNumber {
- public:
-  explicit BusNumber(std::uint8_t bus)
-      : end_(std::to_chars(digits_.begin(), digits_.end(), bus).ptr) {}
-  operator std::string_view() const { return {digits_.begin(), end_}; }  // NOLINT: as text
-
- private:
-  std::array<char, 3> digits_;
-  const char* end_;
-};
 
 void ReturnPortGroup(CmpiResult& result, std::uint8_t bus, const char** properties) {
   CmpiInstance group = MakePortGroup(bus, properties);
@@ -56,7 +39,7 @@ CmpiStatus ForEachGroup(CmpiResult& result, Emit emit) {
 
 CmpiObjectPath MakePortGroupRef(std::uint8_t bus) {
   CmpiObjectPath path(kNameSpace, kPortGroupClass);
-  path.setKey("InstanceID", JoinedText("Ostrel:bus-", BusNumber(bus)).c_str());
+  path.setKey("InstanceID", ("Ostrel:bus-" + std::to_string(bus)).c_str());
   return path;
 }
 
@@ -64,7 +47,7 @@ CmpiInstance MakePortGroup(std::uint8_t bus, const char** /*properties*/) {
   CmpiInstance group(MakePortGroupRef(bus));
   group.setProperty("BusNumber", bus);
   group.setProperty("ElementName",
-                    JoinedText("PCI port group with bus number ", BusNumber(bus)).c_str());
+                    ("PCI port group with bus number " + std::to_string(bus)).c_str());
   return group;
 }
 
@@ -100,22 +83,27 @@ CmpiStatus GetRelatedPortGroup(CmpiResult& result, const CmpiObjectPath& path,
   return found ? CMPI_RC_OK : CMPI_RC_ERR_NOT_FOUND;
 }
 
-PCIPortGroup::PCIPortGroup(const ostInt::CmpiBroker& broker, const CmpiContext& context)
-    : CmpiBaseMI(broker, context), CmpiInstanceMI(broker, context) {
-  LoadCache();
-}
+class PCIPortGroup : virtual public ostInt::CmpiInstanceMI {
+ public:
+  PCIPortGroup(const ostInt::CmpiBroker& broker, const CmpiContext& context)
+      : CmpiBaseMI(broker, context), CmpiInstanceMI(broker, context) {
+    LoadCache();
+  }
 
-CmpiStatus PCIPortGroup::enumInstanceNames(const CmpiContext& /*context*/, CmpiResult& result,
-                                           const CmpiObjectPath& path) {
-  return ListPortGroupRefs(result, path);
-}
+  CmpiStatus enumInstanceNames(const CmpiContext& /*context*/, CmpiResult& result,
+                               const CmpiObjectPath& path) override {
+    return ListPortGroupRefs(result, path);
+  }
 
-CmpiStatus PCIPortGroup::enumInstances(const CmpiContext& /*context*/, CmpiResult& result,
-                                       const CmpiObjectPath& path, const char** properties) {
-  return ListPortGroups(result, path, properties);
-}
+  CmpiStatus enumInstances(const CmpiContext& /*context*/, CmpiResult& result,
+                           const CmpiObjectPath& path, const char** properties) override {
+    return ListPortGroups(result, path, properties);
+  }
 
-CmpiStatus PCIPortGroup::getInstance(const CmpiContext& /*context*/, CmpiResult& result,
-                                     const CmpiObjectPath& path, const char** properties) {
-  return GetRelatedPortGroup(result, path, properties);
-}
+  CmpiStatus getInstance(const CmpiContext& /*context*/, CmpiResult& result,
+                         const CmpiObjectPath& path, const char** properties) override {
+    return GetRelatedPortGroup(result, path, properties);
+  }
+};
+
+OSTREL_REGISTER_INSTANCE_PROVIDER(PCIPortGroup);

@@ -11,22 +11,9 @@
 
 #include <cstdint>
 
-#include "platform/ostint/cmpi_base_mi.h"
-
-class PCIPortGroup : virtual public ostInt::CmpiInstanceMI {
- public:
-  PCIPortGroup(const ostInt::CmpiBroker& broker, const ostInt::CmpiContext& context);
-
-  ostInt::CmpiStatus enumInstanceNames(const ostInt::CmpiContext& context,
-                                       ostInt::CmpiResult& result,
-                                       const ostInt::CmpiObjectPath& path) override;
-  ostInt::CmpiStatus enumInstances(const ostInt::CmpiContext& context, ostInt::CmpiResult& result,
-                                   const ostInt::CmpiObjectPath& path,
-                                   const char** properties) override;
-  ostInt::CmpiStatus getInstance(const ostInt::CmpiContext& context, ostInt::CmpiResult& result,
-                                 const ostInt::CmpiObjectPath& path,
-                                 const char** properties) override;
-};
+#include "platform/ostint/cmpi_broker.h"
+#include "platform/ostint/cmpi_object.h"
+#include "platform/ostint/cmpi_status.h"
 
 // The path of the group of a bus.
 ostInt::CmpiObjectPath MakePortGroupRef(std::uint8_t bus);

@@ -10,6 +10,7 @@
 #include "frame/header_constants.h"
 #include "frame/object_paths.h"
 #include "frame/registration.h"
+#include "platform/ostint/cmpi_base_mi.h"
 #include "platform/ostint/cmpi_data.h"
 
 using HostCtl::Hardware::PciDevice;
@@ -19,8 +20,6 @@ using ostInt::CmpiInstance;
 using ostInt::CmpiObjectPath;
 using ostInt::CmpiResult;
 using ostInt::CmpiStatus;
-
-OSTREL_REGISTER_INSTANCE_PROVIDER(PCIeSwitch);
 
 namespace {
 
@@ -72,39 +71,45 @@ std::uint16_t DownstreamPortsCount(const PciDevice* device) {
   return count;
 }
 
-PCIeSwitch::PCIeSwitch(const ostInt::CmpiBroker& broker, const CmpiContext& context)
-    : CmpiBaseMI(broker, context), CmpiInstanceMI(broker, context) {
-  LoadCache();
-}
-
-CmpiStatus PCIeSwitch::enumInstanceNames(const CmpiContext& /*context*/, CmpiResult& result,
-                                         const CmpiObjectPath& /*path*/) {
-  ForEachSwitch(
-      [&](const PciDevice* /*device*/, const CmpiObjectPath& path) { result.returnData(path); });
-  result.returnDone();
-  return CMPI_RC_OK;
-}
-
-CmpiStatus PCIeSwitch::enumInstances(const CmpiContext& /*context*/, CmpiResult& result,
-                                     const CmpiObjectPath& /*path*/, const char** properties) {
-  ForEachSwitch([&](const PciDevice* device, const CmpiObjectPath& path) {
-    result.returnData(MakeSwitch(device, path, properties));
-  });
-  result.returnDone();
-  return CMPI_RC_OK;
-}
-
-CmpiStatus PCIeSwitch::getInstance(const CmpiContext& /*context*/, CmpiResult& result,
-                                   const CmpiObjectPath& path, const char** properties) {
-  try {
-    const std::string identifier = DeviceIdOf(path);
-    if (identifier.empty()) return CMPI_RC_ERR_NOT_FOUND;
-    const PciDevice* device = LookupDevice(identifier);
-    if (device == nullptr) return CMPI_RC_OK;
-    result.returnData(MakeSwitch(device, MakeElementRef(device, kSwitchClass), properties));
-  } catch (const HostCtlException& error) {
-    syslog(LOG_ERR, "enumInstance request to retrieve PCI information failed,error %s",
-           error.message.c_str());
+class PCIeSwitch : virtual public ostInt::CmpiInstanceMI {
+ public:
+  PCIeSwitch(const ostInt::CmpiBroker& broker, const CmpiContext& context)
+      : CmpiBaseMI(broker, context), CmpiInstanceMI(broker, context) {
+    LoadCache();
   }
-  return CMPI_RC_OK;
-}
+
+  CmpiStatus enumInstanceNames(const CmpiContext& /*context*/, CmpiResult& result,
+                               const CmpiObjectPath& /*path*/) override {
+    ForEachSwitch(
+        [&](const PciDevice* /*device*/, const CmpiObjectPath& path) { result.returnData(path); });
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
+
+  CmpiStatus enumInstances(const CmpiContext& /*context*/, CmpiResult& result,
+                           const CmpiObjectPath& /*path*/, const char** properties) override {
+    ForEachSwitch([&](const PciDevice* device, const CmpiObjectPath& path) {
+      result.returnData(MakeSwitch(device, path, properties));
+    });
+    result.returnDone();
+    return CMPI_RC_OK;
+  }
+
+  // Answers any device as a switch and never calls returnDone() (both intended).
+  CmpiStatus getInstance(const CmpiContext& /*context*/, CmpiResult& result,
+                         const CmpiObjectPath& path, const char** properties) override {
+    try {
+      const std::string identifier = DeviceIdOf(path);
+      if (identifier.empty()) return CMPI_RC_ERR_NOT_FOUND;
+      const PciDevice* device = LookupDevice(identifier);
+      if (device == nullptr) return CMPI_RC_OK;
+      result.returnData(MakeSwitch(device, MakeElementRef(device, kSwitchClass), properties));
+    } catch (const HostCtlException& error) {
+      syslog(LOG_ERR, "enumInstance request to retrieve PCI information failed,error %s",
+             error.message.c_str());
+    }
+    return CMPI_RC_OK;
+  }
+};
+
+OSTREL_REGISTER_INSTANCE_PROVIDER(PCIeSwitch);

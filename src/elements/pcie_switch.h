@@ -11,23 +11,6 @@
 #include <cstdint>
 
 #include "cache/hostctl.h"
-#include "platform/ostint/cmpi_base_mi.h"
-
-class PCIeSwitch : virtual public ostInt::CmpiInstanceMI {
- public:
-  PCIeSwitch(const ostInt::CmpiBroker& broker, const ostInt::CmpiContext& context);
-
-  ostInt::CmpiStatus enumInstanceNames(const ostInt::CmpiContext& context,
-                                       ostInt::CmpiResult& result,
-                                       const ostInt::CmpiObjectPath& path) override;
-  ostInt::CmpiStatus enumInstances(const ostInt::CmpiContext& context, ostInt::CmpiResult& result,
-                                   const ostInt::CmpiObjectPath& path,
-                                   const char** properties) override;
-  // Answers any device as a switch and never calls returnDone() (both intended).
-  ostInt::CmpiStatus getInstance(const ostInt::CmpiContext& context, ostInt::CmpiResult& result,
-                                 const ostInt::CmpiObjectPath& path,
-                                 const char** properties) override;
-};
 
 // Whether the parent of `device` is `parent`, by identifier. A device that cannot be read is no
 // child; that is logged.

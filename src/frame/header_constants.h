@@ -9,7 +9,7 @@
 
 #include <string>
 
-// NOLINTBEGIN(cert-dcl59-cpp,cert-err58-cpp,google-build-namespaces,cppcoreguidelines-avoid-c-arrays)
+// NOLINTBEGIN(cert-dcl59-cpp)
 namespace {
 
 [[maybe_unused]] const std::string kFlowDirections[4] = {"down", "listen", "advertise", "both"};
@@ -18,6 +18,6 @@ namespace {
 [[maybe_unused]] const std::string kEnabled = "enabled";
 
 }  // namespace
-// NOLINTEND(cert-dcl59-cpp,cert-err58-cpp,google-build-namespaces,cppcoreguidelines-avoid-c-arrays)
+// NOLINTEND(cert-dcl59-cpp)
 
 #endif  // FRAME_HEADER_CONSTANTS_H_

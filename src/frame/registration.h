@@ -60,10 +60,10 @@ struct Factory {
 
 // The provider object of the class, made now if there is none.
 template <typename Provider>
-ostInt::CmpiBaseMI* ObtainProvider(ostInt::CmpiProviderBase& base, const CMPIBroker* broker,
+ostInt::CmpiBaseMI* ObtainProvider(ostInt::CmpiProviderBase& base, const ostInt::CmpiBroker& broker,
                                    const ostInt::CmpiContext& context) {
   if (ostInt::CmpiBaseMI* existing = base.getBaseMI()) return existing;
-  auto provider = std::make_unique<Provider>(ostInt::CmpiBroker(broker), context);
+  auto provider = std::make_unique<Provider>(broker, context);
   ostInt::CmpiBaseMI* object = provider.get();
   object->setProviderBase(&base);
   object->initialize(context);  // its status is nobody's: a factory reports no failure
@@ -76,10 +76,12 @@ template <typename Provider, typename Mi, typename Table, typename Announce>
 Mi* CreateMI(Factory<Mi, Table>& factory, const CMPIBroker* broker, const CMPIContext* context,
              Announce announce) {
   const ostInt::CancellationHold hold;
-  const ostInt::BrokerScope scope(broker);
+  const ostInt::CmpiBroker wrapped_broker(broker);
+  const ostInt::BrokerScope scope(&wrapped_broker);
   const ostInt::CmpiContext wrapped_context(context);
   factory.record.ft = &factory.table;
-  ostInt::CmpiBaseMI* object = ObtainProvider<Provider>(factory.base, broker, wrapped_context);
+  ostInt::CmpiBaseMI* object =
+      ObtainProvider<Provider>(factory.base, wrapped_broker, wrapped_context);
   announce();
   factory.record.hdl = object;
   factory.base.setRecord(&factory.record);

@@ -276,7 +276,7 @@ class Parser {
                       "The hosting system's class too, where no other provider serves it");
     command
         ->add_option("--provider-dir", options.provider_folders,
-                     "Where the object manager looks for providers, if not in its usual folders")
+                     "A folder where the object manager looks for providers, if it does not tell")
         ->allow_extra_args(false)
         ->type_name("DIR");
   }

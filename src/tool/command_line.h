@@ -13,7 +13,7 @@
 
 #include "broker/object_manager.h"
 #include "tool/host_source.h"
-#include "tool/register_command.h"
+#include "tool/managers/register_command.h"
 
 namespace tool {
 

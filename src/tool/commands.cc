@@ -24,9 +24,9 @@
 #include "tool/errors.h"
 #include "tool/json_value.h"
 #include "tool/library_file.h"
+#include "tool/managers/register_command.h"
 #include "tool/output.h"
 #include "tool/path_completion.h"
-#include "tool/register_command.h"
 #include "tool/session.h"
 #include "tool/table.h"
 #include "tool/topology_render.h"
@@ -194,7 +194,7 @@ void Tree(const Arguments& arguments, Session& session, std::ostream& out) {
   style.buses = arguments.buses;
   style.utf8 = !arguments.ascii && Utf8Locale();
   style.width = TerminalWidth(STDOUT_FILENO);
-  const Topology topology = WalkTopology(session, arguments.buses);
+  const Topology topology = WalkTopology(session, {arguments.ports, arguments.buses});
   switch (arguments.format) {
     case Format::kJson: return RenderJson(topology, style, out);
     case Format::kDot: return RenderDot(topology, style, out);

@@ -3,31 +3,23 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <sys/mman.h>
-#include <sys/utsname.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
-#include <string_view>
 #include <system_error>
 
+#include "pci/error.h"
+#include "pci/host.h"
+#include "pci/source.h"
 #include "tool/errors.h"
 
 namespace tool {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr const char* kSysfs = "HOSTCTL_PCI_SYSFS";
-constexpr const char* kDump = "HOSTCTL_PCI_DUMP";
-constexpr const char* kSystemName = "HOSTCTL_SYSTEM_NAME";
-
-std::string_view Environment(const char* name) {
-  const char* value = std::getenv(name);
-  return value == nullptr ? std::string_view() : std::string_view(value);
-}
 
 void Check(bool there, const char* kind, const std::string& path) {
   if (!there) throw CommandError(fmt::format("there is no {} \"{}\"", kind, path));
@@ -83,21 +75,29 @@ void SelectHost(const HostSource& source) {
   if (source.sysfs && source.dump) throw UsageError("--sysfs and --dump exclude each other");
   if (source.sysfs) {
     Check(fs::is_directory(*source.sysfs, ignored), "sysfs folder", *source.sysfs);
-    setenv(kSysfs, source.sysfs->c_str(), 1);
-    unsetenv(kDump);
+    setenv(pci::kSysfsVariable, source.sysfs->c_str(), 1);
+    unsetenv(pci::kDumpVariable);
   }
   if (source.dump) {
-    setenv(kDump, DumpFile(*source.dump).c_str(), 1);
-    unsetenv(kSysfs);
+    setenv(pci::kDumpVariable, DumpFile(*source.dump).c_str(), 1);
+    unsetenv(pci::kSysfsVariable);
   }
-  if (source.system_name) setenv(kSystemName, source.system_name->c_str(), 1);
+  if (source.system_name) setenv(pci::kSystemNameVariable, source.system_name->c_str(), 1);
 }
 
-std::string SystemName() {
-  const std::string_view chosen = Environment(kSystemName);
-  if (!chosen.empty()) return std::string(chosen);
-  utsname system;
-  return uname(&system) == 0 ? system.nodename : "localhost";
+std::string SystemName() { return pci::SystemName(); }
+
+HostReport ReportOnHost() {
+  try {
+    const pci::Host host = pci::Host::Read(pci::Source::FromEnvironment(), {});
+    if (const std::size_t missing = host.troubles().size(); missing > 0) {
+      return {fmt::format("{} of {} PCI functions could not be read", missing,
+                          missing + host.functions().size())};
+    }
+    return {.has_gaps = host.cut_off_functions() > 0 || !host.names_notice().empty()};
+  } catch (const pci::Error& error) {
+    return {fmt::format("the host could not be read: {}", error.what())};
+  }
 }
 
 }  // namespace tool

@@ -39,11 +39,16 @@ std::string CodeMeaning(std::string_view class_name, std::string_view property,
   return "";
 }
 
+std::string WithoutDeviceNumber(std::string element_name, std::string_view number) {
+  if (element_name.ends_with(fmt::format(" #{}", number))) {
+    element_name.resize(element_name.rfind(" #"));
+  }
+  return element_name;
+}
+
 std::string ElementTitle(const Instance& instance) {
-  std::string title = PropertyText(instance, "ElementName");
-  const std::string number = " #" + PropertyText(instance, "DeviceNumber");
-  if (title.ends_with(number)) title.resize(title.size() - number.size());
-  return title;
+  return WithoutDeviceNumber(PropertyText(instance, "ElementName"),
+                             PropertyText(instance, "DeviceNumber"));
 }
 
 std::string ClassTitle(const Instance& instance) {

@@ -26,7 +26,9 @@ std::optional<std::uint64_t> PropertyNumber(const broker::Instance& instance,
 std::string CodeMeaning(std::string_view class_name, std::string_view property,
                         const broker::Value& value);
 
-// Vendor and device name: the ElementName without the device number that a function's name ends in.
+// Vendor and device name: the ElementName of a function without the number of its device, which it
+// ends in (" #3").
+std::string WithoutDeviceNumber(std::string element_name, std::string_view number);
 std::string ElementTitle(const broker::Instance& instance);
 
 // The name of the function's PCI class; "" where the instance has none.

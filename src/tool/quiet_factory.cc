@@ -15,7 +15,6 @@ namespace tool {
 namespace {
 
 constexpr std::string_view kTrace = "--- _Create_InstanceMI() ";
-constexpr std::string_view kIncomplete = "reporting may be incomplete";
 
 // Standard error goes into memory while this lives.
 class CaughtStderr {
@@ -80,32 +79,32 @@ class LoggedComplaints {
   int mask_ = 0;
 };
 
-void WriteOut(std::string_view caught, bool with_trace) {
-  while (!caught.empty()) {
-    const std::size_t end = caught.find('\n');
-    const std::string_view line = caught.substr(0, end == std::string_view::npos ? end : end + 1);
-    if (with_trace || !line.starts_with(kTrace)) WriteDiagnostic(line);
-    caught.remove_prefix(line.size());
+std::string WithoutTrace(std::string_view text) {
+  std::string rest;
+  while (!text.empty()) {
+    const std::string_view line = text.substr(0, text.find('\n'));
+    const std::string_view whole = text.substr(0, line.size() + 1);
+    if (!line.starts_with(kTrace)) rest += whole;
+    text.remove_prefix(whole.size());
   }
+  return rest;
 }
 
 }  // namespace
 
 void OpenLog(bool verbose) { openlog("ostrel-pci", verbose ? LOG_PERROR : 0, LOG_USER); }
 
-bool RunFactory(const std::function<void()>& call, bool verbose) {
+std::string RunFactory(const std::function<void()>& call, bool verbose) {
   CaughtStderr caught;
   const auto finish = [&] {
     caught.Restore();
-    const std::string text = caught.Text();
-    WriteOut(text, verbose);
-    return text.find(kIncomplete) != std::string::npos;
+    return verbose ? caught.Text() : WithoutTrace(caught.Text());
   };
   try {
     const LoggedComplaints complaints(verbose);
     call();
   } catch (...) {
-    finish();
+    WriteDiagnostic(finish());
     throw;
   }
   return finish();

@@ -9,8 +9,10 @@
 #include "broker/provider_library.h"
 #include "broker/status.h"
 #include "broker/wbem_uri.h"
+#include "pci/shared_host.h"
 #include "tool/class_names.h"
 #include "tool/errors.h"
+#include "tool/host_source.h"
 #include "tool/library_file.h"
 #include "tool/output.h"
 #include "tool/quiet_factory.h"
@@ -26,6 +28,14 @@ using broker::ResultSink;
 using broker::Status;
 using broker::schema::Class;
 
+// Says in plain words what of the host could not be read; false where it is not all there. For when
+// the library has said something: `complained` that it was not just its progress.
+bool TellOfHost(bool complained) {
+  const HostReport report = ReportOnHost();
+  if (!report.failure.empty()) WriteDiagnostic(fmt::format("ostrel-pci: {}\n", report.failure));
+  return report.failure.empty() && (report.has_gaps || !complained);
+}
+
 broker::Options ManagerOptions(const SessionOptions& options, bool& incomplete) {
   broker::Options manager;
   manager.system_name = options.system_name;
@@ -36,10 +46,13 @@ broker::Options ManagerOptions(const SessionOptions& options, bool& incomplete) 
                                   entry.level, entry.id, entry.text));
     };
   }
-  manager.around_factory = [&incomplete, verbose = options.verbose](
+  manager.around_factory = [&incomplete, verbose = options.verbose, reads_host = true](
                                std::string_view, broker::ProviderKind,
-                               const std::function<void()>& call) {
-    incomplete = RunFactory(call, verbose) || incomplete;
+                               const std::function<void()>& call) mutable {
+    const std::string said = RunFactory(call, verbose);
+    // The first call reads the host for all of them.
+    if (std::exchange(reads_host, false) && !said.empty()) incomplete = !TellOfHost(!verbose);
+    WriteDiagnostic(said);
   };
   return manager;
 }
@@ -54,17 +67,23 @@ std::shared_ptr<const broker::ProviderLibrary> OpenLibrary(
   }
 }
 
+const pci::Host* SharedHost(const broker::ProviderLibrary& library) {
+  void* function = library.FindSymbol(pci::kSharedHostSymbol);
+  if (function == nullptr) return nullptr;
+  return reinterpret_cast<pci::SharedHostFunction*>(function)({});
+}
+
 // Passes on what is an instance of the wanted class, and keeps the provider's own error.
 class FilteringSink : public ResultSink {
  public:
   FilteringSink(ResultSink& next, std::string_view result_class)
       : next_(next), result_class_(result_class) {}
 
-  void OnInstance(Instance&& instance) override {
-    if (Wanted(instance.path)) next_.OnInstance(std::move(instance));
+  void OnInstanceView(const broker::InstanceView& instance) override {
+    if (Wanted(instance.path())) next_.OnInstanceView(instance);
   }
-  void OnObjectPath(ObjectPath&& path) override {
-    if (Wanted(path)) next_.OnObjectPath(std::move(path));
+  void OnObjectPathView(const broker::ObjectPathView& path) override {
+    if (Wanted(path)) next_.OnObjectPathView(path);
   }
   void OnError(Status&& error) override {
     if (error_.ok()) error_ = std::move(error);
@@ -73,8 +92,8 @@ class FilteringSink : public ResultSink {
   const Status& error() const { return error_; }
 
  private:
-  bool Wanted(const ObjectPath& path) const {
-    return result_class_.empty() || broker::schema::IsA(path.class_name, result_class_);
+  bool Wanted(const broker::ObjectPathView& path) const {
+    return result_class_.empty() || broker::schema::IsA(path.class_name(), result_class_);
   }
 
   ResultSink& next_;
@@ -148,6 +167,28 @@ Session::Session(const SessionOptions& options)
     }
     manager_.Register(cls->name, library);
   }
+  TakeSystemName();
+  host_ = SharedHost(*library);
+}
+
+// Of the host control library's name for the system the providers alone know, and say it of a
+// device whether there is one or not: a host without devices has a name as well.
+void Session::TakeSystemName() {
+  constexpr const char* kDevice = "Ostrel_PCIDevice";
+  constexpr const char* kAssociation = "Ostrel_PCISystemDevice";
+  ObjectPath device = manager_.ClassPath(kDevice);
+  device.keys = {{"SystemCreationClassName", system_.class_name},
+                 {"SystemName", *system_.Key("Name")},
+                 {"CreationClassName", kDevice},
+                 {"DeviceID", ""}};
+  broker::Recorder found;
+  // Where this fails, the requests of the commands fail, and those tell why.
+  (void)manager_.AssociatorNames(kAssociation, device, {}, found);
+  for (const ObjectPath& path : found.paths) {
+    const broker::Value* name = path.Key("Name");
+    if (name != nullptr && name->text() != nullptr) manager_.SetSystemName(*name->text());
+  }
+  system_ = manager_.SystemPath();
 }
 
 Session::~Session() {

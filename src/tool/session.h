@@ -14,13 +14,14 @@
 #include "broker/object_manager.h"
 #include "broker/result_sink.h"
 #include "broker/schema.h"
+#include "pci/host.h"
 
 namespace tool {
 
 struct SessionOptions {
   std::optional<std::string> library;  // --library
-  std::string system_name;
-  bool verbose = false;  // log and trace lines of the library go to standard error
+  std::string system_name;             // of the hosting system, where the library cannot be asked
+  bool verbose = false;                // log and trace lines of the library go to standard error
 };
 
 class Session {
@@ -33,7 +34,13 @@ class Session {
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
+  // The hosting system, by the name that the library has for it.
   const broker::ObjectPath& system() const { return system_; }
+
+  // The functions that the providers answer from, where the host control library under them is
+  // ours; nullptr where it is another platform's or could not read the host. Valid as long as the
+  // session.
+  const pci::Host* host() const { return host_; }
 
   // The object manager itself, for requests on many threads. Calls every factory first, because
   // what keeps the library's trace lines off the terminal serves one thread only. Throws
@@ -72,10 +79,14 @@ class Session {
                                           const std::optional<std::string>& association,
                                           const broker::AssociationFilter& filter) const;
 
+  // Gives the hosting system the name that the providers have for it.
+  void TakeSystemName();
+
   bool verbose_;
   bool incomplete_ = false;
   broker::ObjectManager manager_;
   broker::ObjectPath system_;
+  const pci::Host* host_ = nullptr;
 };
 
 // Whether elements tied to `source` by the association class may answer the filter's roles: the

@@ -3,145 +3,111 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <map>
+#include <string_view>
 #include <tuple>
 #include <unordered_map>
 #include <utility>
 
-#include "tool/property_text.h"
-
 namespace tool {
 namespace {
 
-using Positions = std::unordered_map<std::string, std::size_t>;
+constexpr std::size_t kTop = static_cast<std::size_t>(-1);
+
+using Parents = std::vector<std::size_t>;  // position by position; kTop: has none
 
 bool ByAddress(const Function& a, const Function& b) {
-  return std::tie(a.segment, a.bus, a.device, a.number, a.id) <
-         std::tie(b.segment, b.bus, b.device, b.number, b.id);
+  return std::tie(a.domain, a.bus, a.device, a.number, a.id) <
+         std::tie(b.domain, b.bus, b.device, b.number, b.id);
+}
+
+void SortByAddress(std::vector<Function>& functions) {
+  if (std::is_sorted(functions.begin(), functions.end(), ByAddress)) return;
+  std::sort(functions.begin(), functions.end(), ByAddress);
+}
+
+Parents FindParents(const std::vector<Function>& functions) {
+  std::unordered_map<std::string_view, std::size_t> positions(functions.size());
+  for (std::size_t i = 0; i < functions.size(); ++i) positions.emplace(functions[i].id, i);
+  Parents parents;
+  parents.reserve(functions.size());
+  for (const Function& function : functions) {
+    const auto parent = positions.find(function.parent);
+    parents.push_back(parent == positions.end() ? kTop : parent->second);
+  }
+  return parents;
+}
+
+// Of functions that are each other's ancestors one gets to the top.
+void CutCircles(Parents& parents) {
+  std::vector<std::size_t> met_from(parents.size(), kTop);
+  for (std::size_t start = 0; start < parents.size(); ++start) {
+    std::size_t at = start;
+    while (at != kTop && met_from[at] == kTop) {
+      met_from[at] = start;
+      at = parents[at];
+    }
+    if (at != kTop && met_from[at] == start) parents[at] = kTop;
+  }
+}
+
+// The range of every ancestor comes to hold the function's buses. One that holds them already was
+// widened by another function, and so were those above it.
+void FillBusNumbers(std::vector<Function>& functions, const Parents& parents) {
+  for (std::size_t i = 0; i < functions.size(); ++i) {
+    const std::uint8_t bus = functions[i].bus;
+    const std::uint8_t highest = functions[i].buses ? functions[i].buses->subordinate : bus;
+    for (std::size_t above = parents[i]; above != kTop; above = parents[above]) {
+      std::optional<BusRange>& range = functions[above].buses;
+      if (range && range->subordinate >= highest) break;
+      range = BusRange{range ? range->secondary : bus, highest};
+    }
+  }
 }
 
 // The text before the device number, where the identifier has the kernel's form.
 std::string RootBusOf(const Function& function) {
   const std::size_t colon = function.id.rfind(':');
   if (colon != std::string::npos) return function.id.substr(0, colon);
-  return fmt::format("{:04x}:{:02x}", function.segment, function.bus);
+  return fmt::format("{:04x}:{:02x}", function.domain, function.bus);
 }
 
-class Builder {
- public:
-  Builder(std::string system_name, std::vector<Function> functions) {
-    topology_.system_name = std::move(system_name);
-    std::stable_sort(functions.begin(), functions.end(), ByAddress);
-    for (Function& function : functions) {
-      if (positions_.emplace(function.id, topology_.functions.size()).second) {
-        topology_.functions.push_back(std::move(function));
-      }
+// Every function below its parent, those at the top below their root buses.
+void Hang(Topology& topology, const Parents& parents) {
+  std::unordered_map<std::string, std::size_t> roots;  // by identifier: place in topology.roots
+  for (std::size_t i = 0; i < parents.size(); ++i) {
+    if (parents[i] != kTop) {
+      topology.functions[parents[i]].children.push_back(i);
+      continue;
     }
+    const std::string bus = RootBusOf(topology.functions[i]);
+    const auto [root, is_new] = roots.emplace(bus, topology.roots.size());
+    if (is_new) topology.roots.push_back({bus, {}});
+    topology.roots[root->second].functions.push_back(i);
   }
-
-  Topology Build(const std::vector<broker::Instance>& ports) {
-    for (const broker::Instance& port : ports) AddPort(port);
-    std::vector<std::size_t> tops;
-    std::vector<std::vector<std::size_t>> children(topology_.functions.size());
-    for (std::size_t i = 0; i < topology_.functions.size(); ++i) {
-      const auto parent = positions_.find(topology_.functions[i].parent);
-      (parent == positions_.end() ? tops : children[parent->second]).push_back(i);
-    }
-    reached_.resize(topology_.functions.size());
-    for (const std::size_t top : tops) AddTop(top, children);
-    // What no top leads to is its own ancestor.
-    for (std::size_t i = 0; i < reached_.size(); ++i) {
-      if (!reached_[i]) AddTop(i, children);
-    }
-    FillBusNumbers();
-    return std::move(topology_);
-  }
-
- private:
-  void AddPort(const broker::Instance& port) {
-    TopologyPort made;
-    made.id = PropertyText(port, "DeviceID");
-    made.type = PropertyNumber(port, "PortType").value_or(0);
-    made.bus = PropertyNumber(port, "BusNumber").value_or(0);
-    const auto owner = positions_.find(FunctionOfPort(made.id));
-    if (owner == positions_.end()) return;
-    std::vector<TopologyPort>& ports = topology_.functions[owner->second].ports;
-    const bool known = std::any_of(ports.begin(), ports.end(),
-                                   [&](const TopologyPort& other) { return other.id == made.id; });
-    if (!known) ports.push_back(std::move(made));
-  }
-
-  void AddTop(std::size_t top, const std::vector<std::vector<std::size_t>>& children) {
-    const std::string bus = RootBusOf(topology_.functions[top]);
-    const auto [root, added] = roots_.emplace(bus, topology_.roots.size());
-    if (added) topology_.roots.push_back({bus, {}});
-    topology_.roots[root->second].functions.push_back(top);
-    Reach(top, children);
-  }
-
-  // Ancestors come before their descendants in order_.
-  void Reach(std::size_t from, const std::vector<std::vector<std::size_t>>& children) {
-    std::size_t next = order_.size();
-    order_.push_back(from);
-    reached_[from] = true;
-    for (; next < order_.size(); ++next) {
-      for (const std::size_t child : children[order_[next]]) {
-        if (reached_[child]) continue;
-        reached_[child] = true;
-        topology_.functions[order_[next]].children.push_back(child);
-        order_.push_back(child);
-      }
-    }
-  }
-
-  void FillBusNumbers() {
-    for (auto position = order_.rbegin(); position != order_.rend(); ++position) {
-      Function& function = topology_.functions[*position];
-      for (const std::size_t index : function.children) {
-        const Function& child = topology_.functions[index];
-        if (!function.secondary_bus) function.secondary_bus = child.bus;
-        function.subordinate_bus =
-            std::max({function.subordinate_bus.value_or(0), child.bus,
-                      child.secondary_bus.value_or(0), child.subordinate_bus.value_or(0)});
-      }
-    }
-  }
-
-  Topology topology_;
-  Positions positions_;  // of functions
-  Positions roots_;
-  std::vector<bool> reached_;
-  std::vector<std::size_t> order_;
-};
+}
 
 }  // namespace
 
-Function MakeFunction(const broker::Instance& instance, FunctionKind kind) {
-  Function function;
-  function.kind = kind;
-  function.id = PropertyText(instance, "DeviceID");
-  function.parent = PropertyText(instance, "ParentDeviceID");
-  function.name = ElementTitle(instance);
-  function.class_name = ClassTitle(instance);
-  function.segment = PropertyNumber(instance, "SegmentNumber").value_or(0);
-  function.bus = PropertyNumber(instance, "BusNumber").value_or(0);
-  function.device = PropertyNumber(instance, "DeviceNumber").value_or(0);
-  function.number = PropertyNumber(instance, "FunctionNumber").value_or(0);
-  function.slot = PropertyNumber(instance, "PhysicalSlot");
-  function.port_count = PropertyNumber(instance, "NumberOfPorts");
-  function.secondary_bus = PropertyNumber(instance, "SecondaryBusNumber");
-  // Bus 0 is below no bridge: a host or ISA bridge has no secondary bus.
-  if (function.secondary_bus == 0U) function.secondary_bus.reset();
-  return function;
-}
-
-std::string FunctionOfPort(const std::string& port_id) {
-  return port_id.substr(0, port_id.rfind('-'));
+std::string SlotText(const Function& function) {
+  std::string text;
+  if (!function.slot.empty()) text.append(" (slot ").append(function.slot).append(")");
+  if (!function.empty_slot.empty()) {
+    text.append(" (empty slot ").append(function.empty_slot).append(")");
+  }
+  return text;
 }
 
 Topology BuildTopology(std::string system_name, std::vector<Function> functions,
-                       const std::vector<broker::Instance>& ports) {
-  return Builder(std::move(system_name), std::move(functions)).Build(ports);
+                       BusNumbers bus_numbers) {
+  SortByAddress(functions);
+  Parents parents = FindParents(functions);
+  CutCircles(parents);
+  if (bus_numbers == BusNumbers::kSeen) FillBusNumbers(functions, parents);
+  Topology topology;
+  topology.system_name = std::move(system_name);
+  topology.functions = std::move(functions);
+  Hang(topology, parents);
+  return topology;
 }
 
 }  // namespace tool

@@ -1,5 +1,4 @@
-// The host's PCI topology as a tree of functions: what the renderers draw. Made of CIM instances
-// and nothing else.
+// The host's PCI topology as a tree of functions: what the renderers draw.
 //
 // Thread rule: a plain value; building it is pure.
 
@@ -12,8 +11,6 @@
 #include <string>
 #include <vector>
 
-#include "broker/value.h"
-
 namespace tool {
 
 enum class FunctionKind { kDevice, kBridge, kSwitch, kDownstreamPort };
@@ -24,20 +21,27 @@ struct TopologyPort {
   std::uint64_t bus = 0;
 };
 
+struct BusRange {
+  std::uint8_t secondary = 0;
+  std::uint8_t subordinate = 0;
+
+  bool operator==(const BusRange&) const = default;
+};
+
 struct Function {
   FunctionKind kind = FunctionKind::kDevice;
   std::string id;      // DeviceID
   std::string parent;  // DeviceID of the function above; "" at the top
   std::string name;    // vendor and device
   std::string class_name;
-  std::uint64_t segment = 0;
-  std::uint64_t bus = 0;
-  std::uint64_t device = 0;
-  std::uint64_t number = 0;  // of the function in its device
-  std::optional<std::uint64_t> slot;
-  std::optional<std::uint64_t> secondary_bus;    // of what may have functions below it
-  std::optional<std::uint64_t> subordinate_bus;  // the highest bus seen below it
-  std::optional<std::uint64_t> port_count;       // of a switch: its downstream ports
+  std::uint32_t domain = 0;
+  std::uint8_t bus = 0;
+  std::uint8_t device = 0;
+  std::uint8_t number = 0;                    // of the function in its device
+  std::optional<std::uint8_t> physical_slot;  // CIM's number of the slot, 8 bits of it
+  std::string slot;                           // name of the slot that the function sits in
+  std::string empty_slot;                     // name of the slot below a port that nothing sits in
+  std::optional<BusRange> buses;              // of what may have functions below it
   std::vector<TopologyPort> ports;
   std::vector<std::size_t> children;  // positions in Topology::functions
 };
@@ -55,23 +59,26 @@ struct RootBus {
 
 struct Topology {
   std::string system_name;
-  std::vector<Function> functions;  // by segment, bus, device, function
+  std::vector<Function> functions;  // by domain, bus, device, function
   std::vector<RootBus> roots;       // every function hangs below exactly one of them
   std::vector<TopologyBus> buses;
 };
 
-// The function that an instance of one of the three device classes describes, its ports and
-// children still missing.
-Function MakeFunction(const broker::Instance& instance, FunctionKind kind);
+// " (slot 5)" of a function in a slot, " (empty slot 5)" of a port that leads to one that nothing
+// sits in, both where it is both; "" mostly.
+std::string SlotText(const Function& function);
 
-// The function's identifier in a port's: without the port's suffix.
-std::string FunctionOfPort(const std::string& port_id);
+// What Function::buses of the functions holds before the topology is built.
+enum class BusNumbers {
+  kProgrammed,  // all there is
+  kSeen,        // at most the secondary bus: the rest is what hangs below the function
+};
 
-// Hangs the functions below each other, gives each its ports, and fills in the bus numbers that
-// only their children tell. A function whose parent is not among them stands at the top, and so
-// does one of those that are each other's ancestors. Equal identifiers: the first one counts.
+// Hangs the functions below each other. A function whose parent is not among them stands at the
+// top, and so does one of those that are each other's ancestors. Equal identifiers: the first one
+// counts.
 Topology BuildTopology(std::string system_name, std::vector<Function> functions,
-                       const std::vector<broker::Instance>& ports);
+                       BusNumbers bus_numbers);
 
 }  // namespace tool
 

@@ -61,7 +61,7 @@ class DotRenderer {
 
  private:
   void Draw(const Function& function) {
-    Node(function.id, Label(function.id, function.name), Shape(function.kind));
+    Node(function.id, Label(function.id + SlotText(function), function.name), Shape(function.kind));
     for (const std::size_t child : function.children) {
       Edge(function.id, topology_.functions[child].id);
     }

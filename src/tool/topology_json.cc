@@ -1,11 +1,9 @@
 #include <string_view>
-#include <utility>
 #include <vector>
 
-#include "tool/json_value.h"
+#include "tool/json_text.h"
 #include "tool/property_text.h"
 #include "tool/topology_render.h"
-#include "tool/utf8_text.h"
 
 namespace tool {
 namespace {
@@ -20,79 +18,97 @@ std::string_view KindName(FunctionKind kind) {
   return "device";
 }
 
-void SetIf(Json& json, const char* name, const std::optional<std::uint64_t>& value) {
-  if (value) json[name] = *value;
-}
+class JsonRenderer {
+ public:
+  JsonRenderer(const Topology& topology, const TreeStyle& style, std::ostream& out)
+      : topology_(topology), style_(style), json_(out) {}
 
-Json PortsJson(const Function& function) {
-  Json ports = Json::array();
-  for (const TopologyPort& port : function.ports) {
-    ports.push_back(
-        {{"id", ValidUtf8(port.id)}, {"type", PortTypeName(port.type)}, {"bus", port.bus}});
+  void Render() {
+    json_.BeginObject();
+    Member("system", topology_.system_name);
+    Array("rootBuses", topology_.roots, [this](const RootBus& root) {
+      Member("id", root.id);
+      Functions("functions", root.functions);
+    });
+    if (style_.buses) {
+      Array("buses", topology_.buses, [this](const TopologyBus& bus) { Members(bus); });
+    }
+    json_.EndObject();
   }
-  return ports;
-}
 
-Json FunctionsJson(const Topology& topology, const TreeStyle& style,
-                   const std::vector<std::size_t>& indexes);
-
-Json FunctionJson(const Topology& topology, const TreeStyle& style, const Function& function) {
-  Json json;
-  json["id"] = ValidUtf8(function.id);
-  json["kind"] = KindName(function.kind);
-  json["class"] = ValidUtf8(function.class_name);
-  json["name"] = ValidUtf8(function.name);
-  json["segment"] = function.segment;
-  json["bus"] = function.bus;
-  json["device"] = function.device;
-  json["function"] = function.number;
-  SetIf(json, "slot", function.slot);
-  SetIf(json, "secondaryBus", function.secondary_bus);
-  SetIf(json, "subordinateBus", function.subordinate_bus);
-  SetIf(json, "numberOfPorts", function.port_count);
-  if (style.ports) json["ports"] = PortsJson(function);
-  json["children"] = FunctionsJson(topology, style, function.children);
-  return json;
-}
-
-Json FunctionsJson(const Topology& topology, const TreeStyle& style,
-                   const std::vector<std::size_t>& indexes) {
-  Json functions = Json::array();
-  for (const std::size_t index : indexes) {
-    functions.push_back(FunctionJson(topology, style, topology.functions[index]));
+ private:
+  void Functions(std::string_view name, const std::vector<std::size_t>& places) {
+    Array(name, places, [this](std::size_t place) { Members(topology_.functions[place]); });
   }
-  return functions;
-}
 
-Json BusesJson(const Topology& topology) {
-  Json buses = Json::array();
-  for (const TopologyBus& bus : topology.buses) {
-    Json ports = Json::array();
-    for (const std::string& port : bus.ports) ports.push_back(ValidUtf8(port));
-    Json json;
-    json["id"] = ValidUtf8(bus.id);
-    json["bus"] = bus.number;
-    json["ports"] = std::move(ports);
-    buses.push_back(std::move(json));
+  void Members(const Function& function) {
+    Member("id", function.id);
+    Member("kind", KindName(function.kind));
+    Member("class", function.class_name);
+    Member("name", function.name);
+    Member("segment", function.domain);
+    Member("bus", function.bus);
+    Member("device", function.device);
+    Member("function", function.number);
+    if (!function.slot.empty()) Member("slot", function.slot);
+    if (function.physical_slot) Member("physicalSlot", *function.physical_slot);
+    if (!function.empty_slot.empty()) Member("emptySlot", function.empty_slot);
+    if (function.buses) {
+      Member("secondaryBus", function.buses->secondary);
+      Member("subordinateBus", function.buses->subordinate);
+    }
+    if (function.kind == FunctionKind::kSwitch) Member("numberOfPorts", function.children.size());
+    if (style_.ports) {
+      Array("ports", function.ports, [this](const TopologyPort& port) {
+        Member("id", port.id);
+        Member("type", PortTypeName(port.type));
+        Member("bus", port.bus);
+      });
+    }
+    Functions("children", function.children);
   }
-  return buses;
-}
+
+  void Members(const TopologyBus& bus) {
+    Member("id", bus.id);
+    Member("bus", bus.number);
+    json_.Name("ports");
+    json_.BeginArray();
+    for (const std::string& port : bus.ports) json_.Text(port);
+    json_.EndArray();
+  }
+
+  void Member(std::string_view name, std::string_view text) {
+    json_.Name(name);
+    json_.Text(text);
+  }
+  void Member(std::string_view name, std::uint64_t number) {
+    json_.Name(name);
+    json_.Number(number);
+  }
+
+  // An array of objects.
+  template <class Items, class MembersOf>
+  void Array(std::string_view name, const Items& items, MembersOf members_of) {
+    json_.Name(name);
+    json_.BeginArray();
+    for (const auto& item : items) {
+      json_.BeginObject();
+      members_of(item);
+      json_.EndObject();
+    }
+    json_.EndArray();
+  }
+
+  const Topology& topology_;
+  const TreeStyle& style_;
+  JsonText json_;
+};
 
 }  // namespace
 
 void RenderJson(const Topology& topology, const TreeStyle& style, std::ostream& out) {
-  Json roots = Json::array();
-  for (const RootBus& root : topology.roots) {
-    Json json;
-    json["id"] = ValidUtf8(root.id);
-    json["functions"] = FunctionsJson(topology, style, root.functions);
-    roots.push_back(std::move(json));
-  }
-  Json json;
-  json["system"] = ValidUtf8(topology.system_name);
-  json["rootBuses"] = std::move(roots);
-  if (style.buses) json["buses"] = BusesJson(topology);
-  out << json.dump(2) << '\n';
+  JsonRenderer(topology, style, out).Render();
+  out << '\n';
 }
 
 }  // namespace tool

@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include <cstddef>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,28 +23,29 @@ struct Lines {
 constexpr Lines kUtf8 = {"├─ ", "└─ ", "│  ", "   ", "…"};
 constexpr Lines kAscii = {"|- ", "`- ", "|  ", "   ", "..."};
 
-std::string Buses(const Function& function) {
-  if (!function.secondary_bus) return "";
-  const std::uint64_t last = function.subordinate_bus.value_or(*function.secondary_bus);
-  if (last <= *function.secondary_bus) return fmt::format(" [{:02x}]", *function.secondary_bus);
-  return fmt::format(" [{:02x}-{:02x}]", *function.secondary_bus, last);
+std::string_view Plural(std::size_t count) { return count == 1 ? "" : "s"; }
+
+void AppendBuses(std::string& line, const Function& function) {
+  if (!function.buses) return;
+  const auto [secondary, subordinate] = *function.buses;
+  auto end = std::back_inserter(line);
+  if (secondary == subordinate) {
+    fmt::format_to(end, " [{:02x}]", secondary);
+  } else {
+    fmt::format_to(end, " [{:02x}-{:02x}]", secondary, subordinate);
+  }
 }
 
-std::string Kind(const Function& function) {
+void AppendKind(std::string& line, const Function& function) {
   switch (function.kind) {
     case FunctionKind::kSwitch:
-      return fmt::format("PCI Express switch, {} port{}", function.port_count.value_or(0),
-                         function.port_count == 1U ? "" : "s");
-    case FunctionKind::kDownstreamPort: return "Downstream port";
+      fmt::format_to(std::back_inserter(line), "PCI Express switch, {} port{}",
+                     function.children.size(), Plural(function.children.size()));
+      return;
+    case FunctionKind::kDownstreamPort: line += "Downstream port"; return;
     case FunctionKind::kBridge:
-    case FunctionKind::kDevice: break;
+    case FunctionKind::kDevice: line += function.class_name; return;
   }
-  return function.class_name;
-}
-
-std::string Label(const Function& function) {
-  return fmt::format("{}{}  {}: {}{}", function.id, Buses(function), Kind(function), function.name,
-                     function.slot ? fmt::format(" (slot {})", *function.slot) : "");
 }
 
 class TextRenderer {
@@ -52,69 +54,88 @@ class TextRenderer {
       : topology_(topology), style_(style), lines_(style.utf8 ? kUtf8 : kAscii), out_(out) {}
 
   void Render() {
-    Line(topology_.system_name);
+    line_ = topology_.system_name;
+    EndLine();
     const bool buses = style_.buses && !topology_.buses.empty();
-    for (std::size_t i = 0; i < topology_.roots.size(); ++i) {
-      const RootBus& root = topology_.roots[i];
-      Branch("", "[" + root.id + "]", !buses && i + 1 == topology_.roots.size(),
-             [&](const std::string& indent) { Functions(indent, root.functions); });
+    for (const RootBus& root : topology_.roots) {
+      const bool last = !buses && &root == &topology_.roots.back();
+      BeginLine(last);
+      line_.append("[").append(root.id).append("]");
+      EndLine();
+      Below(last, [&] { Functions(root.functions); });
     }
     if (!buses) return;
-    for (std::size_t i = 0; i < topology_.buses.size(); ++i) {
-      Bus(topology_.buses[i], i + 1 == topology_.buses.size());
-    }
+    for (const TopologyBus& bus : topology_.buses) Bus(bus, &bus == &topology_.buses.back());
   }
 
  private:
-  // A line at the end of `indent`, then what hangs below it, further in.
-  template <class Below>
-  void Branch(const std::string& indent, const std::string& label, bool last, Below below) {
-    Line(indent + std::string(last ? lines_.last : lines_.branch) + label);
-    below(indent + std::string(last ? lines_.nothing : lines_.through));
-  }
-
-  void Leaf(const std::string& indent, const std::string& label, bool last) {
-    Branch(indent, label, last, [](const std::string&) {});
-  }
-
-  void Functions(const std::string& indent, const std::vector<std::size_t>& functions) {
-    for (const std::size_t index : functions) {
-      const Function& function = topology_.functions[index];
-      Branch(indent, Label(function), index == functions.back(),
-             [&](const std::string& deeper) { Below(deeper, function); });
+  void Functions(const std::vector<std::size_t>& functions) {
+    for (const std::size_t& place : functions) {
+      DrawFunction(topology_.functions[place], &place == &functions.back());
     }
   }
 
-  void Below(const std::string& indent, const Function& function) {
-    if (style_.ports) {
-      for (std::size_t i = 0; i < function.ports.size(); ++i) {
-        const TopologyPort& port = function.ports[i];
-        Leaf(indent,
-             fmt::format("{}  {} port, bus {:02x}", port.id, PortTypeName(port.type), port.bus),
-             function.children.empty() && i + 1 == function.ports.size());
-      }
-    }
-    Functions(indent, function.children);
-  }
-
-  void Bus(const TopologyBus& bus, bool last) {
-    const std::string label = fmt::format("bus {:02x}  {}: {} port{}", bus.number, bus.id,
-                                          bus.ports.size(), bus.ports.size() == 1 ? "" : "s");
-    Branch("", label, last, [&](const std::string& indent) {
-      if (!style_.ports) return;
-      for (const std::string& port : bus.ports) Leaf(indent, port, &port == &bus.ports.back());
+  void DrawFunction(const Function& function, bool last) {
+    BeginLine(last);
+    line_ += function.id;
+    AppendBuses(line_, function);
+    line_ += SlotText(function);  // before the name, which a narrow terminal cuts off
+    line_ += "  ";
+    AppendKind(line_, function);
+    line_.append(": ").append(function.name);
+    EndLine();
+    Below(last, [&] {
+      if (style_.ports) Ports(function);
+      Functions(function.children);
     });
   }
 
-  void Line(const std::string& text) {
-    const std::string line = PrintableUtf8(text);
+  void Ports(const Function& function) {
+    for (const TopologyPort& port : function.ports) {
+      BeginLine(function.children.empty() && &port == &function.ports.back());
+      fmt::format_to(std::back_inserter(line_), "{}  {} port, bus {:02x}", port.id,
+                     PortTypeName(port.type), port.bus);
+      EndLine();
+    }
+  }
+
+  void Bus(const TopologyBus& bus, bool last) {
+    BeginLine(last);
+    fmt::format_to(std::back_inserter(line_), "bus {:02x}  {}: {} port{}", bus.number, bus.id,
+                   bus.ports.size(), Plural(bus.ports.size()));
+    EndLine();
+    if (!style_.ports) return;
+    Below(last, [&] {
+      for (const std::string& port : bus.ports) {
+        BeginLine(&port == &bus.ports.back());
+        line_ += port;
+        EndLine();
+      }
+    });
+  }
+
+  void BeginLine(bool last) { line_.assign(indent_).append(last ? lines_.last : lines_.branch); }
+
+  void EndLine() {
+    const std::string line = PrintableUtf8(line_);
     out_ << (style_.width == 0 ? line : Cut(line, style_.width, lines_.ellipsis)) << '\n';
+  }
+
+  // What hangs below the last line, further in.
+  template <class Draw>
+  void Below(bool last, Draw draw) {
+    const std::size_t before = indent_.size();
+    indent_ += last ? lines_.nothing : lines_.through;
+    draw();
+    indent_.resize(before);
   }
 
   const Topology& topology_;
   const TreeStyle& style_;
   const Lines& lines_;
   std::ostream& out_;
+  std::string indent_;
+  std::string line_;
 };
 
 }  // namespace

@@ -1,4 +1,5 @@
-// Finds a host's topology with CIM requests, as any client of an object manager could.
+// Finds a host's topology with CIM requests, as any client of an object manager could, and with
+// what the host control library shares of its reading, where it does.
 //
 // Thread rule: as Session.
 
@@ -10,12 +11,16 @@
 
 namespace tool {
 
-// From the hosting system to its devices and ports (Ostrel_PCISystemDevice), then bridges and
-// switches, then what no enumeration lists: a switch's downstream ports, which only their ports
-// tell of, and bridges without ports (host, ISA), which only their identifiers lead to. Port groups
-// and their members (Ostrel_PCIHostedCollection, Ostrel_PCIMemberOfCollection) are asked for where
-// `buses` is set. Throws StatusError.
-Topology WalkTopology(Session& session, bool buses);
+struct WalkOptions {
+  bool ports = false;  // of every function
+  bool buses = false;  // port groups and their members
+};
+
+// Asks every element once, in time linear in the host. CIM says what the functions are: names,
+// kinds, ports. Which there are, and what CIM has no word for (where each hangs, bus ranges, slot
+// names), is of Session::host(). Where there is none, CIM is asked for that as well: for the places
+// of functions that no enumeration lists, and bus ranges are those in use. Throws StatusError.
+Topology WalkTopology(Session& session, const WalkOptions& options);
 
 }  // namespace tool
 

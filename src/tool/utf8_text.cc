@@ -1,5 +1,6 @@
 #include "tool/utf8_text.h"
 
+#include <algorithm>
 #include <optional>
 
 namespace tool {
@@ -39,11 +40,22 @@ std::optional<Decoded> First(std::string_view text) {
   return Decoded{character, bytes};
 }
 
+// How many characters of printable ASCII, which everybody keeps, the text begins with.
+std::size_t PlainLength(std::string_view text) {
+  const auto* end =
+      std::find_if_not(text.begin(), text.end(), [](char c) { return c >= 0x20 && c < 0x7f; });
+  return static_cast<std::size_t>(end - text.begin());
+}
+
 template <class Keep>
 std::string Filter(std::string_view text, Keep keep) {
   std::string out;
   out.reserve(text.size());
-  while (!text.empty()) {
+  while (true) {
+    const std::size_t plain = PlainLength(text);
+    out += text.substr(0, plain);
+    text.remove_prefix(plain);
+    if (text.empty()) break;
     const std::optional<Decoded> next = First(text);
     const std::size_t bytes = next ? next->bytes : 1;
     out += next && keep(next->character) ? text.substr(0, bytes) : kReplacement;

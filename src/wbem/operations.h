@@ -3,10 +3,9 @@
 //
 // What the standard leaves to the server, or asks for beyond what the object manager does:
 // - An enumeration asks the providers of all classes below the named one, one after the other.
-// - Associations are followed through every association provider below AssocClass (or ResultClass
-// of
-//   References); their results are held against the class and role filters here, because providers
-//   are free to ignore these.
+// - Associations are followed through every association provider below AssocClass (of References:
+//   ResultClass); their results are held against the class and role filters here, because
+//   providers are free to ignore these.
 // - LocalOnly and IncludeQualifiers of instance operations are deprecated: all properties are
 //   returned, and no qualifiers.
 // - A class as the source of an association request is CIM_ERR_NOT_SUPPORTED.

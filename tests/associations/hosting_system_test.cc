@@ -42,7 +42,8 @@ class HostingSystemTest : public testing::Test {
   }
 
   RecordingBroker broker_;
-  ostInt::BrokerScope scope_{broker_.raw()};
+  ostInt::CmpiBroker wrapped_broker_{broker_.raw()};
+  ostInt::BrokerScope scope_{&wrapped_broker_};
   CmpiContext context_{RecordingBroker::Context()};
   CmpiResult result_{broker_.Result()};
 };

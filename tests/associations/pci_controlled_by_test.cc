@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "cache/cache_state.h"
+#include "cache/controlled_by.h"
 #include "support/provider_test.h"
 
 namespace {
@@ -130,7 +132,7 @@ TEST_F(PciControlledByTest, DoesNotFindAPortWhoseHostHasNone) {
 
 TEST_F(PciControlledByTest, DoesNotFindAPortWhoseHostsPortIsNotIndexed) {
   Use(MixedHost());
-  ProcessCache().names["U-up"].port = NameFacts::kUnknown;
+  ProcessCache().port_index.erase("U-up");
   EXPECT_EQ(GetControlled("D1-ep"), "NOT_FOUND");
   EXPECT_EQ(log.Lines().back(),
             (LogLine{LOG_DEBUG, "PCIControlledBy gi FAILED LookupPortEntry(parentID) = U-up"}));
@@ -138,7 +140,7 @@ TEST_F(PciControlledByTest, DoesNotFindAPortWhoseHostsPortIsNotIndexed) {
 
 TEST_F(PciControlledByTest, DoesNotFindAPortWhoseHostsPortHasNoName) {
   Use(HostlessPort());
-  ProcessCache().names[""].port = 0;
+  ProcessCache().port_index[""] = 0;
   EXPECT_EQ(GetControlled("D-ep"), "NOT_FOUND");
   EXPECT_EQ(log.Lines().back(), (LogLine{LOG_DEBUG, "PCIControlledBy gi item D-ep not found"}));
 }
@@ -298,7 +300,7 @@ TEST_F(PciControlledByTest, AssociatesABridgeWithThePeersOfItsPortsToo) {
 
 TEST_F(PciControlledByTest, AssociatesASwitchWithThePortsFiledUnderItButNotTheirPeers) {
   Use(MixedHost());
-  ProcessCache().ports[ProcessCache().names["D1-ep"].port].peerName = "peer";
+  ProcessCache().ports[ProcessCache().port_index.at("D1-ep")].peerName = "peer";
   EXPECT_THAT(BySwitch(SwitchPath("U")),
               ElementsAre("[PCIControlledBy(PCIeSwitch U, PCIPort D1-ep)], "
                           "[PCIControlledBy(PCIeSwitch U, PCIPort D2-ep)], OK",
@@ -374,7 +376,7 @@ TEST_F(PciControlledByTest, LogsAHostWithoutPortsInThePathForm) {
 
 TEST_F(PciControlledByTest, LogsANamelessHostPortInThePathForm) {
   Use(HostlessPort());
-  ProcessCache().names[""].port = 0;
+  ProcessCache().port_index[""] = 0;
   EXPECT_THAT(ByPort("D-ep"), ElementsAre("OK", "OK"));
   EXPECT_THAT(log.Lines(),
               ElementsAre(LogLine{LOG_DEBUG, "PCIControlledBy gi item D-ep not found"}));

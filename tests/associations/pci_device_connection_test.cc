@@ -60,7 +60,7 @@ TEST_F(PciDeviceConnectionTest, SkipsDevicesToWhichNothingIsConnected) {
 
 TEST_F(PciDeviceConnectionTest, SkipsAPortNameThatTheIndexDoesNotHold) {
   Use(fake::Host().Add(fake::Endpoint("a")).Add(fake::Endpoint("c").Parent("a-ep")));
-  ProcessCache().names["a-ep"].port = NameFacts::kUnknown;
+  ProcessCache().port_index.erase("a-ep");
   EXPECT_EQ(EnumNames("PCIDeviceConnection"), "done, OK");
 }
 
@@ -117,7 +117,7 @@ TEST_F(PciDeviceConnectionTest, DoesNotFindAHostPortThatIsNoPortName) {
 
 TEST_F(PciDeviceConnectionTest, DoesNotFindAHostPortThatTheIndexDoesNotHold) {
   Use(MixedHost());
-  ProcessCache().names["U-up"].port = NameFacts::kUnknown;
+  ProcessCache().port_index.erase("U-up");
   EXPECT_EQ(GetConnection("x-ep", "D1-ep"), "NOT_FOUND");
   EXPECT_THAT(Complaints(),
               ElementsAre("PCIDeviceConnection gi FAILED LookupPortEntry(parentID) = U-up"));
@@ -207,13 +207,13 @@ TEST_F(PciDeviceConnectionTest, FindsNothingWhereThePortOfTheHostIsNotIndexed) {
   ProcessCache().port_names.erase("U-up");
   EXPECT_THAT(FromPort("D1-ep"), ::testing::Each(Eq("done, OK")));
   Use(MixedHost());
-  ProcessCache().names["U-up"].port = NameFacts::kUnknown;
+  ProcessCache().port_index.erase("U-up");
   EXPECT_THAT(FromPort("D1-ep"), ::testing::Each(Eq("done, OK")));
 }
 
 TEST_F(PciDeviceConnectionTest, FindsNothingWhereNothingIsConnectedToTheHost) {
   Use(MixedHost());
-  ProcessCache().names["U-up"].port = ProcessCache().names["D2-ep"].port;
+  ProcessCache().port_index.at("U-up") = ProcessCache().port_index.at("D2-ep");
   EXPECT_EQ(Associators("PCIDeviceConnection", PortPath("D1-ep")), "done, OK");
   EXPECT_EQ(AssociatorNames("PCIDeviceConnection", PortPath("D1-ep")), "done, OK");
 }

@@ -204,8 +204,8 @@ TEST_F(PciMemberOfCollectionTest, AppliesThePropertyListToPorts) {
 TEST_F(PciMemberOfCollectionTest, NamesThePeerOfAGroupsPortByItsSuffix) {
   Use(fake::Host().Add(fake::PciBridge("b")).Add(fake::Endpoint("e").Bus(1)));
   TopologyCache& cache = ProcessCache();
-  cache.names["b"].device_port = 0;  // b-pri instead of b-sec
-  cache.ports[2].peerName = "peer";  // of e-ep, which has none
+  cache.device_ports["b"] = &cache.ports[0];  // b-pri instead of b-sec
+  cache.ports[2].peerName = "peer";           // of e-ep, which has none
   EXPECT_EQ(ReferenceNames("PCIMemberOfCollection", GroupPath("bus-0")).Elements().size(), 2);
   EXPECT_THAT(ReferenceNames("PCIMemberOfCollection", GroupPath("bus-0")).Elements(),
               Each(Eq("PCIMemberOfCollection(PCIPortGroup bus-0, PCIPort b-pri)")));
@@ -233,7 +233,7 @@ TEST_F(PciMemberOfCollectionTest, RefersToTheBusOfThePortAndNotOfTheGroup) {
 
 TEST_F(PciMemberOfCollectionTest, SkipsDevicesOfAGroupWithoutAnIndexedPort) {
   Use(fake::Host().Add(fake::Endpoint("e")).Add(fake::Endpoint("f")));
-  ProcessCache().names["e"].device_port = NameFacts::kUnknown;
+  ProcessCache().device_ports.erase("e");
   EXPECT_EQ(ReferenceNames("PCIMemberOfCollection", GroupPath("bus-0")),
             "PCIMemberOfCollection(PCIPortGroup bus-0, PCIPort f-ep), done, done, OK");
   EXPECT_EQ(References("PCIMemberOfCollection", GroupPath("bus-0")),

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "broker/imitation.h"
 #include "broker/object_manager.h"
 
 namespace broker {

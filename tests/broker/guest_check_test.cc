@@ -76,7 +76,7 @@ std::vector<std::string> Kept(const Outcome& outcome) {
 
 class GuestChecks : public ::testing::TestWithParam<bool> {
  protected:
-  ObjectManager manager_{{.imitate_cmpi_1_0 = GetParam()}};
+  ObjectManager manager_{{.imitate = GetParam() ? &Cmpi10() : nullptr}};
 };
 
 INSTANTIATE_TEST_SUITE_P(Versions, GuestChecks, ::testing::Bool(), [](const auto& tested) {

@@ -15,7 +15,7 @@ class Interface : public ::testing::TestWithParam<bool> {};
 TEST_P(Interface, HoldsItsPromises) {
   std::vector<LogEntry> log;
   Options options;
-  options.imitate_cmpi_1_0 = GetParam();
+  if (GetParam()) options.imitate = &Cmpi10();
   options.log = [&](const LogEntry& entry) { log.push_back(entry); };
   ObjectManager manager(options);
   const Outcome outcome = RunChecks(manager, "Guest_Interface");
@@ -32,14 +32,15 @@ TEST_P(Interface, HoldsItsPromises) {
 }
 
 TEST_P(Interface, AnswersUpCalls) {
-  const auto manager = ManagerWith({"Guest_Plain", "Guest_Link"}, {.imitate_cmpi_1_0 = GetParam()});
+  const auto manager =
+      ManagerWith({"Guest_Plain", "Guest_Link"}, {.imitate = GetParam() ? &Cmpi10() : nullptr});
   const Outcome outcome = RunChecks(*manager, "Guest_UpCall");
   for (const ProviderError& error : outcome.errors) ADD_FAILURE() << ToString(error);
   EXPECT_EQ(manager->GetStatistics().clones_alive, 0);
 }
 
 TEST_P(Interface, AnswersForEntriesThatAProviderLeavesOut) {
-  ObjectManager manager({.imitate_cmpi_1_0 = GetParam()});
+  ObjectManager manager({.imitate = GetParam() ? &Cmpi10() : nullptr});
   manager.Register("Guest_Interface", ProviderLibrary::Open(INTERFACE_PROVIDER));
   Recorder found;
   EXPECT_EQ(
@@ -82,7 +83,7 @@ TEST(Tables, AreFilledToTheLastSlot) {
 }
 
 TEST(Tables, OfVersion100OfferNoMemoryFunctions) {
-  ObjectManager manager({.imitate_cmpi_1_0 = true});
+  ObjectManager manager({.imitate = &Cmpi10()});
   const CMPIBroker* broker = manager.broker();
   EXPECT_EQ(broker->bft->brokerVersion, 100U);
   EXPECT_EQ(broker->bft->brokerCapabilities & CMPI_MB_Supports_MemEnhancements, 0U);

@@ -265,6 +265,25 @@ TEST_F(MemoryTest, EveryFunctionThatMakesSomethingAnswersAFailure) {
   EXPECT_TRUE(manager_.ProviderErrors().empty());
 }
 
+// Least of all a text of what might have been wrong with it.
+TEST_F(MemoryTest, APropertyThatItsClassHasIsSetInTheRegionAlone) {
+  InProvider([](const Objects& o) {
+    CMPIObjectPath* path = o.eft.newObjectPath(o.broker, "root/cimv2", "Ostrel_PCIDevice", nullptr);
+    CMPIInstance* device = o.eft.newInstance(o.broker, path, nullptr);
+    CMPIValue number{};
+    AllocationReport report;
+    {
+      const FailingAllocations failing(0, Fail::kOnce, report);
+      for (const char* name : {"VendorID", "PCIDeviceID", "SubsystemVendorID", "EnabledState"}) {
+        EXPECT_EQ(device->ft->setProperty(device, name, &number, CMPI_uint16).rc, CMPI_RC_OK);
+      }
+      EXPECT_EQ(device->ft->setProperty(device, "ElementName", o.chars, CMPI_chars).rc, CMPI_RC_OK);
+    }
+    EXPECT_EQ(report.allocations, 0U);
+  });
+  EXPECT_TRUE(manager_.ProviderErrors().empty());
+}
+
 TEST_F(MemoryTest, ACloneThatCannotBeMadeLeavesNothingBehind) {
   InProvider([&](const Objects& o) {
     for (int i = 0; i < 20; ++i) {  // more than fits into a clone's first piece of memory

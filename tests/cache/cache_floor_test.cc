@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "cache/controlled_by.h"
 #include "support/cache_reset.h"
 #include "support/fake_host.h"
 #include "support/naive_topology.h"
@@ -63,9 +64,9 @@ TEST(CacheFloorTest, AsksAndKeepsWhatTheBuildDoes) {
       ASSERT_EQ(port.bus, entry.bus);
       ASSERT_STREQ(port.class_name, GetControlledByCache()[position].className);
     }
-    for (const auto& [name, facts] : floor.names) {
-      ASSERT_EQ(facts.device != NameFacts::kUnknown, LookupDevice(name) != nullptr) << name;
-      ASSERT_EQ(facts.port != NameFacts::kUnknown, LookupPortEntry(name).device != nullptr) << name;
+    for (const auto& [name, device, port] : floor.names.entries()) {
+      ASSERT_EQ(device != bench::NameTable::kNone, LookupDevice(name) != nullptr) << name;
+      ASSERT_EQ(port != bench::NameTable::kNone, LookupPortEntry(name).device != nullptr) << name;
     }
   }
 }

@@ -9,9 +9,11 @@
 #include <vector>
 
 #include "cache/cache_state.h"
+#include "cache/topology_cache.h"
 #include "support/cache_reset.h"
 #include "support/fake_host.h"
 #include "support/log_capture.h"
+#include "support/naive_topology.h"
 
 namespace {
 
@@ -114,6 +116,24 @@ TEST(FindConnectedPortTest, SwitchIsConnectedByItsUpstreamPortAndItsPortsByNone)
                .Add(fake::SwitchUpstream("U").Bus(2)));
   EXPECT_EQ(FindConnectedPort("U").portName, "U-up");
   EXPECT_EQ(FindConnectedPort("D").device, nullptr);
+}
+
+// An enumeration asks for every device: a walk through all ports for each would be quadratic.
+TEST(FindConnectedPortTest, KnowsThePortsOfEveryHostAfterABuildThatFailedToo) {
+  for (const bool fails : {false, true}) {
+    // The name of a bridge is asked for last, by the last index.
+    const fake::Host host = EndpointAndBridge();
+    const std::size_t calls = naive::Model(host).Build().calls;
+    ResetCache();
+    fake::Use(host);
+    if (fails) fake::FailAt(calls);
+    LoadCache();
+    fake::FailNever();
+    const auto& hosts = ProcessCache().hosted_ports;
+    ASSERT_EQ(hosts.size(), 2U) << fails;
+    EXPECT_EQ(hosts.at("E").connected, &LookupPortEntry("E-ep")) << fails;
+    EXPECT_EQ(hosts.at("B").connected, &LookupPortEntry("B-pri")) << fails;
+  }
 }
 
 // Ports of a host "P" that has none of its own, as one of the devices or as none.

@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
@@ -12,8 +11,11 @@
 #include <string>
 #include <vector>
 
+#include "cache/cache_state.h"
+#include "cache/controlled_by.h"
 #include "cache/hostctl.h"
 #include "cache/observe_cache.h"
+#include "cache/topology_cache.h"
 #include "support/cache_reset.h"
 #include "support/log_capture.h"
 #include "support/naive_topology.h"
@@ -166,21 +168,13 @@ TEST(BuildFailureTest, FailureWhileBuildingPortsLeavesAPartialListAndNoIndex) {
   EXPECT_THAT(GetControlledByCache(), IsEmpty());
 }
 
-// How many names the fact is known of.
-std::ptrdiff_t NamesWith(std::uint32_t NameFacts::*fact) {
-  const KnownNames& names = ProcessCache().names;
-  return std::count_if(names.begin(), names.end(), [&](const KnownNames::Entry& entry) {
-    return entry.facts.*fact != NameFacts::kUnknown;
-  });
-}
-
 TEST(BuildFailureTest, FailureAtTheLastStepKeepsThePortsAndPartOfTheIndex) {
   const std::size_t calls = CallsOfBuild(SmallHost());
   const LogCapture log;
   LoadHostFailingAt(SmallHost(), calls);  // the name for the last record of cbDevMap
   EXPECT_EQ(GetControlledByCache().size(), 3U);
-  EXPECT_EQ(NamesWith(&NameFacts::port_record), 3);
-  EXPECT_EQ(NamesWith(&NameFacts::device_record), 2);
+  EXPECT_EQ(ProcessCache().cbPortMap.size(), 3U);
+  EXPECT_EQ(ProcessCache().cbDevMap.size(), 2U);
   EXPECT_EQ(LookupControlledByDevice("B")->entry->portName, "B-pri");
   EXPECT_EQ(GetBridgesCache().size(), 1U);
   ASSERT_GE(log.Lines().size(), 2U);

@@ -28,6 +28,7 @@ Position PositionIn(const std::vector<Element>& list, const Element* element) {
   return kStray;
 }
 
+Position PositionOf(Position position) { return position; }
 Position PositionOf(const PortEntry* port) { return PositionIn(GetPortsCache(), port); }
 Position PositionOf(const ControlledByRecord* record) {
   return PositionIn(GetControlledByCache(), record);
@@ -47,13 +48,11 @@ Positions PositionsOf(const std::vector<Pointer>& pointers) {
   return positions;
 }
 
-// The names of which the fact is known.
-std::map<std::string, Position> PositionsByName(const KnownNames& names,
-                                                std::uint32_t NameFacts::*fact) {
+// Where the index leads, as positions.
+template <typename Map>
+std::map<std::string, Position> PositionsByName(const Map& index) {
   std::map<std::string, Position> positions;
-  for (const auto& [name, facts] : names) {
-    if (facts.*fact != NameFacts::kUnknown) positions[name] = facts.*fact;
-  }
+  for (const auto& [name, target] : index) positions[name] = PositionOf(target);
   return positions;
 }
 
@@ -64,8 +63,7 @@ std::map<Key, Positions> ListsByKey(const Map& map) {
   return lists;
 }
 
-// --- Lookups: one line per question and answer, of the model and of the cache
-// ---------------------
+// --- Lookups: one line per question and answer, of the model and of the cache --------------------
 
 // A line per question; the same texts on both sides.
 class Answers {
@@ -245,16 +243,16 @@ naive::Topology ObserveCache() {
   naive::Topology topology;
   topology.system_name = PciGetSystemName();
   for (const auto& device : GetDevicesCache()) topology.devices.push_back(NameOf(*device));
-  topology.device_index = PositionsByName(cache.names, &NameFacts::device);
+  topology.device_index = PositionsByName(cache.device_index);
   for (const PortEntry& port : GetPortsCache()) {
     topology.ports.push_back({port.parentName, port.portName, port.peerName, port.deviceName,
                               port.bus, PositionOf(port.device)});
   }
-  topology.port_index = PositionsByName(cache.names, &NameFacts::port);
+  topology.port_index = PositionsByName(cache.port_index);
   topology.port_names = GetPortNames();
   topology.bus_numbers.assign(GetBusNumbers().begin(), GetBusNumbers().end());
   topology.bus_members = ListsByKey<int>(cache.bus_members);
-  topology.device_ports = PositionsByName(cache.names, &NameFacts::device_port);
+  topology.device_ports = PositionsByName(cache.device_ports);
   topology.switches = PositionsOf(GetSwitchCache());
   topology.bridges = PositionsOf(GetBridgesCache());
   topology.bridge_ports = ListsByKey<std::string>(GetBridgePortsCache());
@@ -263,8 +261,8 @@ naive::Topology ObserveCache() {
     topology.controlled_by.push_back(
         {PositionOf(record.device), record.className, PositionOf(record.entry)});
   }
-  topology.controlled_by_port = PositionsByName(cache.names, &NameFacts::port_record);
-  topology.controlled_by_device = PositionsByName(cache.names, &NameFacts::device_record);
+  topology.controlled_by_port = PositionsByName(cache.cbPortMap);
+  topology.controlled_by_device = PositionsByName(cache.cbDevMap);
   return topology;
 }
 

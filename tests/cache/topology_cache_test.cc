@@ -250,7 +250,7 @@ TEST(CacheBuildTest, PortNamesAreSorted) {
 
 TEST(CacheBuildTest, ListsHaveTheirRoomFromTheStart) {
   LoadHost(MixedHost());
-  EXPECT_EQ(GetPortsCache().capacity(), GetDevicesCache().size() + GetBridgesCache().size() + 20);
+  EXPECT_EQ(GetPortsCache().capacity(), GetDevicesCache().size() + 20);
   EXPECT_EQ(GetBusNumbers().capacity(), GetBusNumbers().size());
   EXPECT_GE(GetSwitchCache().capacity(), GetPortsCache().size() / 2);
   EXPECT_EQ(GetControlledByCache().capacity(), GetPortsCache().size());

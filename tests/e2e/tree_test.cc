@@ -2,11 +2,19 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <array>
+#include <cstdio>
+#include <fstream>
 #include <functional>
+#include <iomanip>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <regex>
 #include <set>
+#include <sstream>
 #include <string>
 
 #include "e2e/run_tool.h"
@@ -92,6 +100,164 @@ TEST(Tree, NestsTheRecordedSysfsTreeAsLspciDoes) {
   EXPECT_EQ(TextParents(RunTool(Joined({"tree", "--ascii"}, kSysfs))), expected);
 }
 
+// One function of a dump, as far as lspci looks at it to draw a tree.
+struct Header {
+  std::string address;
+  unsigned class_code = 0x0200;
+  unsigned type = 0;
+  unsigned secondary = 0;
+  unsigned subordinate = 0;
+};
+
+std::string DumpOf(const std::vector<Header>& headers) {
+  std::ostringstream dump;
+  for (const Header& header : headers) {
+    std::array<unsigned, 64> bytes{0x86, 0x80, 0x34, 0x12};
+    bytes[0x0a] = header.class_code & 0xff;
+    bytes[0x0b] = header.class_code >> 8;
+    bytes[0x0e] = header.type;
+    bytes[0x19] = header.secondary;
+    bytes[0x1a] = header.subordinate;
+    dump << header.address << " Class: Device" << std::hex << std::setfill('0');
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+      if (i % 16 == 0) dump << '\n' << std::setw(2) << i << ':';
+      dump << ' ' << std::setw(2) << bytes[i];
+    }
+    dump << "\n\n";
+  }
+  return dump.str();
+}
+
+class DumpFile {
+ public:
+  explicit DumpFile(const std::string& text)
+      : path_(testing::TempDir() + "tree_test." + std::to_string(getpid()) + ".lspci") {
+    std::ofstream(path_) << text;
+  }
+  DumpFile(const DumpFile&) = delete;
+  DumpFile& operator=(const DumpFile&) = delete;
+  ~DumpFile() { (void)std::remove(path_.c_str()); }
+
+  const std::string& path() const { return path_; }
+
+ private:
+  std::string path_;
+};
+
+// "01.0-[02-04]" for every range that is drawn; the same functions of several buses, in no order.
+using Ranges = std::multiset<std::string>;
+
+Ranges LspciRanges(const std::string& source) {
+  const std::string drawn = OutputOf("lspci -t " + source);
+  static const std::regex kRange("[0-9a-f]{2}\\.[0-7]-\\[[0-9a-f]{2}(-[0-9a-f]{2})?\\]");
+  Ranges ranges;
+  for (std::sregex_iterator found(drawn.begin(), drawn.end(), kRange), end; found != end; ++found) {
+    ranges.insert(found->str());
+  }
+  return ranges;
+}
+
+std::string Hex(unsigned number) {
+  std::ostringstream text;
+  text << std::hex << std::setfill('0') << std::setw(2) << number;
+  return text.str();
+}
+
+void CollectRanges(const Json& functions, Ranges& ranges) {
+  for (const Json& function : functions) {
+    if (function.contains("secondaryBus")) {
+      const std::string id = function["id"];
+      const std::string first = Hex(function["secondaryBus"]);
+      const std::string last = Hex(function["subordinateBus"]);
+      ranges.insert(id.substr(id.rfind(':') + 1) + "-[" + first +
+                    (first == last ? "" : "-" + last) + "]");
+    }
+    CollectRanges(function["children"], ranges);
+  }
+}
+
+Ranges JsonRanges(const Outcome& run) {
+  EXPECT_EQ(run.status, 0) << run.err;
+  Ranges ranges;
+  const Json tree = Json::parse(run.out);
+  for (const Json& root : tree["rootBuses"]) CollectRanges(root["functions"], ranges);
+  return ranges;
+}
+
+void ExpectDrawnAsByLspci(const std::vector<Header>& headers) {
+  const DumpFile dump(DumpOf(headers));
+  const Parents expected = LspciParents("-F " + dump.path());
+  EXPECT_EQ(expected.size(), headers.size());
+  const Outcome json = RunTool({"--dump", dump.path(), "tree", "-o", "json"});
+  EXPECT_EQ(JsonParents(json), expected);
+  EXPECT_EQ(JsonRanges(json), LspciRanges("-F " + dump.path()));
+  EXPECT_EQ(TextParents(RunTool({"--dump", dump.path(), "tree", "--ascii"})), expected);
+  const std::string graph = RunTool({"--dump", dump.path(), "tree", "-o", "dot"}).out;
+  for (const auto& [id, parent] : expected) {
+    EXPECT_NE(graph.find("-> \"" + id + "\";"), graph.npos) << id;
+  }
+}
+
+constexpr unsigned kHostBridge = 0x0600;
+constexpr unsigned kIsaBridge = 0x0601;
+constexpr unsigned kPciBridge = 0x0604;
+
+TEST(Tree, DrawsRootBusesWithHostBridgesOnly) {
+  ExpectDrawnAsByLspci({{"00:00.0", kHostBridge},
+                        {"00:02.0"},
+                        {"fe:00.0", kHostBridge},
+                        {"ff:00.0", kHostBridge},
+                        {"ff:00.1", kHostBridge},
+                        {"ff:06.3", kHostBridge}});
+}
+
+TEST(Tree, DrawsBridgesWithoutPortsWhoseDevicesHaveNoOtherFunction) {
+  ExpectDrawnAsByLspci({{"00:1c.0", kPciBridge, 1, 1, 1},
+                        {"00:1f.3", kIsaBridge},
+                        {"01:00.3", kHostBridge},
+                        {"01:00.7", kHostBridge}});
+}
+
+TEST(Tree, ShowsBusRangesAsProgrammed) {
+  ExpectDrawnAsByLspci({{"00:1c.0", kPciBridge, 1, 1, 9},
+                        {"01:00.0", kPciBridge, 1, 4, 4},
+                        {"01:01.0", kPciBridge, 1, 0, 0},
+                        {"01:02.0", 0x0607, 2, 5, 8},
+                        {"05:00.0"}});
+}
+
+TEST(Tree, SortsDomainsByTheirWholeNumber) {
+  const DumpFile dump(DumpOf({{"10000:e0:06.0", kPciBridge, 1, 0xe1, 0xe1},
+                              {"10000:e1:00.0"},
+                              {"ffff:00:00.0"},
+                              {"0000:00:00.0", kHostBridge}}));
+  const Json tree = Json::parse(RunTool({"--dump", dump.path(), "tree", "-o", "json"}).out);
+  std::vector<std::string> roots;
+  for (const Json& root : tree["rootBuses"]) roots.push_back(root["id"]);
+  EXPECT_EQ(roots, (Words{"0000:00", "ffff:00", "10000:e0"}));
+}
+
+TEST(Tree, ShowsBusRangesOfTheRecordedHostAsLspciDoes) {
+  const Ranges of_dump = LspciRanges("-F " RECORDED_DUMP);
+  EXPECT_GT(of_dump.size(), 10U);
+  EXPECT_EQ(JsonRanges(RunTool(Joined({"tree", "-o", "json"}, kDump))), of_dump);
+  EXPECT_EQ(JsonRanges(RunTool(Joined({"tree", "-o", "json"}, kSysfs))),
+            LspciRanges("-A linux-sysfs -O sysfs.path=" RECORDED_SYSFS));
+}
+
+// Who is not root sees 64 bytes of each function: no switch is known for one, but all buses are.
+TEST(Tree, ShowsTheSameBusRangesWithoutCapabilities) {
+  std::string headers;
+  for (const std::string& line : Lines(ReadFile(RECORDED_DUMP))) {
+    const std::size_t digits = line.find(": ");  // of an offset; an address has more characters
+    const bool is_bytes = digits == 2 || digits == 3;
+    if (!is_bytes || (digits == 2 && line < "40")) headers += line + '\n';
+  }
+  const DumpFile dump(headers);
+  EXPECT_EQ(JsonRanges(RunTool({"--dump", dump.path(), "tree", "-o", "json"})),
+            LspciRanges("-F " RECORDED_DUMP));
+}
+
 TEST(Tree, NestsThisHostAsLspciDoes) {
   EXPECT_EQ(JsonParents(RunTool({"tree", "-o", "json"})), LspciParents(""));
 }
@@ -147,6 +313,12 @@ TEST(Tree, DrawsWithPlainCharactersWhereTheLocaleHasNoOthers) {
   EXPECT_NE(ascii.find("|- 0000:00:00.0"), ascii.npos);
   EXPECT_NE(utf8.find("├─ 0000:00:00.0"), utf8.npos);
   for (const char c : ascii) ASSERT_GE(c, 0);
+}
+
+TEST(Tree, IsOfTheSystemThatAPlatformsOwnLibraryNames) {
+  const Setting platform{.environment = {{"LD_LIBRARY_PATH", FAKE_HOST_FOLDER}}};
+  EXPECT_EQ(RunTool({"tree"}, platform).out, "fake-host\n");
+  EXPECT_NE(RunTool({"ein", "system"}, platform).out.find("Name=\"fake-host\""), std::string::npos);
 }
 
 TEST(Tree, FitsTheTerminal) {

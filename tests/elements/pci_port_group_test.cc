@@ -142,6 +142,8 @@ TEST_F(PciPortGroupTest, KnowsTheBusesOfPorts) {
   EXPECT_TRUE(PortGroupExists(0));
   EXPECT_TRUE(PortGroupExists(4));
   EXPECT_FALSE(PortGroupExists(5));
+  Use(fake::Host().Add(fake::Endpoint("e").Bus(4)));
+  EXPECT_FALSE(PortGroupExists(3));
   Use(fake::Host());
   EXPECT_FALSE(PortGroupExists(0));
 }

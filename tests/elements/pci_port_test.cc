@@ -2,6 +2,7 @@
 
 #include "elements/pci_port.h"
 
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -170,7 +171,7 @@ TEST_F(PciPortTest, AnswersWithTheFailureOfADevice) {
 TEST_F(PciPortTest, NamesADownstreamPortWithoutParentButHasNoInstance) {
   Use(fake::Host().Add(fake::SwitchDownstream("D")));
   const auto* device = GetDevicesCache().front().get();
-  SeenBridges seen;
+  std::set<std::string> seen;
   EXPECT_EQ(Inside(PortPath(""),
                    [&](auto& result, const auto& /*path*/) {
                      MakePortsForDevice(device, result, seen, nullptr);
@@ -196,7 +197,7 @@ TEST_F(PciPortTest, ReturnsNothingForADeviceThatChangesItsAnswers) {
 
 TEST_F(PciPortTest, IgnoresANullDeviceAndTheRefFormSaysSo) {
   Use(fake::Host());
-  SeenBridges seen;
+  std::set<std::string> seen;
   EXPECT_EQ(Inside(PortPath(""),
                    [&](auto& result, const auto& /*path*/) {
                      MakePortsForDevice(nullptr, result, seen, nullptr);

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <utility>
 
+#include "broker/imitation.h"
 #include "broker/object_manager.h"
 #include "frame/registration.h"
 #include "frame/stderr_capture.h"
@@ -78,7 +79,7 @@ class ObjectManagerTest : public testing::TestWithParam<bool> {
  protected:
   ObjectManagerTest() {
     broker::Options options;
-    options.imitate_cmpi_1_0 = GetParam();
+    if (GetParam()) options.imitate = &broker::Cmpi10();
     manager_.emplace(std::move(options));
     manager_->Register(kClass, broker::ProviderLibrary::FromResolver(Resolve));
   }

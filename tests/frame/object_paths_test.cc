@@ -36,7 +36,8 @@ class ObjectPathsTest : public testing::Test {
   }
 
   RecordingBroker broker_;
-  ostInt::BrokerScope scope_{broker_.raw()};
+  ostInt::CmpiBroker wrapped_broker_{broker_.raw()};
+  ostInt::BrokerScope scope_{&wrapped_broker_};
 };
 
 TEST_F(ObjectPathsTest, ElementPathsHaveFourKeysInTheirOrder) {

@@ -1,19 +1,11 @@
 # Makes one table of what lspci says of the functions; a row has, with "-" for nothing:
 #   1 address  2 kind  3 class  4 vendor  5 device  6 revision  7 subsystem vendor  8 subsystem  9 slot
-#   10 parent  11 primary bus  12 secondary  13 subordinate
-#   14 the highest bus in use behind it: that of a function or the secondary one of a bridge that is no
-#      port of a switch
+#   10 parent  11 primary bus  12 secondary  13 subordinate  14 name of the slot, which may be more than
+#   its number
 # Reads the outputs of `lspci -Dvvn`, `-DPPn` and `-Dvmmn`, in that order, with the variable `part` set
 # to text, paths and fields.
 
 function fallback(value, other) { return value == "" ? other : value }
-
-function bus_of(address) { return substr(address, length(address) - 6, 2) }
-
-function deeper(bridge, bus) {
-  if (behind[bridge] < bus) behind[bridge] = bus
-  if (parent[bridge] != "-") deeper(parent[bridge], bus)
-}
 
 part == "text" && /^[0-9a-f]/ { address = $1 }
 part == "text" && /^\tBus: primary=/ {
@@ -41,19 +33,13 @@ END {
   for (i = 1; i <= functions; ++i) {
     address = order[i]
     if (kind[address] == "") kind[address] = field[address, "Class:"] ~ /^06/ ? "bridge" : "device"
-    if (parent[address] == "-") continue
-    deeper(parent[address], bus_of(address))
-    if (kind[address] == "bridge") deeper(parent[address], secondary[address])
-  }
-  for (i = 1; i <= functions; ++i) {
-    address = order[i]
-    slot = field[address, "PhySlot:"]
+    slot = name = field[address, "PhySlot:"]
     sub(/[^0-9].*/, "", slot)
     print address, kind[address], field[address, "Class:"], field[address, "Vendor:"],
           field[address, "Device:"], fallback(field[address, "Rev:"], "00"),
           fallback(field[address, "SVendor:"], "0000"), fallback(field[address, "SDevice:"], "0000"),
           fallback(slot, "-"), parent[address], fallback(primary[address], "-"),
           fallback(secondary[address], "-"), fallback(subordinate[address], "-"),
-          fallback(behind[address], "-")
+          fallback(name, "-")
   }
 }

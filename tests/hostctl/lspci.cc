@@ -11,7 +11,7 @@ namespace {
 
 using Record = std::map<std::string, std::string>;
 
-std::string OutputOf(const std::string& arguments) {
+std::string LspciOutput(const std::string& arguments) {
   // The library does not ask udev's copy of pci.ids either.
   const std::string command = "LC_ALL=C lspci -O hwdb.disable=1 -D " + arguments + " 2>/dev/null";
   std::FILE* pipe = popen(command.c_str(), "r");
@@ -101,6 +101,25 @@ void ReadVerbose(const std::string& block, LspciFunction& function) {
   }
 }
 
+// Of a dump lspci prints no slots: they are where the ports above say "Slot #7". No other device
+// than 0 is behind a link.
+void FillSlots(const std::vector<std::string>& texts, std::vector<LspciFunction>& functions) {
+  std::map<std::string, int> slots;  // by domain and bus
+  for (std::size_t i = 0; i < functions.size(); ++i) {
+    const std::size_t slot = texts[i].find("\tSlot #");
+    if (slot == texts[i].npos || functions[i].secondary_bus == 0) continue;
+    char bus[16];
+    std::snprintf(bus, sizeof bus, "%02x", functions[i].secondary_bus);
+    const std::string domain = functions[i].slot.substr(0, functions[i].slot.find(':') + 1);
+    slots[domain + bus] = std::atoi(texts[i].c_str() + slot + 7);
+  }
+  for (LspciFunction& function : functions) {
+    const auto found = slots.find(function.slot.substr(0, function.slot.rfind(':')));
+    const bool first_device = function.slot.find(":00.") != function.slot.npos;
+    if (found != slots.end() && first_device) function.physical_slot = found->second;
+  }
+}
+
 std::vector<std::string> Blocks(const std::string& text) {
   std::vector<std::string> blocks;
   for (std::size_t start = 0; start < text.size();) {
@@ -115,9 +134,9 @@ std::vector<std::string> Blocks(const std::string& text) {
 }  // namespace
 
 std::vector<LspciFunction> RunLspci(const std::string& arguments) {
-  const std::vector<Record> numbers = ReadRecords(OutputOf(arguments + " -vmmn"));
-  const std::vector<Record> names = ReadRecords(OutputOf(arguments + " -vmm"));
-  const std::vector<std::string> texts = Blocks(OutputOf(arguments + " -vvn"));
+  const std::vector<Record> numbers = ReadRecords(LspciOutput(arguments + " -vmmn"));
+  const std::vector<Record> names = ReadRecords(LspciOutput(arguments + " -vmm"));
+  const std::vector<std::string> texts = Blocks(LspciOutput(arguments + " -vvn"));
   std::vector<LspciFunction> functions;
   if (numbers.size() != names.size() || numbers.size() != texts.size()) {
     ADD_FAILURE() << "lspci tells of " << numbers.size() << ", " << names.size() << " and "
@@ -128,6 +147,8 @@ std::vector<LspciFunction> RunLspci(const std::string& arguments) {
     functions.push_back(FromRecords(numbers[i], names[i]));
     ReadVerbose(texts[i], functions.back());
   }
+  const bool is_dump = arguments.starts_with("-F");
+  if (is_dump) FillSlots(texts, functions);
   return functions;
 }
 

@@ -7,6 +7,7 @@
 #include "hostctl/expectations.h"
 #include "hostctl/lspci.h"
 #include "hostctl/sources.h"
+#include "pci/hosts.h"
 
 namespace hostctl_test {
 namespace {
@@ -44,16 +45,23 @@ TEST(Lspci, AgreesOnTheRunningHost) {
   ExpectSameHost(ReadLiveHost(), RunLspci(""));
 }
 
-TEST(Lspci, AgreesOnTheRecordedSysfs) {
-  ExpectSameHost(ReadSysfs(RecordedSysfs()),
-                 RunLspci("-A linux-sysfs -O 'sysfs.path=" + RecordedSysfs() + "'"));
+class LspciOnRecordedHost : public ::testing::TestWithParam<const char*> {};
+
+TEST_P(LspciOnRecordedHost, AgreesOnSysfs) {
+  const std::string path = pci_test::RecordedSysfs(GetParam());
+  ExpectSameHost(ReadSysfs(path), RunLspci("-A linux-sysfs -O 'sysfs.path=" + path + "'"));
 }
 
-TEST(Lspci, AgreesOnTheRecordedDump) {
-  ExpectSameHost(ReadDump(RecordedDump()), RunLspci("-F '" + RecordedDump() + "'"));
+TEST_P(LspciOnRecordedHost, AgreesOnTheDump) {
+  const std::string path = pci_test::RecordedDump(GetParam());
+  ExpectSameHost(ReadDump(path), RunLspci("-F '" + path + "'"));
 }
 
-// What the recorded host lacks: CardBus bridges, unknown ids, wide domains, rarer capabilities.
+INSTANTIATE_TEST_SUITE_P(Hosts, LspciOnRecordedHost,
+                         ::testing::Values("guest-sriov", "guest-switches"),
+                         [](const auto& test) { return std::string(test.param).substr(6); });
+
+// What the recorded hosts lack: CardBus bridges, unknown ids, wide domains, rarer capabilities.
 TEST(Lspci, AgreesOnFunctionsOfRarerKinds) {
   const std::vector<Function> functions = {
       Function("0000:00:00.0")

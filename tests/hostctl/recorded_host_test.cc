@@ -41,10 +41,13 @@ TEST_F(RecordedHost, ListsEveryFunctionInTheOrderOfAddresses) {
   EXPECT_EQ(devices_.back()->GetName(), "0000:81:00.0");
 }
 
-TEST_F(RecordedHost, ADumpTellsNoSlots) {
-  for (const auto& device : ReadDump(RecordedDump())) {
-    EXPECT_EQ(device->GetPhysicalSlot(), -1) << device->GetName();
-  }
+// Of the slots that ports tell; bridges to conventional PCI tell none.
+TEST_F(RecordedHost, ADumpTellsTheSlotsOfPorts) {
+  const Devices devices = ReadDump(RecordedDump());
+  EXPECT_EQ(Find(devices, "0000:03:00.0")->GetPhysicalSlot(), 11) << "0 is the kernel's label";
+  EXPECT_EQ(Find(devices, "0000:81:00.0")->GetPhysicalSlot(), 8);
+  EXPECT_EQ(Find(devices, "0000:0f:07.0")->GetPhysicalSlot(), -1);
+  EXPECT_EQ(Find(devices, "0000:00:03.0")->GetPhysicalSlot(), -1);
 }
 
 TEST_F(RecordedHost, DescribesASwitchUpstreamPort) {

@@ -25,7 +25,7 @@ TEST(Threads, ShareTheSameDevices) {
   EXPECT_EQ(different, 0);
 }
 
-TEST(Threads, TakeSnapshotsAndFailSideBySide) {
+TEST(Threads, ReadHostsAndFailSideBySide) {
   const TempFolder folder;
   const std::string good = folder.Path("tree");
   folder.Write("tree/devices/0000:00:01.0/vendor", "0x8086\n");

@@ -24,7 +24,8 @@ using testing::ElementsAre;
 class CmpiBrokerTest : public testing::Test {
  protected:
   RecordingBroker broker_;
-  ostInt::BrokerScope scope_{broker_.raw()};
+  ostInt::CmpiBroker wrapped_broker_{broker_.raw()};
+  ostInt::BrokerScope scope_{&wrapped_broker_};
 };
 
 TEST_F(CmpiBrokerTest, ResultsArePassedOnOneByOne) {
@@ -108,6 +109,25 @@ TEST_F(CmpiBrokerTest, AnElementThatIsNotThereIsNull) {
   EXPECT_TRUE(found.getNext().isNull());
 }
 
+// What one object manager's states say of every element, good as it is.
+TEST_F(CmpiBrokerTest, AnElementIsThereWhateverItsStateSays) {
+  CMPIData path = RecordingBroker::Reference(broker_.Path("", "C"));
+  path.state = CMPI_nullValue;
+  CMPIData instance{CMPI_instance, CMPI_nullValue, {}};
+  instance.value.inst = broker_.Instance();
+  CmpiEnumeration found(broker_.Enumeration({path, instance}));
+  EXPECT_EQ(CmpiObjectPath(found.getNext()).raw(), path.value.ref);
+  EXPECT_EQ(CmpiInstance(found.getNext()).raw(), instance.value.inst);
+  EXPECT_TRUE(found.getNext().isNull());
+}
+
+TEST_F(CmpiBrokerTest, AnElementWithoutPointerIsNull) {
+  CmpiEnumeration found(broker_.Enumeration(
+      {AbsentValue(CMPI_instance, CMPI_nullValue), AbsentValue(CMPI_ref, CMPI_goodValue)}));
+  EXPECT_TRUE(found.getNext().isNull());
+  EXPECT_TRUE(found.getNext().isNull());
+}
+
 TEST_F(CmpiBrokerTest, AScopeFreesWhatWasMadeInIt) {
   const CmpiObjectPath before("root/cimv2", "Before");
   for (int element = 0; element < 3; ++element) {
@@ -161,7 +181,8 @@ class PlainMemoryTest : public testing::TestWithParam<Offer> {};
 // Nothing is marked, nothing released, and nothing read behind the end of a table.
 TEST_P(PlainMemoryTest, EveryOperationWorksWithoutMarkAndRelease) {
   RecordingBroker broker(GetParam());
-  const ostInt::BrokerScope call(broker.raw());
+  const ostInt::CmpiBroker wrapped_broker(broker.raw());
+  const ostInt::BrokerScope call(&wrapped_broker);
   broker.class_is_a = {"C"};
   CmpiResult result(broker.Result());
   for (int element = 0; element < 2; ++element) {

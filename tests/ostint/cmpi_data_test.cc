@@ -20,7 +20,8 @@ using ostInt::CmpiString;
 class CmpiDataTest : public testing::Test {
  protected:
   RecordingBroker broker_;
-  ostInt::BrokerScope scope_{broker_.raw()};
+  ostInt::CmpiBroker wrapped_broker_{broker_.raw()};
+  ostInt::BrokerScope scope_{&wrapped_broker_};
 };
 
 template <typename Target>

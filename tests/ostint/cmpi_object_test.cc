@@ -17,11 +17,13 @@ using ostInt::CmpiInstance;
 using ostInt::CmpiObjectPath;
 using ostInt::CmpiString;
 using testing::ElementsAre;
+using testing::IsEmpty;
 
 class CmpiObjectTest : public testing::Test {
  protected:
   RecordingBroker broker_;
-  ostInt::BrokerScope scope_{broker_.raw()};
+  ostInt::CmpiBroker wrapped_broker_{broker_.raw()};
+  ostInt::BrokerScope scope_{&wrapped_broker_};
 };
 
 std::string KeyOf(const CmpiObjectPath& path, const char* name) {
@@ -82,7 +84,8 @@ TEST_F(CmpiObjectTest, SettingAKeyThatIsRefusedThrows) {
 
 TEST(CmpiObjectKeyTest, NamesAreFoundIgnoringCaseWhereTheObjectManagerDoesNot) {
   RecordingBroker broker({.key_case = true});
-  const ostInt::BrokerScope scope(broker.raw());
+  const ostInt::CmpiBroker wrapped_broker(broker.raw());
+  const ostInt::BrokerScope scope(&wrapped_broker);
   const CmpiObjectPath path(
       broker.Path("", "C", {{"NAME", broker.Text("n")}, {"deviceid", broker.Text("d")}}));
   EXPECT_EQ(KeyOf(path, "DeviceID"), "d");
@@ -92,7 +95,8 @@ TEST(CmpiObjectKeyTest, NamesAreFoundIgnoringCaseWhereTheObjectManagerDoesNot) {
 
 TEST(CmpiObjectKeyTest, KeysThatCannotBeListedAreMissing) {
   RecordingBroker broker({.key_case = true});
-  const ostInt::BrokerScope scope(broker.raw());
+  const ostInt::CmpiBroker wrapped_broker(broker.raw());
+  const ostInt::BrokerScope scope(&wrapped_broker);
   const CmpiObjectPath path(broker.Path("", "C", {{"deviceid", broker.Text("d")}}));
   broker.Fail("getKeyAt", CMPI_RC_ERR_FAILED);
   EXPECT_EQ(OutcomeOf([&] { path.getKey("DeviceID"); }).rc, CMPI_RC_ERR_NO_SUCH_PROPERTY);
@@ -102,7 +106,8 @@ TEST(CmpiObjectKeyTest, KeysThatCannotBeListedAreMissing) {
 
 TEST(CmpiObjectKeyTest, KeysAnsweredAsCharsAreRead) {
   RecordingBroker broker({.keys_as_chars = true});
-  const ostInt::BrokerScope scope(broker.raw());
+  const ostInt::CmpiBroker wrapped_broker(broker.raw());
+  const ostInt::BrokerScope scope(&wrapped_broker);
   const CmpiObjectPath path(broker.Path("", "C", {{"DeviceID", broker.Text("0000:00:1f.2")}}));
   EXPECT_EQ(KeyOf(path, "DeviceID"), "0000:00:1f.2");
 }
@@ -158,6 +163,95 @@ TEST_F(CmpiObjectTest, PropertiesAndFiltersThatAreRefusedThrow) {
   EXPECT_EQ(OutcomeOf([&] { instance.setPropertyFilter(nullptr, nullptr); }).rc,
             CMPI_RC_ERR_NOT_SUPPORTED);
 }
+
+// ---------------------------------------------------------------------------- keys of instances
+
+class InstanceKeysTest : public testing::Test {
+ protected:
+  // What is set on an instance that is made of the path.
+  static std::vector<std::string> SetOn(RecordingBroker& broker, const CmpiObjectPath& path) {
+    const std::size_t before = broker.calls().size() + 1;  // newInstance
+    const CmpiInstance instance(path);
+    return {broker.calls().begin() + static_cast<std::ptrdiff_t>(before), broker.calls().end()};
+  }
+
+  static CMPIObjectPath* Association(RecordingBroker& broker) {
+    const auto reference = [&](const char* name) {
+      return RecordingBroker::Reference(broker.Path("", name));
+    };
+    return broker.Path("", "A",
+                       {{"Antecedent", reference("System")}, {"Dependent", reference("Group")}});
+  }
+};
+
+TEST_F(InstanceKeysTest, AreLeftToAnObjectManagerThatCopiesThem) {
+  RecordingBroker broker;
+  const ostInt::CmpiBroker wrapped(broker.raw());
+  const ostInt::BrokerScope scope(&wrapped);
+  const CmpiObjectPath path(broker.Path("", "C", {{"K", broker.Text("v")}}));
+  EXPECT_THAT(SetOn(broker, path), IsEmpty());
+  // From the second instance on nothing is asked.
+  for (const char* question : {"getProperty", "getKeyCount", "getKeyAt"}) {
+    broker.Fail(question, CMPI_RC_ERR_FAILED, "asked again");
+  }
+  EXPECT_THAT(SetOn(broker, path), IsEmpty());
+}
+
+TEST_F(InstanceKeysTest, AreSetWhereTheObjectManagerDoesNotCopyThem) {
+  RecordingBroker broker({.copies_keys = false});
+  const ostInt::CmpiBroker wrapped(broker.raw());
+  const ostInt::BrokerScope scope(&wrapped);
+  const CmpiObjectPath path(
+      broker.Path("", "C", {{"SystemName", broker.Text("host")}, {"DeviceID", broker.Text("d")}}));
+  for (int instance = 0; instance < 3; ++instance) {
+    EXPECT_THAT(SetOn(broker, path),
+                ElementsAre("setProperty SystemName string host", "setProperty DeviceID string d"));
+  }
+  EXPECT_THAT(SetOn(broker, CmpiObjectPath(Association(broker))),
+              ElementsAre("setProperty Antecedent ref System", "setProperty Dependent ref Group"));
+}
+
+TEST_F(InstanceKeysTest, AreSetAsTheyAreHandedOut) {
+  RecordingBroker broker({.keys_as_chars = true, .copies_keys = false});
+  const ostInt::CmpiBroker wrapped(broker.raw());
+  const ostInt::BrokerScope scope(&wrapped);
+  const CmpiObjectPath path(broker.Path("", "C", {{"DeviceID", broker.Text("0000:00:1f.2")}}));
+  EXPECT_THAT(SetOn(broker, path), ElementsAre("setProperty DeviceID chars 0000:00:1f.2"));
+}
+
+// An instance without keys tells nothing of the object manager.
+TEST_F(InstanceKeysTest, AreFoundOutFromTheFirstInstanceThatHasAny) {
+  RecordingBroker broker({.copies_keys = false});
+  const ostInt::CmpiBroker wrapped(broker.raw());
+  const ostInt::BrokerScope scope(&wrapped);
+  EXPECT_THAT(SetOn(broker, CmpiObjectPath(broker.Path("", "C"))), IsEmpty());
+  EXPECT_THAT(SetOn(broker, CmpiObjectPath(Association(broker))), testing::SizeIs(2));
+}
+
+// Some object managers give every provider a broker of its own, perhaps where another one was.
+TEST_F(InstanceKeysTest, AreFoundOutOfEachBroker) {
+  for (const bool copies : {false, true, false}) {
+    RecordingBroker broker({.copies_keys = copies});
+    const ostInt::CmpiBroker wrapped(broker.raw());
+    const ostInt::BrokerScope scope(&wrapped);
+    EXPECT_THAT(SetOn(broker, CmpiObjectPath(Association(broker))),
+                testing::SizeIs(copies ? 0 : 2));
+  }
+}
+
+TEST_F(InstanceKeysTest, ThatAreRefusedThrow) {
+  RecordingBroker broker({.copies_keys = false});
+  const ostInt::CmpiBroker wrapped(broker.raw());
+  const ostInt::BrokerScope scope(&wrapped);
+  const CmpiObjectPath path(Association(broker));
+  broker.Fail("setProperty", CMPI_RC_ERR_TYPE_MISMATCH, "no reference");
+  EXPECT_EQ(OutcomeOf([&] { CmpiInstance{path}; }),
+            (Outcome{CMPI_RC_ERR_TYPE_MISMATCH, "no reference"}));
+  broker.Fail("getKeyAt", CMPI_RC_ERR_FAILED, "no key");
+  EXPECT_EQ(OutcomeOf([&] { CmpiInstance{path}; }), (Outcome{CMPI_RC_ERR_FAILED, "no key"}));
+}
+
+// ---------------------------------------------------------------------------------- class tree
 
 TEST_F(CmpiObjectTest, TheClassTreeIsTheObjectManagers) {
   const CmpiObjectPath path(broker_.Path("", "C"));

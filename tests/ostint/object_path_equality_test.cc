@@ -39,7 +39,8 @@ class ObjectPathEqualityTest : public testing::Test {
   }
 
   RecordingBroker broker_;
-  ostInt::BrokerScope scope_{broker_.raw()};
+  ostInt::CmpiBroker wrapped_broker_{broker_.raw()};
+  ostInt::BrokerScope scope_{&wrapped_broker_};
 };
 
 TEST_F(ObjectPathEqualityTest, APathEqualsItself) {

@@ -26,6 +26,8 @@ struct PathObject : Object {
 
 struct InstanceObject : Object {
   CMPIInstance record{};
+  const CMPIObjectPath* path = nullptr;  // of the test, or made for the instance
+  std::vector<std::pair<std::string, CMPIData>> properties;
 };
 
 struct ArrayObject : Object {
@@ -86,6 +88,7 @@ struct RecordingBroker::State {
   const CMPIObjectPath* upcall_path = nullptr;
   const char** upcall_properties = nullptr;
   int open_marks = 0;
+  int live_clones = 0;
   RecordingBroker* broker = nullptr;
 };
 
@@ -141,6 +144,7 @@ void Record(const std::string& call) { current->calls.push_back(call); }
 std::string Describe(const CMPIValue* value, CMPIType type) {
   switch (type) {
     case CMPI_chars: return "chars " + std::string(reinterpret_cast<const char*>(value));
+    case CMPI_string: return "string " + ObjectOf<StringObject>(value->string)->text;
     case CMPI_uint8: return "uint8 " + std::to_string(value->uint8);
     case CMPI_uint16: return "uint16 " + std::to_string(value->uint16);
     case CMPI_ref: return "ref " + ObjectOf<PathObject>(value->ref)->class_name;
@@ -178,6 +182,8 @@ CMPIInstance* NewInstance(const CMPIBroker*, const CMPIObjectPath* op, CMPIStatu
   if (Refuses("newInstance", rc)) return nullptr;
   auto* instance = NewObject<InstanceObject>(current->made);
   instance->record.ft = current->instance_table;
+  instance->path = op;
+  if (current->offer.copies_keys) instance->properties = ObjectOf<PathObject>(op)->keys;
   return &instance->record;
 }
 
@@ -296,6 +302,34 @@ CMPIStatus SetProperty(const CMPIInstance*, const char* name, const CMPIValue* v
   return StatusOf("setProperty");
 }
 
+CMPIData GetProperty(const CMPIInstance* inst, const char* name, CMPIStatus* rc) {
+  if (Refuses("getProperty", rc)) return kNothing;
+  for (const auto& [property, data] : ObjectOf<InstanceObject>(inst)->properties) {
+    if (property == name) return data;
+  }
+  if (rc != nullptr) rc->rc = CMPI_RC_ERR_NO_SUCH_PROPERTY;
+  return kNothing;
+}
+
+CMPIObjectPath* GetObjectPath(const CMPIInstance* inst, CMPIStatus* rc) {
+  if (Refuses("getObjectPath", rc)) return nullptr;
+  return const_cast<CMPIObjectPath*>(ObjectOf<InstanceObject>(inst)->path);
+}
+
+CMPIInstance* CloneInstance(const CMPIInstance* inst, CMPIStatus* rc) {
+  if (Refuses("clone", rc)) return nullptr;
+  auto* clone = NewObject<InstanceObject>(current->owned);
+  clone->record.ft = current->instance_table;
+  clone->path = ObjectOf<InstanceObject>(inst)->path;
+  ++current->live_clones;
+  return &clone->record;
+}
+
+CMPIStatus ReleaseInstance(CMPIInstance*) {
+  --current->live_clones;
+  return StatusOf("release");
+}
+
 CMPIStatus SetPropertyFilter(CMPIInstance*, const char** properties, const char** keys) {
   Record("setPropertyFilter");
   current->filter_properties = properties;
@@ -312,8 +346,14 @@ const char* GetCharPtr(const CMPIString* st, CMPIStatus* rc) {
   return Refuses("getCharPtr", rc) ? nullptr : ObjectOf<StringObject>(st)->text.c_str();
 }
 
-CMPIStatus ReturnInstance(const CMPIResult*, const CMPIInstance*) {
-  Record("returnInstance");
+CMPIStatus ReturnInstance(const CMPIResult*, const CMPIInstance* inst) {
+  const CMPIObjectPath* path = ObjectOf<InstanceObject>(inst)->path;
+  std::string call = "returnInstance";
+  if (path != nullptr && !ObjectOf<PathObject>(path)->keys.empty()) {
+    const CMPIData& key = ObjectOf<PathObject>(path)->keys.front().second;
+    if (key.type == CMPI_string) call += " " + TextOf(key.value.string);
+  }
+  Record(call);
   return StatusOf("returnInstance");
 }
 
@@ -349,7 +389,7 @@ CMPIBrokerFT BrokerTable(const Offer& offer) {
   table.brokerCapabilities = CMPI_MB_Class_2;
   if (offer.mark_release) table.brokerCapabilities |= CMPI_MB_Supports_MemEnhancements;
   table.brokerVersion = offer.cmpi_2_0 ? CMPIVersion200 : CMPIVersion100;
-  table.brokerName = "recording";
+  table.brokerName = offer.name;
   table.enumerateInstanceNames = EnumerateInstanceNames;
   table.enumerateInstances = EnumerateInstances;
   return table;
@@ -382,6 +422,10 @@ CMPIObjectPathFT PathTable(int version) {
 CMPIInstanceFT InstanceTable(int version) {
   CMPIInstanceFT table{};
   table.ftVersion = version;
+  table.release = ReleaseInstance;
+  table.clone = CloneInstance;
+  table.getProperty = GetProperty;
+  table.getObjectPath = GetObjectPath;
   table.setProperty = SetProperty;
   table.setPropertyFilter = SetPropertyFilter;
   return table;
@@ -477,8 +521,9 @@ CMPIObjectPath* RecordingBroker::Path(
   return &path->record;
 }
 
-CMPIInstance* RecordingBroker::Instance() {
+CMPIInstance* RecordingBroker::Instance(const CMPIObjectPath* path) {
   auto* instance = NewObject<InstanceObject>(state_->owned);
+  instance->path = path;
   instance->record.ft = state_->instance_table;
   return &instance->record;
 }
@@ -528,6 +573,7 @@ const CMPIContext* RecordingBroker::upcall_context() const { return state_->upca
 const CMPIObjectPath* RecordingBroker::upcall_path() const { return state_->upcall_path; }
 const char** RecordingBroker::upcall_properties() const { return state_->upcall_properties; }
 std::size_t RecordingBroker::live_objects() const { return state_->made.size(); }
+int RecordingBroker::live_clones() const { return state_->live_clones; }
 int RecordingBroker::open_marks() const { return state_->open_marks; }
 
 std::string TextOf(const CMPIString* string) {

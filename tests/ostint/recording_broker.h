@@ -35,6 +35,8 @@ struct Offer {
   bool memory_table = true;    // `mft` is not null
   bool key_case = false;       // getKey tells "DeviceID" from "deviceid"
   bool keys_as_chars = false;  // text keys are answered as CMPI_chars
+  bool copies_keys = true;     // a new instance has its path's keys as properties
+  const char* name = "recording";
 };
 
 class RecordingBroker {
@@ -57,7 +59,7 @@ class RecordingBroker {
   CMPIString* String(const std::string& text);
   CMPIObjectPath* Path(const std::string& name_space, const std::string& class_name,
                        std::initializer_list<std::pair<std::string, CMPIData>> keys = {});
-  CMPIInstance* Instance();
+  CMPIInstance* Instance(const CMPIObjectPath* path = nullptr);
   CMPIDateTime* DateTime(const std::string& text);
   CMPIEnumeration* Enumeration(std::vector<CMPIData> elements);
   CMPIResult* Result();
@@ -73,7 +75,8 @@ class RecordingBroker {
   std::vector<std::string> class_is_a;
 
   // What was called, in order: "addKey SystemName chars host", "setProperty BusNumber uint8 3",
-  // "returnDone"; reads leave no trace.
+  // "returnInstance", with the first text among the path's keys where there is one, "returnDone";
+  // reads leave no trace.
   const std::vector<std::string>& calls() const;
   // The last property list and key list of setPropertyFilter.
   const char** filter_properties() const;
@@ -82,8 +85,9 @@ class RecordingBroker {
   const CMPIContext* upcall_context() const;
   const CMPIObjectPath* upcall_path() const;
   const char** upcall_properties() const;
-  // Objects made through the tables and not released.
+  // Objects made through the tables and not released; clones are counted alone.
   std::size_t live_objects() const;
+  int live_clones() const;
   int open_marks() const;
 
   struct State;

@@ -11,7 +11,7 @@ std::vector<Asked> AskedAlone(const fake::Host& host, std::uint32_t seed, int co
   std::vector<Asked> asked;
   for (int i = 0; i < count; ++i) {
     Asked next{pool.Draw(), {}};
-    next.answer = model.Ask(next.request);
+    next.answer = Expect(model, next.request);
     next.answer.log.clear();
     asked.push_back(std::move(next));
   }

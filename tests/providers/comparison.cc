@@ -26,7 +26,7 @@ std::string DifferenceAlone(const Bench& bench, const fake::Host& host,
                             const naive::Request& request) {
   ProviderRun real(host, bench.start(), bench.system_class);
   naive::Providers model(host, SystemOf(bench, host));
-  return Difference(model.Ask(request), real.Ask(request));
+  return Difference(Expect(model, request), real.Ask(request));
 }
 
 std::string Report(const Bench& bench, const fake::Host& host, const naive::Request& request,
@@ -52,7 +52,7 @@ std::string FirstDifference(const Bench& bench, const fake::Host& host, std::uin
   ++tally.hosts;
   for (int i = 0; i < requests; ++i) {
     request = pool.Draw();
-    const naive::Answer expected = model.Ask(request);
+    const naive::Answer expected = Expect(model, request);
     std::string difference = Difference(expected, real.Ask(request));
     if (!difference.empty()) return difference;
     Count(expected, tally);

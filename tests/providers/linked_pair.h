@@ -36,7 +36,7 @@ class LinkedPair {
     const std::size_t real_before = fake::CallCount();
     const bool was_built = model_.topology().built;
     const std::size_t model_before = was_built ? model_.topology().calls : 0;
-    expected_ = model_.Ask(request);
+    expected_ = Expect(model_, request);
     actual_ = real_.Ask(request);
     calls_ = model_.topology().calls - model_before;
     std::string text = Difference(expected_, actual_);

@@ -39,7 +39,7 @@ class QuietStandardError {
 broker::Options OptionsFor(const fake::Host& host, broker::SystemClassMode mode,
                            bool quiet_factories) {
   broker::Options options;
-  options.imitate_cmpi_1_0 = OnCmpi10();
+  options.imitate = &TestedObjectManager();
   options.system_name = ObjectManagerSystem(host);
   options.system_class = mode;
   if (quiet_factories) {
@@ -81,6 +81,7 @@ class Recorder : public broker::ResultSink {
  public:
   explicit Recorder(naive::Answer& answer) : answer_(answer) {}
   void OnInstance(broker::Instance&& instance) override {
+    RemoveClassDefaults(instance);
     answer_.events.emplace_back(std::move(instance));
   }
   void OnObjectPath(broker::ObjectPath&& path) override {
@@ -129,6 +130,12 @@ std::string ObjectManagerSystem(const fake::Host& host) {
     character = static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
   }
   return name;
+}
+
+naive::Answer Expect(naive::Providers& model, const naive::Request& request) {
+  const naive::Answer answer = model.Ask(request);
+  const bool takes_one = OnServer() && request.operation == naive::Operation::kGetInstance;
+  return takes_one ? naive::DeliveredByOne(request, answer) : answer;
 }
 
 ProviderRun::ProviderRun(const fake::Host& host,

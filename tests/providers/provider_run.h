@@ -34,6 +34,9 @@ std::shared_ptr<const broker::ProviderLibrary> LinkedProviders();
 // read from the host, so that an answer shows whom it is from.
 std::string ObjectManagerSystem(const fake::Host& host);
 
+// What the model answers, as the object manager under test delivers it.
+naive::Answer Expect(naive::Providers& model, const naive::Request& request);
+
 class ProviderRun {
  public:
   // Installs the host. The cache is built by the first request. Lines of the log are those of this

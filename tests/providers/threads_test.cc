@@ -48,7 +48,7 @@ TEST(Threads, CallingTheFactoriesOfAllClassesAtOnceBuildOnce) {
       next.request.class_name = name;
       next.request.operation = naive::Operation::kEnumInstances;
       next.request.path = {{}, naive::kNameSpace, name, {}};
-      next.answer = model.Ask(next.request);
+      next.answer = Expect(model, next.request);
       next.answer.log.clear();
       asked.push_back(std::move(next));
     }

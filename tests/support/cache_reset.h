@@ -11,16 +11,14 @@
 #include "support/fake_host.h"
 
 // As the process starts: empty, not built.
-inline void ResetCache() { ProcessCache() = TopologyCache{}; }
+inline void ResetCache() { ProcessCache().Reset(); }
 
 // Takes the controlled-by index away again.
 inline void DropControlledBy() {
   TopologyCache& cache = ProcessCache();
   cache.controlled_by.clear();
-  for (const auto& [name, facts] : KnownNames(cache.names)) {
-    cache.names[name].port_record = NameFacts::kUnknown;
-    cache.names[name].device_record = NameFacts::kUnknown;
-  }
+  cache.cbPortMap.clear();
+  cache.cbDevMap.clear();
 }
 
 // Resets, installs the host and builds. Throws what LoadCache throws.

@@ -30,6 +30,7 @@ bool Fails() {
 
 void* Take(std::size_t size, std::size_t alignment) noexcept {
   size = std::max(size, std::size_t{1});
+  const AllocationPause already_counted;
   void* memory =
       alignment <= __STDCPP_DEFAULT_NEW_ALIGNMENT__
           ? std::malloc(size)
@@ -73,6 +74,12 @@ FailingAllocations::~FailingAllocations() {
 }
 
 void AllocationPause::Bracket(bool begins) { state.pauses += begins ? 1 : -1; }
+
+bool CAllocationFails() {
+  if (!Fails()) return false;
+  ++state.report.refused;
+  return true;
+}
 
 std::size_t LiveAllocations() { return live.load(std::memory_order_relaxed); }
 

@@ -4,7 +4,8 @@
 // C++ library's, in all their forms: for itself, for the C++ library and for the shared libraries
 // that it links or opens with dlopen. They take their memory from malloc, so that the address
 // sanitizer still finds leaks and late uses (but not a delete of the wrong form). What C libraries
-// take from malloc, and the memory of exceptions themselves, is neither counted nor made to fail.
+// take from malloc, and the memory of exceptions themselves, is neither counted nor made to fail,
+// but in programs that also name failing_malloc.cc.
 //
 // Thread rule: what fails and what is counted is the calling thread's alone; LiveAllocations is the
 // process's.
@@ -54,6 +55,9 @@ class AllocationPause {
   // Begins or ends a pause, for those who cannot hold an object.
   static void Bracket(bool begins);
 };
+
+// Counts an allocation of the C library's; whether it is to fail.
+bool CAllocationFails();
 
 // Blocks taken by operator new and not given back, on all threads.
 std::size_t LiveAllocations();

@@ -5,6 +5,7 @@
 // Like the model of the cache it asks the host the same questions in the same order as the
 // providers must, so that it can also tell what an operation answers when the n-th of them fails.
 //
+// Each class stands in a file of its own, below naive/.
 // Thread rule: values; no shared state.
 
 #ifndef SUPPORT_NAIVE_PROVIDERS_H_
@@ -255,6 +256,10 @@ class Providers {
   bool fresh_ = true;  // no build has started
   Answer answer_;
 };
+
+// What becomes of a provider's answer to GetInstance in an object manager that takes one instance:
+// the one whose keys are those of the request, the first where none has them, or NOT_FOUND.
+Answer DeliveredByOne(const Request& request, const Answer& returned);
 
 // One line per event, log line and fact, for people.
 std::vector<std::string> Describe(const Answer& answer);

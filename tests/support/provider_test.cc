@@ -148,6 +148,24 @@ std::string Answer::Text() const {
   return text + StatusText(status);
 }
 
+namespace {
+
+// What becomes of a provider's answer to GetInstance in an object manager that takes one instance.
+std::string AsDelivered(std::string_view returned, const std::string& asked) {
+  const std::size_t status = returned.rfind(' ') + 1;
+  if (returned.substr(status) != "OK") return std::string(returned.substr(status));
+  const std::string wanted = "[" + asked + "]";
+  if (returned.find(wanted) != std::string_view::npos) return wanted + ", done, OK";
+  if (returned.front() != '[') return "NOT_FOUND";
+  return std::string(returned.substr(0, returned.find(']') + 1)) + ", done, OK";
+}
+
+}  // namespace
+
+bool Answer::Is(std::string_view text) const {
+  return Text() == (asked.empty() || !OnServer() ? std::string(text) : AsDelivered(text, asked));
+}
+
 std::vector<std::string> Answer::Elements() const {
   std::vector<std::string> elements;
   for (const broker::Instance& instance : instances) elements.push_back(Brief(instance.path));
@@ -285,16 +303,13 @@ fake::Host MixedHost() {
 class ProviderTest::BrokerExtension {
  public:
   explicit BrokerExtension(const CMPIBroker* broker)
-      : functions_(CopyOfTable(broker->eft)),
-        broker_(const_cast<CMPIBroker*>(broker)),  // NOLINT: the manager made it to be written
-        original_(broker->eft) {
+      : functions_(CopyOfTable(broker->eft)), original_(broker->eft) {
     current_ = this;
-    broker_->eft = &functions_;
+    const_cast<CMPIBroker*>(broker)->eft =
+        &functions_;  // NOLINT: the manager's, made to be written
   }
-  ~BrokerExtension() {
-    broker_->eft = original_;
-    current_ = nullptr;
-  }
+  // The manager, whose providers may have copies of its broker, is gone.
+  ~BrokerExtension() { current_ = nullptr; }
   BrokerExtension(const BrokerExtension&) = delete;
   BrokerExtension& operator=(const BrokerExtension&) = delete;
 
@@ -340,7 +355,6 @@ class ProviderTest::BrokerExtension {
   static BrokerExtension* current_;
 
   CMPIBrokerEncFT functions_;
-  CMPIBroker* broker_;
   CMPIBrokerEncFT* original_;
   std::string subclass_;
   std::string class_name_;
@@ -357,8 +371,8 @@ void ProviderTest::TearDown() {
     for (const auto& error : manager_->ProviderErrors()) misuse += broker::ToString(error) + "\n";
   }
   EXPECT_EQ(misuse, "");
-  extension_.reset();
   manager_.reset();
+  extension_.reset();
   probe_body = nullptr;
   fake::FailNever();
   fake::TraceCalls(false);
@@ -367,12 +381,12 @@ void ProviderTest::TearDown() {
 }
 
 void ProviderTest::Use(const fake::Host& host, broker::Options options) {
-  extension_.reset();
   manager_.reset();
+  extension_.reset();
   LoadHost(host);
   log.Clear();
   options.system_name = host.system_name;
-  options.imitate_cmpi_1_0 = OnCmpi10();
+  options.imitate = &TestedObjectManager();
   manager_ = std::make_unique<broker::ObjectManager>(std::move(options));
   const auto library = broker::ProviderLibrary::FromResolver(&FindFactory);
   for (const char* class_name : kClasses) manager_->Register(ClassName(class_name), library);
@@ -381,6 +395,7 @@ void ProviderTest::Use(const fake::Host& host, broker::Options options) {
 Answer ProviderTest::Request(const std::function<broker::Status(broker::ResultSink&)>& request) {
   Answer answer;
   answer.status = request(answer);
+  for (broker::Instance& instance : answer.instances) RemoveClassDefaults(instance);
   return answer;
 }
 
@@ -400,9 +415,11 @@ Answer ProviderTest::EnumInstances(const std::string& class_name, const Property
 
 Answer ProviderTest::Get(const std::string& class_name, const ObjectPath& path,
                          const PropertyList& properties) {
-  return Request([&](broker::ResultSink& sink) {
+  Answer answer = Request([&](broker::ResultSink& sink) {
     return manager_->GetInstance(ClassName(class_name), path, properties, sink);
   });
+  answer.asked = Brief(path);
+  return answer;
 }
 
 Answer ProviderTest::Associators(const std::string& class_name, const ObjectPath& source,

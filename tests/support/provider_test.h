@@ -16,6 +16,9 @@
 //
 // Classes are named without "Ostrel_" throughout.
 //
+// The tests run on several object managers (support/object_manager_kind.h) and read the same on all
+// of them. What a server adds to every instance is left out of answers.
+//
 // Thread rule: on the test's own thread.
 
 #ifndef SUPPORT_PROVIDER_TEST_H_
@@ -45,17 +48,19 @@
 // What a request was answered with.
 struct Answer : broker::Recorder {
   broker::Status status;
+  std::string asked;  // of GetInstance: the element that was asked for, as text
 
   std::string Text() const;
+  // Whether this is the answer that the text tells. Of GetInstance the text tells what the provider
+  // returns, of which some object managers deliver one instance, or NOT_FOUND.
+  bool Is(std::string_view text) const;
   // The texts of the elements alone, sorted: where the order is nobody's business.
   std::vector<std::string> Elements() const;
   // The one instance. Throws std::logic_error when there are none or several.
   broker::Instance Only() const;
 };
 
-inline bool operator==(const Answer& answer, std::string_view text) {
-  return answer.Text() == text;
-}
+inline bool operator==(const Answer& answer, std::string_view text) { return answer.Is(text); }
 std::ostream& operator<<(std::ostream& out, const Answer& answer);
 
 // An element's text: "PCIDevice e", "PCIPortGroup bus-3", "System fake-host".

@@ -12,12 +12,10 @@
 namespace tool {
 namespace {
 
-using broker::Instance;
-using broker::Value;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-Function Made(std::string id, std::string parent, unsigned bus, FunctionKind kind) {
+Function Made(std::string id, std::string parent, std::uint8_t bus, FunctionKind kind) {
   Function function;
   function.id = std::move(id);
   function.parent = std::move(parent);
@@ -28,26 +26,26 @@ Function Made(std::string id, std::string parent, unsigned bus, FunctionKind kin
   return function;
 }
 
-Instance Port(const char* id, std::uint16_t type) {
-  Instance port;
-  port.properties = {
-      {"DeviceID", Value(id)}, {"PortType", Value(type)}, {"BusNumber", Value(std::uint8_t{16})}};
-  return port;
+Topology Built(std::vector<Function> functions) {
+  return BuildTopology("host", std::move(functions), BusNumbers::kSeen);
 }
 
-// A root port with a switch of two downstream ports, one of them with a device, and a lone device.
+// A root port with a switch of two downstream ports, one of them with a device in a slot, the other
+// with an empty slot, and a lone device.
 Topology SampleTopology() {
-  Function upstream = Made("0000:01:00.0", "0000:00:01.0", 1, FunctionKind::kSwitch);
-  upstream.port_count = 2;
+  Function root_port = Made("0000:00:01.0", "", 0, FunctionKind::kBridge);
+  root_port.ports = {{"0000:00:01.0-pri", 150, 16}};
   Function device = Made("0000:03:00.0", "0000:02:00.0", 3, FunctionKind::kDevice);
-  device.slot = 7;
-  return BuildTopology(
-      "host",
-      {device, upstream, Made("0000:02:01.0", upstream.id, 2, FunctionKind::kDownstreamPort),
-       Made("0000:02:00.0", upstream.id, 2, FunctionKind::kDownstreamPort),
-       Made("0000:00:01.0", "", 0, FunctionKind::kBridge),
-       Made("0000:00:02.0", "", 0, FunctionKind::kDevice)},
-      {Port("0000:00:01.0-pri", 150), Port("0000:03:00.0-ep", 152)});
+  device.slot = "7-1";
+  device.physical_slot = 7;
+  device.ports = {{"0000:03:00.0-ep", 152, 16}};
+  Function port = Made("0000:02:01.0", "0000:01:00.0", 2, FunctionKind::kDownstreamPort);
+  port.device = 1;
+  port.empty_slot = "300";
+  port.buses = BusRange{4, 4};
+  return Built({device, Made("0000:01:00.0", "0000:00:01.0", 1, FunctionKind::kSwitch), port,
+                Made("0000:02:00.0", "0000:01:00.0", 2, FunctionKind::kDownstreamPort), root_port,
+                Made("0000:00:02.0", "", 0, FunctionKind::kDevice)});
 }
 
 TEST(Topology, NestsFunctionsInOrderOfTheirAddresses) {
@@ -59,20 +57,20 @@ TEST(Topology, NestsFunctionsInOrderOfTheirAddresses) {
   EXPECT_EQ(out.str(),
             "host\n"
             "└─ [0000:00]\n"
-            "   ├─ 0000:00:01.0 [01-03]  Class: Name\n"
-            "   │  └─ 0000:01:00.0 [02-03]  PCI Express switch, 2 ports: Name\n"
+            "   ├─ 0000:00:01.0 [01-04]  Class: Name\n"
+            "   │  └─ 0000:01:00.0 [02-04]  PCI Express switch, 2 ports: Name\n"
             "   │     ├─ 0000:02:00.0 [03]  Downstream port: Name\n"
-            "   │     │  └─ 0000:03:00.0  Class: Name (slot 7)\n"
-            "   │     └─ 0000:02:01.0  Downstream port: Name\n"
+            "   │     │  └─ 0000:03:00.0 (slot 7-1)  Class: Name\n"
+            "   │     └─ 0000:02:01.0 [04] (empty slot 300)  Downstream port: Name\n"
             "   └─ 0000:00:02.0  Class: Name\n");
 }
 
 TEST(Topology, IsDrawnWithPlainCharactersAndPorts) {
   std::ostringstream out;
   RenderText(SampleTopology(), {.ports = true, .utf8 = false}, out);
-  EXPECT_THAT(out.str(), HasSubstr("   |- 0000:00:01.0 [01-03]  Class: Name\n"
+  EXPECT_THAT(out.str(), HasSubstr("   |- 0000:00:01.0 [01-04]  Class: Name\n"
                                    "   |  |- 0000:00:01.0-pri  PCI port, bus 10\n"
-                                   "   |  `- 0000:01:00.0 [02-03]"));
+                                   "   |  `- 0000:01:00.0 [02-04]"));
   EXPECT_THAT(out.str(), HasSubstr("   |     |     `- 0000:03:00.0-ep  PCIe port, bus 10\n"));
 }
 
@@ -92,8 +90,7 @@ TEST(Topology, CutsLinesToTheWidth) {
 }
 
 TEST(Topology, PutsFunctionsWithAnUnknownParentAtTheTop) {
-  const Topology topology =
-      BuildTopology("host", {Made("0001:05:00.0", "gone", 5, FunctionKind::kDevice)}, {});
+  const Topology topology = Built({Made("0001:05:00.0", "gone", 5, FunctionKind::kDevice)});
   ASSERT_EQ(topology.roots.size(), 1U);
   EXPECT_EQ(topology.roots[0].id, "0001:05");
   EXPECT_THAT(topology.roots[0].functions, ElementsAre(0U));
@@ -104,9 +101,9 @@ TEST(Topology, GathersFunctionsOfOneRootBus) {
   for (const char* bus : {"0000:00", "0001:00", "0000:00", "0001:00"}) {
     const std::string number = std::to_string(functions.size());
     functions.push_back(Made(bus + (":" + number + ".0"), "", 0, FunctionKind::kDevice));
-    functions.back().device = functions.size();
+    functions.back().device = static_cast<std::uint8_t>(functions.size());
   }
-  const Topology topology = BuildTopology("host", functions, {});
+  const Topology topology = Built(functions);
   ASSERT_EQ(topology.roots.size(), 2U);
   EXPECT_EQ(topology.roots[0].id, "0000:00");
   EXPECT_THAT(topology.roots[0].functions, ElementsAre(0U, 2U));
@@ -115,29 +112,20 @@ TEST(Topology, GathersFunctionsOfOneRootBus) {
 }
 
 TEST(Topology, CutsCircles) {
-  const Topology topology = BuildTopology(
-      "host",
-      {Made("a", "c", 1, FunctionKind::kBridge), Made("b", "a", 2, FunctionKind::kBridge),
-       Made("c", "b", 3, FunctionKind::kBridge), Made("d", "d", 4, FunctionKind::kBridge)},
-      {});
+  const Topology topology =
+      Built({Made("a", "c", 1, FunctionKind::kBridge), Made("b", "a", 2, FunctionKind::kBridge),
+             Made("c", "b", 3, FunctionKind::kBridge), Made("d", "d", 4, FunctionKind::kBridge),
+             Made("below", "b", 0, FunctionKind::kDevice)});
   std::size_t tops = 0;
   std::size_t children = 0;
   for (const RootBus& root : topology.roots) tops += root.functions.size();
   for (const Function& function : topology.functions) children += function.children.size();
   EXPECT_EQ(tops, 2U);
-  EXPECT_EQ(children, 2U);
-}
-
-TEST(Topology, KeepsOneOfEqualIdentifiers) {
-  const Topology topology = BuildTopology(
-      "host", {Made("a", "", 1, FunctionKind::kBridge), Made("a", "", 1, FunctionKind::kDevice)},
-      {});
-  ASSERT_EQ(topology.functions.size(), 1U);
-  EXPECT_EQ(topology.functions[0].kind, FunctionKind::kBridge);
+  EXPECT_EQ(children, 3U);
 }
 
 TEST(Topology, IsDrawnWhereThereIsNothing) {
-  const Topology nothing = BuildTopology("host", {}, {});
+  const Topology nothing = Built({});
   std::ostringstream text;
   RenderText(nothing, {.buses = true}, text);
   EXPECT_EQ(text.str(), "host\n");
@@ -153,6 +141,13 @@ TEST(Topology, NestsInJson) {
   EXPECT_EQ(functions[0]["children"][0]["kind"], "switch");
   EXPECT_EQ(functions[0]["children"][0]["numberOfPorts"], 2);
   EXPECT_EQ(functions[0]["ports"][0]["type"], "PCI");
+  EXPECT_EQ(functions[0]["secondaryBus"], 1);
+  EXPECT_EQ(functions[0]["subordinateBus"], 4);
+  const auto ports = functions[0]["children"][0]["children"];
+  EXPECT_EQ(ports[0]["children"][0]["slot"], "7-1");
+  EXPECT_EQ(ports[0]["children"][0]["physicalSlot"], 7);
+  EXPECT_FALSE(ports[0].contains("emptySlot"));
+  EXPECT_EQ(ports[1]["emptySlot"], "300");
   EXPECT_EQ(functions[1]["id"], "0000:00:02.0");
 }
 
@@ -168,6 +163,8 @@ TEST(Topology, IsAGraphOfFunctionsPortsAndBuses) {
         "\"0000:01:00.0\" [label=\"0000:01:00.0\\nName\", shape=hexagon];",
         "\"0000:02:00.0\" [label=\"0000:02:00.0\\nName\", shape=cds];",
         "\"0000:02:00.0\" -> \"0000:03:00.0\";",
+        "\"0000:03:00.0\" [label=\"0000:03:00.0 (slot 7-1)\\nName\", shape=box];",
+        "\"0000:02:01.0\" [label=\"0000:02:01.0 (empty slot 300)\\nName\", shape=cds];",
         "\"0000:00:01.0-pri\" [label=\"0000:00:01.0-pri\\nPCI\", shape=ellipse];",
         "\"0000:00:01.0\" -> \"0000:00:01.0-pri\" [style=dotted];",
         "\"Ostrel:bus-26\" [label=\"bus 1a\\nOstrel:bus-26\", shape=cylinder];",
@@ -186,11 +183,29 @@ TEST(Topology, LeavesPortsOutOfTheGraphThatWereNotAskedFor) {
   EXPECT_THAT(out.str(), testing::Not(HasSubstr("-pri")));
 }
 
+TEST(Topology, QuotesNamesForJson) {
+  Function function = Made("a", "", 0, FunctionKind::kDevice);
+  function.name = "6\" \\ drive\n\x01\xff\xc3\xa9";
+  std::ostringstream out;
+  RenderJson(Built({function}), {}, out);
+  const auto json = nlohmann::json::parse(out.str());
+  EXPECT_EQ(json["rootBuses"][0]["functions"][0]["name"], "6\" \\ drive\n\x01\xef\xbf\xbd\xc3\xa9");
+}
+
+// What is written piece by piece is laid out as a whole document is.
+TEST(Topology, IsLaidOutAsJsonIs) {
+  Topology topology = SampleTopology();
+  topology.buses = {{"Ostrel:bus-26", 26, {"a", "b"}}, {"Ostrel:bus-0", 0, {}}};
+  std::ostringstream out;
+  RenderJson(topology, {.ports = true, .buses = true}, out);
+  EXPECT_EQ(out.str(), nlohmann::ordered_json::parse(out.str()).dump(2) + "\n");
+}
+
 TEST(Topology, QuotesNamesForGraphviz) {
   Function function = Made("a", "", 0, FunctionKind::kDevice);
   function.name = "6\" \\ drive\n";
   std::ostringstream out;
-  RenderDot(BuildTopology("host", {function}, {}), {}, out);
+  RenderDot(Built({function}), {}, out);
   EXPECT_THAT(out.str(), HasSubstr("label=\"a\\n6\\\" \\\\ drive\xef\xbf\xbd\""));
 }
 

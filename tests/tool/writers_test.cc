@@ -10,7 +10,7 @@
 #include <sstream>
 
 #include "tool/element_writer.h"
-#include "tool/json_value.h"
+#include "tool/naive_json.h"
 #include "tool/property_text.h"
 
 namespace tool {
@@ -67,12 +67,46 @@ std::string WrittenTable(std::vector<Instance> instances, TableStyle style) {
 
 TEST(JsonWriter, TypesValuesAndKeepsTheirOrder) {
   EXPECT_EQ(
-      ToJson(SampleInstance()).dump(),
+      Json::parse(Written(MakeJsonWriter, {SampleInstance()}))[0].dump(),
       R"({"path":{"namespace":"root/cimv2","className":"Test_Class","keys":{"DeviceID":"one"}},)"
       R"("properties":{"DeviceID":"one","Text":"text","Small":255,)"
       R"("Large":18446744073709551615,"Negative":-5,"Truth":true,"Nothing":null,)"
       R"("Array":[1,2],"Empty":[],"Reference":{"namespace":"root/cimv2",)"
       R"("className":"Test_Other","keys":{"DeviceID":"two"}}}})");
+}
+
+// Byte for byte what a JSON library makes of the same in memory.
+TEST(JsonWriter, WritesAsADocumentInMemoryIsWritten) {
+  std::vector<Instance> instances = {SampleInstance(), SampleInstance("\x7f \xc3\xa4 \t / \x80"),
+                                     SampleInstance("")};
+  instances[1].path.host = "host";
+  instances[1].properties.push_back({"Embedded", Value(SampleInstance("in\\side"))});
+  for (const double real : {0.0, -0.0, 0.1, 1e300, -2.5e-7, 3.0}) {
+    const std::string number = std::to_string(instances[2].properties.size());
+    instances[2].properties.push_back({"Real\"" + number, Value(real)});
+  }
+  for (const float single : {0.1F, -3e38F, std::numeric_limits<float>::infinity()}) {
+    const std::string number = std::to_string(instances[2].properties.size());
+    instances[2].properties.push_back({"Single" + number, Value(single)});
+  }
+  instances[2].properties.push_back({"Letter", Value(u'\x1f')});
+  instances[2].properties.push_back({"Half", Value(static_cast<char16_t>(0xd800))});
+  instances[2].properties.push_back({"Time", Value(broker::DateTime{"20260101000000.000000+000"})});
+  instances[2].properties.push_back({"Least", Value(std::numeric_limits<std::int64_t>::min())});
+  instances[2].properties.push_back(
+      {"References", Value::ArrayOf(CMPI_ref, {Value(Path("Test_Other", "\n")), Value()})});
+  instances[2].path.keys.clear();
+  Json document = Json::array();
+  for (const Instance& instance : instances) document.push_back(ToJson(instance));
+  EXPECT_EQ(Written(MakeJsonWriter, instances), document.dump(2) + "\n");
+
+  std::ostringstream out;
+  const auto writer = MakeJsonWriter(out);
+  for (const Instance& instance : instances) writer->OnObjectPath(ObjectPath(instance.path));
+  writer->Finish(false);
+  Json paths = Json::array();
+  for (const Instance& instance : instances) paths.push_back(ToJson(instance.path));
+  EXPECT_EQ(out.str(), paths.dump(2) + "\n");
 }
 
 TEST(JsonWriter, EscapesControlCharactersAndReplacesInvalidBytes) {

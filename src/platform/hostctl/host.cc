@@ -2,12 +2,17 @@
 
 #include <syslog.h>
 
+#include <algorithm>
 #include <exception>
+#include <memory>
+#include <mutex>
+#include <type_traits>
 
 #include "cache/hostctl.h"
+#include "pci/host.h"
+#include "pci/shared_host.h"
+#include "pci/source.h"
 #include "platform/hostctl/pci_device.h"
-#include "platform/hostctl/snapshot.h"
-#include "platform/hostctl/source.h"
 
 namespace HostCtl {
 namespace Linux {
@@ -26,28 +31,70 @@ auto WithOneExceptionType(Call call) {
   }
 }
 
-// The interface has no way to say that an answer is a part of the truth; the log has.
-void WarnOfMissingCapabilities(const Snapshot& snapshot, const Source& source) {
-  if (snapshot.cut_off_functions() == 0) return;
+// How a person gets a source that shows all of every function.
+const char* WayToSeeAll(const pci::Host& host, const pci::Source& source) {
+  if (source.kind == pci::Source::Kind::kDump) return "take it with lspci -xxx, as root";
+  return host.from_running_kernel() ? "run as root, with CAP_SYS_ADMIN" : "copy it as root";
+}
+
+void WarnOfMissingCapabilities(const pci::Host& host, const pci::Source& source) {
+  if (host.cut_off_functions() == 0) return;
   syslog(LOG_WARNING,
          "%s: %zu of %zu functions are shown without their capabilities: port types are unknown, "
          "switches taken for bridges; %s",
-         source.path.c_str(), snapshot.cut_off_functions(), snapshot.functions().size(),
-         source.WayToSeeAll());
+         source.path.c_str(), host.cut_off_functions(), host.functions().size(),
+         WayToSeeAll(host, source));
 }
+
+void WarnOfMissingFunctions(const pci::Host& host) {
+  constexpr std::size_t kMostTold = 10;
+  const auto& troubles = host.troubles();
+  for (std::size_t i = 0; i < std::min(troubles.size(), kMostTold); ++i) {
+    syslog(LOG_WARNING, "%s is left out: %s", troubles[i].where.c_str(),
+           troubles[i].reason.c_str());
+  }
+  if (troubles.size() <= kMostTold) return;
+  syslog(LOG_WARNING, "%zu more PCI functions are left out", troubles.size() - kMostTold);
+}
+
+// The interface has no way to say that an answer is a part of the truth; the log has.
+void WarnOfWhatIsMissing(const pci::Host& host, const pci::Source& source) {
+  WarnOfMissingFunctions(host);
+  WarnOfMissingCapabilities(host, source);
+  if (!host.names_notice().empty()) syslog(LOG_WARNING, "%s", host.names_notice().c_str());
+}
+
+// The latest reading, as long as somebody holds a device of it.
+class SharedHost {
+ public:
+  void Set(const std::shared_ptr<const pci::Host>& host) {
+    const std::lock_guard lock(mutex_);
+    latest_ = host;
+  }
+  const pci::Host* Get() {
+    const std::lock_guard lock(mutex_);
+    return latest_.lock().get();
+  }
+
+ private:
+  std::mutex mutex_;
+  std::weak_ptr<const pci::Host> latest_;
+};
+SharedHost shared_host;
 
 class SnapshotPciInfo final : public PciInfo {
  public:
   std::vector<std::unique_ptr<Hardware::PciDevice>> GetPciDevices() const override {
     return WithOneExceptionType([] {
-      const Source source = Source::FromEnvironment();
-      const std::shared_ptr<const Snapshot> snapshot = Snapshot::Take(source);
-      WarnOfMissingCapabilities(*snapshot, source);
-      const auto count = static_cast<std::uint32_t>(snapshot->functions().size());
+      const pci::Source source = pci::Source::FromEnvironment();
+      const auto host = std::make_shared<const pci::Host>(pci::Host::Read(source, {}));
+      shared_host.Set(host);
+      WarnOfWhatIsMissing(*host, source);
+      const auto count = static_cast<std::uint32_t>(host->functions().size());
       std::vector<std::unique_ptr<Hardware::PciDevice>> devices;
       devices.reserve(count);
       for (std::uint32_t i = 0; i < count; ++i) {
-        devices.push_back(std::make_unique<SnapshotDevice>(snapshot, i));
+        devices.push_back(std::make_unique<SnapshotDevice>(host, i));
       }
       return devices;
     });
@@ -60,11 +107,17 @@ class LinuxHardwareInfo final : public HardwareInfo {
     return std::make_unique<SnapshotPciInfo>();
   }
 
-  std::string GetSystemName() const override { return WithOneExceptionType(SystemName); }
+  std::string GetSystemName() const override { return WithOneExceptionType(pci::SystemName); }
 };
 
 }  // namespace
 }  // namespace Linux
+
+extern "C" HOSTCTL_API const pci::Host* OstrelSharedPciHost(const pci::HostLayout& callers);
+const pci::Host* OstrelSharedPciHost(const pci::HostLayout& callers) {
+  static_assert(std::is_same_v<decltype(OstrelSharedPciHost), pci::SharedHostFunction>);
+  return callers == pci::HostLayout{} ? Linux::shared_host.Get() : nullptr;
+}
 
 HOSTCTL_API std::unique_ptr<HardwareInfo> Host::GetHardwareInfo() {
   return std::make_unique<Linux::LinuxHardwareInfo>();

@@ -1,56 +1,63 @@
 #include "platform/hostctl/pci_device.h"
 
+#include <algorithm>
+
+#include "platform/hostctl/capability_codes.h"
+
 namespace HostCtl::Linux {
 
-std::string SnapshotDevice::GetName() const { return FormatAddress(record().address); }
+std::string SnapshotDevice::GetName() const { return FormatAddress(function().address); }
 
 std::uint16_t SnapshotDevice::GetSegment() const {
-  return static_cast<std::uint16_t>(record().address.domain);
+  return static_cast<std::uint16_t>(function().address.domain);
 }
 
-std::uint8_t SnapshotDevice::GetBus() const { return record().address.bus; }
+std::uint8_t SnapshotDevice::GetBus() const { return function().address.bus; }
 
-std::uint8_t SnapshotDevice::GetDeviceNumber() const { return record().address.device; }
+std::uint8_t SnapshotDevice::GetDeviceNumber() const { return function().address.device; }
 
-std::uint8_t SnapshotDevice::GetFunction() const { return record().address.function; }
+std::uint8_t SnapshotDevice::GetFunction() const { return function().address.function; }
 
-std::int32_t SnapshotDevice::GetPhysicalSlot() const { return record().slot; }
+std::int32_t SnapshotDevice::GetPhysicalSlot() const {
+  const std::uint32_t slot = function().slot;
+  return slot == pci::kNone ? -1 : host_->slots()[slot].number;
+}
 
-std::uint16_t SnapshotDevice::GetVendorId() const { return record().identity.vendor; }
+std::uint16_t SnapshotDevice::GetVendorId() const { return function().ids.vendor; }
 
-std::string SnapshotDevice::GetVendorName() const { return snapshot_->name(record().vendor_name); }
+std::string SnapshotDevice::GetVendorName() const { return host_->VendorName(function()); }
 
-std::uint16_t SnapshotDevice::GetDeviceId() const { return record().identity.device; }
+std::uint16_t SnapshotDevice::GetDeviceId() const { return function().ids.device; }
 
 std::uint16_t SnapshotDevice::GetSubsystemVendorId() const {
-  return record().identity.subsystem_vendor;
+  return function().ids.subsystem_vendor;
 }
 
-std::uint16_t SnapshotDevice::GetSubsystemId() const { return record().identity.subsystem; }
+std::uint16_t SnapshotDevice::GetSubsystemId() const { return function().ids.subsystem; }
 
-std::string SnapshotDevice::GetDeviceName() const { return snapshot_->name(record().device_name); }
+std::string SnapshotDevice::GetDeviceName() const { return host_->DeviceName(function()); }
 
-std::uint16_t SnapshotDevice::GetClassCode() const { return record().identity.class_code; }
+std::uint16_t SnapshotDevice::GetClassCode() const { return function().class_code; }
 
-std::uint8_t SnapshotDevice::GetRevision() const { return record().identity.revision; }
+std::uint8_t SnapshotDevice::GetRevision() const { return function().revision; }
 
-std::uint8_t SnapshotDevice::GetSecondaryBus() const { return record().buses.secondary; }
+std::uint8_t SnapshotDevice::GetSecondaryBus() const { return function().buses.secondary; }
 
 std::vector<std::uint32_t> SnapshotDevice::GetCapabilities() const {
-  std::vector<std::uint32_t> codes;
-  for (std::uint32_t code = 0; code < 16; ++code) {
-    if (record().capability_codes & 1u << code) codes.push_back(code);
-  }
-  return codes;
+  return CapabilityCodes(function(), host_->CapabilitiesOf(function()));
 }
 
-bool SnapshotDevice::HasCapability(std::uint8_t id) const { return record().capability_ids[id]; }
+bool SnapshotDevice::HasCapability(std::uint8_t id) const {
+  const auto capabilities = host_->CapabilitiesOf(function());
+  return std::any_of(capabilities.begin(), capabilities.end(),
+                     [id](const pci::Capability& capability) { return capability.id == id; });
+}
 
-std::int32_t SnapshotDevice::GetPcieDeviceType() const { return record().pcie_port_type; }
+std::int32_t SnapshotDevice::GetPcieDeviceType() const { return function().pcie_port_type; }
 
 std::unique_ptr<Hardware::PciDevice> SnapshotDevice::GetParent() const {
-  if (record().parent == kNoParent) return nullptr;
-  return std::make_unique<SnapshotDevice>(share_, record().parent);
+  if (function().parent == pci::kNone) return nullptr;
+  return std::make_unique<SnapshotDevice>(share_, function().parent);
 }
 
 }  // namespace HostCtl::Linux

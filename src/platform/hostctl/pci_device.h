@@ -1,4 +1,4 @@
-// One PCI function of a snapshot, as callers of the library see it.
+// One PCI function of a host that was read, as callers of the library see it.
 // Thread rule: immutable; safe on any number of threads.
 
 #ifndef PLATFORM_HOSTCTL_PCI_DEVICE_H_
@@ -8,7 +8,7 @@
 #include <memory>
 
 #include "cache/hostctl.h"
-#include "platform/hostctl/snapshot.h"
+#include "pci/host.h"
 
 namespace HostCtl::Linux {
 
@@ -17,13 +17,13 @@ class SnapshotDevice final : public Hardware::PciDevice {
  public:
   // A count of its own of who needs the snapshot. One count for all devices would be written by
   // every thread that asks any device for its parent, and keep them waiting for each other.
-  using Share = std::shared_ptr<const std::shared_ptr<const Snapshot>>;
+  using Share = std::shared_ptr<const std::shared_ptr<const pci::Host>>;
 
-  SnapshotDevice(std::shared_ptr<const Snapshot> snapshot, std::uint32_t index)
-      : SnapshotDevice(std::make_shared<const std::shared_ptr<const Snapshot>>(std::move(snapshot)),
+  SnapshotDevice(std::shared_ptr<const pci::Host> host, std::uint32_t index)
+      : SnapshotDevice(std::make_shared<const std::shared_ptr<const pci::Host>>(std::move(host)),
                        index) {}
   SnapshotDevice(Share share, std::uint32_t index)
-      : share_(std::move(share)), snapshot_(share_->get()), index_(index) {}
+      : share_(std::move(share)), host_(share_->get()), index_(index) {}
 
   std::string GetName() const override;
   std::uint16_t GetSegment() const override;  // the low 16 bits of a wider domain
@@ -46,10 +46,10 @@ class SnapshotDevice final : public Hardware::PciDevice {
   std::unique_ptr<PciDevice> GetParent() const override;
 
  private:
-  const FunctionRecord& record() const { return snapshot_->functions()[index_]; }
+  const pci::Function& function() const { return host_->functions()[index_]; }
 
   Share share_;
-  const Snapshot* snapshot_;
+  const pci::Host* host_;
   std::uint32_t index_;
 };
 

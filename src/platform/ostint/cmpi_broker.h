@@ -1,13 +1,14 @@
 // The object manager as a provider sees it: up-calls, results, contexts, and the memory scope of
 // one element.
 //
-// Thread rule: a CmpiBroker may be used from any thread that serves a request; results, contexts
-// and enumerations belong to one call.
+// Thread rule: a CmpiBroker may be used from many threads at once; results, contexts and
+// enumerations belong to one call.
 // Errors: every operation throws CmpiStatus when the CMPI call behind it fails.
 
 #ifndef PLATFORM_OSTINT_CMPI_BROKER_H_
 #define PLATFORM_OSTINT_CMPI_BROKER_H_
 
+#include <atomic>
 #include <utility>
 
 #include "platform/cmpi/cmpi.h"
@@ -29,14 +30,17 @@ class CmpiContext {
 class CmpiResult {
  public:
   explicit CmpiResult(const CMPIResult* result) : result_(result) {}
+  virtual ~CmpiResult() = default;
+  CmpiResult(const CmpiResult&) = delete;
+  CmpiResult& operator=(const CmpiResult&) = delete;
 
   void returnData(const CmpiObjectPath& path) {
     ThrowUnlessOk(result_->ft->returnObjectPath(result_, path.raw()));
   }
-  void returnData(const CmpiInstance& instance) {
+  virtual void returnData(const CmpiInstance& instance) {
     ThrowUnlessOk(result_->ft->returnInstance(result_, instance.raw()));
   }
-  void returnDone() { ThrowUnlessOk(result_->ft->returnDone(result_)); }
+  virtual void returnDone() { ThrowUnlessOk(result_->ft->returnDone(result_)); }
 
  private:
   const CMPIResult* result_;
@@ -57,6 +61,9 @@ class CmpiEnumeration {
 class CmpiBroker {
  public:
   explicit CmpiBroker(const CMPIBroker* broker) : broker_(broker) {}
+  // What was found out about the object manager stays behind.
+  CmpiBroker(const CmpiBroker& other) : CmpiBroker(other.broker_) {}
+  CmpiBroker& operator=(const CmpiBroker&) = delete;
 
   // Up-calls to whatever provider serves the class of `path`. The object manager's own status is
   // thrown when it refuses.
@@ -64,30 +71,47 @@ class CmpiBroker {
   CmpiEnumeration enumInstances(const CmpiContext& context, const CmpiObjectPath& path,
                                 const char** properties) const;
 
+  // Whether new instances have their path's keys as properties. `instance` is a new one, made from
+  // `path`: the first whose path has keys tells, and is asked no further question of.
+  bool CopiesKeys(const CmpiInstance& instance, const CmpiObjectPath& path) const {
+    const KeyCopying known = key_copying_.load(std::memory_order_relaxed);
+    return known == KeyCopying::kYes ||
+           (known == KeyCopying::kUnknown && FindOutKeyCopying(instance, path));
+  }
+
   const CMPIBroker* raw() const { return broker_; }
 
  private:
+  enum class KeyCopying : unsigned char { kUnknown, kYes, kNo };
+
+  bool FindOutKeyCopying(const CmpiInstance& instance, const CmpiObjectPath& path) const;
+
   const CMPIBroker* broker_;
+  // Threads that find it out at once find the same.
+  mutable std::atomic<KeyCopying> key_copying_{KeyCopying::kUnknown};
 };
 
 // The broker of the call that this thread is in, or null outside of calls. Value classes make their
 // objects with it, because their constructors take none. It is always the calling provider's own:
 // some object managers give every provider a broker, and take it away with the provider.
-[[gnu::tls_model("initial-exec")]] inline constinit thread_local const CMPIBroker* call_broker =
+[[gnu::tls_model("initial-exec")]] inline constinit thread_local const CmpiBroker* call_broker =
     nullptr;
-inline const CMPIBroker* CallBroker() { return call_broker; }
+inline const CMPIBroker* CallBroker() {
+  return call_broker == nullptr ? nullptr : call_broker->raw();
+}
 
-// Makes a broker that of this thread's call for as long as the scope lives. Scopes nest: an object
-// manager may answer a provider's up-call by calling another provider on the same thread.
+// Makes a broker, which outlives the scope and may be null, that of this thread's call for as long
+// as the scope lives. Scopes nest: an object manager may answer a provider's up-call by calling
+// another provider on the same thread.
 class BrokerScope {
  public:
-  explicit BrokerScope(const CMPIBroker* broker) : outer_(std::exchange(call_broker, broker)) {}
+  explicit BrokerScope(const CmpiBroker* broker) : outer_(std::exchange(call_broker, broker)) {}
   ~BrokerScope() { call_broker = outer_; }
   BrokerScope(const BrokerScope&) = delete;
   BrokerScope& operator=(const BrokerScope&) = delete;
 
  private:
-  const CMPIBroker* outer_;
+  const CmpiBroker* outer_;
 };
 
 // Brackets one element of a walk: what the object manager made for the provider inside the scope is

@@ -18,9 +18,8 @@ namespace ostInt {
 class CmpiData {
  public:
   // Implicit on purpose: a property is set as `setProperty("BusNumber", device->GetBus())`.
-  // NOLINTBEGIN(google-explicit-constructor)
   CmpiData(const char* text) : data_{CMPI_chars, CMPI_goodValue, {}} {
-    data_.value.chars = const_cast<char*>(text);  // NOLINT(cppcoreguidelines-pro-type-const-cast)
+    data_.value.chars = const_cast<char*>(text);
   }
   CmpiData(unsigned char uint8) : data_{CMPI_uint8, CMPI_goodValue, {}} {
     data_.value.uint8 = uint8;
@@ -35,7 +34,6 @@ class CmpiData {
   CmpiData(const CmpiObjectPath& path) : data_{CMPI_ref, CMPI_goodValue, {}} {
     data_.value.ref = path.raw();
   }
-  // NOLINTEND(google-explicit-constructor)
   CmpiData(bool) = delete;  // would be taken for a number
   explicit CmpiData(const CMPIData& data) : data_(data) {}
 
@@ -44,11 +42,10 @@ class CmpiData {
 
   bool isNull() const { return IsAbsent(data_); }
 
-  // NOLINTBEGIN(google-explicit-constructor): reads as `CmpiString id = path.getKey("DeviceID");`
+  // Reads as `CmpiString id = path.getKey("DeviceID");`
   operator CmpiString() const;
   operator CmpiObjectPath() const;
   operator CmpiInstance() const;
-  // NOLINTEND(google-explicit-constructor)
 
   CMPIType type() const { return data_.type; }
 

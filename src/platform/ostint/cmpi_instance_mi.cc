@@ -1,5 +1,7 @@
 #include "platform/ostint/cmpi_base_mi.h"
 #include "platform/ostint/drive.h"
+#include "platform/ostint/object_managers.h"
+#include "platform/ostint/one_instance_result.h"
 
 namespace ostInt {
 
@@ -64,7 +66,18 @@ CMPIStatus CmpiInstanceMI::driveEnumInstances(CMPIInstanceMI* mi, const CMPICont
 CMPIStatus CmpiInstanceMI::driveGetInstance(CMPIInstanceMI* mi, const CMPIContext* context,
                                             const CMPIResult* result, const CMPIObjectPath* path,
                                             const char** properties) {
-  return DriveOn(mi, context, result, path, &CmpiInstanceMI::getInstance, properties);
+  return Drive(ObjectBehind(mi->hdl), [&]() -> CmpiStatus {
+    auto& provider = ProviderOf<CmpiInstanceMI>(mi);
+    const CmpiContext wrapped_context(context);
+    const CmpiObjectPath asked(path);
+    if (!TakesOneInstance(CallBroker())) {
+      CmpiResult all(result);
+      return provider.getInstance(wrapped_context, all, asked, properties);
+    }
+    OneInstanceResult one(result, asked);
+    const CmpiStatus status = provider.getInstance(wrapped_context, one, asked, nullptr);
+    return status.rc() == CMPI_RC_OK ? one.Deliver(properties) : status;
+  });
 }
 
 CMPIStatus CmpiInstanceMI::driveCreateInstance(CMPIInstanceMI* mi, const CMPIContext* context,

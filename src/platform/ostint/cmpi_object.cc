@@ -3,6 +3,7 @@
 #include "platform/ostint/cim_name.h"
 #include "platform/ostint/cmpi_broker.h"
 #include "platform/ostint/cmpi_data.h"
+#include "platform/ostint/object_path_keys.h"
 
 namespace ostInt {
 
@@ -81,7 +82,29 @@ bool CmpiObjectPath::classPathIsA(const char* class_name) const {
   return is_a;
 }
 
-CmpiInstance::CmpiInstance(const CmpiObjectPath& path) : CmpiObject(MakeInstance(path)) {}
+CmpiInstance::CmpiInstance(const CmpiObjectPath& path) : CmpiObject(MakeInstance(path)) {
+  if (!call_broker->CopiesKeys(*this, path)) SetKeys(path);
+}
+
+void CmpiInstance::SetKeys(const CmpiObjectPath& path) {
+  const CMPICount count = KeyCount(path);
+  for (CMPICount index = 0; index < count; ++index) {
+    const PathKey key = KeyAt(path, index);
+    setProperty(key.name, CmpiData(key.value));
+  }
+}
+
+bool CmpiInstance::has(const char* name) const {
+  CMPIStatus status{CMPI_RC_OK, nullptr};
+  const CMPIData data = raw()->ft->getProperty(raw(), name, &status);
+  return status.rc == CMPI_RC_OK && !CmpiData::IsAbsent(data);
+}
+
+CmpiObjectPath CmpiInstance::objectPath() const {
+  CMPIStatus status{CMPI_RC_OK, nullptr};
+  const CMPIObjectPath* path = raw()->ft->getObjectPath(raw(), &status);
+  return CmpiObjectPath(ThrowUnlessMade(path, status, "getObjectPath"));
+}
 
 void CmpiInstance::setPropertyFilter(const char** properties, const char** keys) {
   ThrowUnlessOk(raw()->ft->setPropertyFilter(raw(), properties, keys));

@@ -3,7 +3,7 @@
 // Each is as small as the raw pointer that it holds (an array also knows its element type), copies
 // freely and owns nothing: what the object manager makes for a provider belongs to the object
 // manager until the provider call, or the element scope around it, ends.
-// Constructors that make an object ask the process's one broker (see cmpi_broker.h). What sets a
+// Constructors that make an object ask the broker of the call (see cmpi_broker.h). What sets a
 // value is inline, in cmpi_data.h: an element is little else.
 // Errors: every operation throws CmpiStatus when the CMPI call behind it fails.
 // Thread rule: as the object manager's objects: one call, one thread.
@@ -60,7 +60,7 @@ class CmpiObjectPath : public CmpiObject {
   bool classPathIsA(const char* class_name) const;
 
   CMPIObjectPath* raw() const {
-    return static_cast<CMPIObjectPath*>(const_cast<void*>(object_));  // NOLINT: CMPI takes both
+    return static_cast<CMPIObjectPath*>(const_cast<void*>(object_));  // CMPI takes both
   }
 
  private:
@@ -80,18 +80,28 @@ class CmpiInstance : public CmpiObject {
  public:
   explicit CmpiInstance(const CMPIInstance* instance) : CmpiObject(instance) {}
 
-  // A new instance with the path's class and keys.
+  // A new instance with the path's class and keys; the keys are properties of it as well, whatever
+  // the object manager does.
   explicit CmpiInstance(const CmpiObjectPath& path);
 
   inline void setProperty(const char* name, const CmpiData& value);
+
+  // Whether the property is there and not null.
+  bool has(const char* name) const;
+
+  // Its path, a copy.
+  CmpiObjectPath objectPath() const;
 
   // Keeps only the listed properties (a null list: all of them) and the listed keys. Both lists
   // are null-terminated and stay the caller's.
   void setPropertyFilter(const char** properties, const char** keys);
 
   CMPIInstance* raw() const {
-    return static_cast<CMPIInstance*>(const_cast<void*>(object_));  // NOLINT: CMPI takes both
+    return static_cast<CMPIInstance*>(const_cast<void*>(object_));  // CMPI takes both
   }
+
+ private:
+  void SetKeys(const CmpiObjectPath& path);
 };
 
 class CmpiArray {
@@ -103,7 +113,7 @@ class CmpiArray {
   class Element {
    public:
     Element(CMPIArray* array, CMPICount index) : array_(array), index_(index) {}
-    void operator=(const CmpiData& value);  // NOLINT(misc-unconventional-assign-operator)
+    void operator=(const CmpiData& value);
 
    private:
     CMPIArray* array_;

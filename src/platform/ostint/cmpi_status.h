@@ -17,7 +17,7 @@ namespace ostInt {
 
 class CmpiStatus {
  public:
-  CmpiStatus(CMPIrc rc) : rc_(rc) {}  // NOLINT(google-explicit-constructor): `return CMPI_RC_OK;`
+  CmpiStatus(CMPIrc rc) : rc_(rc) {}  // `return CMPI_RC_OK;`
   CmpiStatus(CMPIrc rc, std::string message) : rc_(rc), message_(std::move(message)) {}
   explicit CmpiStatus(const CMPIStatus& status);
 

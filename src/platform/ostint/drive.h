@@ -35,8 +35,8 @@ inline CMPIStatus MakeStatus(const CMPIBroker* broker, const CmpiStatus& status)
 template <typename Operation>
 CMPIStatus Drive(const CmpiBaseMI* provider, Operation operation) noexcept {
   const CancellationHold hold;
-  const CMPIBroker* broker = provider == nullptr ? nullptr : provider->broker().raw();
-  const BrokerScope scope(broker);
+  const BrokerScope scope(provider == nullptr ? nullptr : &provider->broker());
+  const CMPIBroker* broker = CallBroker();
   try {
     return MakeStatus(broker, operation());
   } catch (const CmpiStatus& status) {
@@ -49,7 +49,7 @@ CMPIStatus Drive(const CmpiBaseMI* provider, Operation operation) noexcept {
 }
 
 inline CmpiBaseMI* ObjectBehind(const void* handle) {
-  return static_cast<CmpiBaseMI*>(const_cast<void*>(handle));  // NOLINT: as the factory stored it
+  return static_cast<CmpiBaseMI*>(const_cast<void*>(handle));  // as the factory stored it
 }
 
 // The provider behind an MI record, as the kind of provider that the call is for.

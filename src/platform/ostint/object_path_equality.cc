@@ -1,4 +1,4 @@
-// Equality of object paths and of the key values in them.
+// The keys of object paths, and equality of paths.
 
 #include <cstdint>
 #include <cstring>
@@ -6,7 +6,7 @@
 
 #include "platform/ostint/cim_name.h"
 #include "platform/ostint/cmpi_data.h"
-#include "platform/ostint/cmpi_object.h"
+#include "platform/ostint/object_path_keys.h"
 
 namespace ostInt {
 
@@ -69,37 +69,6 @@ bool SameValue(const CMPIData& left, const CMPIData& right) {
   }
 }
 
-struct Key {
-  const char* name;
-  CMPIData value;
-};
-
-Key KeyAt(const CMPIObjectPath* path, CMPICount index) {
-  CMPIStatus status{CMPI_RC_OK, nullptr};
-  CMPIString* name = nullptr;
-  const CMPIData value = path->ft->getKeyAt(path, index, &name, &status);
-  ThrowUnlessOk(status);
-  return {TextOf(name), value};
-}
-
-CMPICount KeyCount(const CMPIObjectPath* path) {
-  CMPIStatus status{CMPI_RC_OK, nullptr};
-  const CMPICount count = path->ft->getKeyCount(path, &status);
-  ThrowUnlessOk(status);
-  return count;
-}
-
-// Whether every key of `left` stands in `right` with the same value. Paths have a handful of keys.
-bool KeysAreIn(const CMPIObjectPath* left, const CMPIObjectPath* right, CMPICount count) {
-  for (CMPICount index = 0; index < count; ++index) {
-    const Key wanted = KeyAt(left, index);
-    CMPICount other = 0;
-    while (other < count && !SameName(KeyAt(right, other).name, wanted.name)) ++other;
-    if (other == count || !SameValue(wanted.value, KeyAt(right, other).value)) return false;
-  }
-  return true;
-}
-
 bool SameNameSpace(const CMPIObjectPath* left, const CMPIObjectPath* right) {
   const char* left_name = TextOf(left->ft->getNameSpace(left, nullptr));
   const char* right_name = TextOf(right->ft->getNameSpace(right, nullptr));
@@ -115,18 +84,46 @@ const char* ClassNameOf(const CMPIObjectPath* path) {
 
 }  // namespace
 
+CMPICount KeyCount(const CmpiObjectPath& path) {
+  CMPIStatus status{CMPI_RC_OK, nullptr};
+  const CMPICount count = path.raw()->ft->getKeyCount(path.raw(), &status);
+  ThrowUnlessOk(status);
+  return count;
+}
+
+PathKey KeyAt(const CmpiObjectPath& path, CMPICount index) {
+  CMPIStatus status{CMPI_RC_OK, nullptr};
+  CMPIString* name = nullptr;
+  const CMPIData value = path.raw()->ft->getKeyAt(path.raw(), index, &name, &status);
+  ThrowUnlessOk(status);
+  return {TextOf(name), value};
+}
+
+// Paths have a handful of keys.
+bool KeysAreIn(const CmpiObjectPath& left, const CmpiObjectPath& right) {
+  const CMPICount count = KeyCount(left);
+  const CMPICount others = KeyCount(right);
+  for (CMPICount index = 0; index < count; ++index) {
+    const PathKey wanted = KeyAt(left, index);
+    CMPICount other = 0;
+    while (other < others && !SameName(KeyAt(right, other).name, wanted.name)) ++other;
+    if (other == others || !SameValue(wanted.value, KeyAt(right, other).value)) return false;
+  }
+  return true;
+}
+
 bool operator==(const CmpiObjectPath& left, const CmpiObjectPath& right) {
   const CMPIObjectPath* left_path = left.raw();
   const CMPIObjectPath* right_path = right.raw();
   if (left_path == right_path) return true;
-  const CMPICount count = KeyCount(left_path);
-  if (count != KeyCount(right_path) || !SameName(ClassNameOf(left_path), ClassNameOf(right_path)) ||
+  if (KeyCount(left) != KeyCount(right) ||
+      !SameName(ClassNameOf(left_path), ClassNameOf(right_path)) ||
       !SameNameSpace(left_path, right_path)) {
     return false;
   }
   // Both ways, because a path may hold a key twice.
   // NOLINTNEXTLINE(readability-suspicious-call-argument)
-  return KeysAreIn(left_path, right_path, count) && KeysAreIn(right_path, left_path, count);
+  return KeysAreIn(left, right) && KeysAreIn(right, left);
 }
 
 }  // namespace ostInt
