@@ -38,7 +38,7 @@ void Measure(benchmark::State& state, Request request, Parents parents) {
   for (auto _ : state) {
     const std::uint64_t before = bench::AllocationCount();
     bench::CountingSink sink;
-    const broker::Status status = request(manager, sink);
+    const cim::Status status = request(manager, sink);
     if (status.code != CMPI_RC_OK) state.SkipWithError(status.message.c_str());
     returned = sink.count;
     allocations = bench::AllocationCount() - before;
@@ -61,9 +61,9 @@ void Enumerate(benchmark::State& state, Listing listing, const char* class_name)
       bench::ParentsFor(class_name));
 }
 
-broker::ObjectPath ElementPath(const broker::ObjectManager& manager, const char* class_name,
-                               const char* identifier) {
-  broker::ObjectPath path = manager.ClassPath(class_name);
+cim::ObjectPath ElementPath(const broker::ObjectManager& manager, const char* class_name,
+                            const char* identifier) {
+  cim::ObjectPath path = manager.ClassPath(class_name);
   path.keys.emplace_back("DeviceID", std::string(identifier));
   return path;
 }
@@ -80,7 +80,7 @@ void GetOneDevice(benchmark::State& state) {
 }
 
 // The four sources that a client walks from.
-broker::ObjectPath Source(const broker::ObjectManager& manager, const std::string& kind) {
+cim::ObjectPath Source(const broker::ObjectManager& manager, const std::string& kind) {
   if (kind == "port") return ElementPath(manager, "Ostrel_PCIPort", kPort);
   if (kind == "device") return ElementPath(manager, "Ostrel_PCIDevice", kDevice);
   if (kind == "bridge") return ElementPath(manager, "Ostrel_PCIBridge", kBridge);
@@ -107,9 +107,9 @@ constexpr struct {
                    {Direction::kReferences, "References"},
                    {Direction::kReferenceNames, "ReferenceNames"}};
 
-broker::Status Follow(broker::ObjectManager& manager, Direction direction, const Walk& walk,
-                      broker::ResultSink& sink) {
-  const broker::ObjectPath source = Source(manager, walk.source);
+cim::Status Follow(broker::ObjectManager& manager, Direction direction, const Walk& walk,
+                   broker::ResultSink& sink) {
+  const cim::ObjectPath source = Source(manager, walk.source);
   switch (direction) {
     case Direction::kAssociators:
       return manager.Associators(walk.class_name, source, {}, std::nullopt, sink);

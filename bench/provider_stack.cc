@@ -52,7 +52,7 @@ Stack::Stack(const char* library_file, std::size_t functions, Parents parents)
   const auto library = broker::ProviderLibrary::Open(library_file);
   for (const char* name : kClasses) manager.Register(name, library);
   for (const char* name : kClasses) {
-    broker::Status status;
+    cim::Status status;
     if (manager.InstanceProvider(name, &status) == nullptr) {
       throw std::runtime_error(std::string(name) + ": " + status.message);
     }
@@ -70,9 +70,9 @@ Stack& StackOf(const char* library_file, std::size_t functions, Parents parents)
   return *kept.stack;
 }
 
-broker::Status List(broker::ObjectManager& manager, Listing listing, const char* class_name,
-                    broker::ResultSink& sink) {
-  const broker::ObjectPath path = manager.ClassPath(class_name);
+cim::Status List(broker::ObjectManager& manager, Listing listing, const char* class_name,
+                 broker::ResultSink& sink) {
+  const cim::ObjectPath path = manager.ClassPath(class_name);
   return listing == Listing::kInstances
              ? manager.EnumerateInstances(class_name, path, std::nullopt, sink)
              : manager.EnumerateInstanceNames(class_name, path, sink);

@@ -53,8 +53,8 @@ Stack& StackOf(const char* library_file, std::size_t functions, Parents parents)
 
 // The two operations that list a class.
 enum class Listing { kInstances, kNames };
-broker::Status List(broker::ObjectManager& manager, Listing listing, const char* class_name,
-                    broker::ResultSink& sink);
+cim::Status List(broker::ObjectManager& manager, Listing listing, const char* class_name,
+                 broker::ResultSink& sink);
 
 // Registers "<prefix>/<Instances|Names>/<class>" for all ten classes; `configure` does the rest.
 void RegisterListings(const char* prefix,

@@ -28,9 +28,9 @@
 
 #include "broker/object_manager.h"
 #include "broker/result_sink.h"
-#include "broker/text.h"
-#include "broker/value.h"
-#include "broker/wbem_uri.h"
+#include "cim/text.h"
+#include "cim/value.h"
+#include "cim/wbem_uri.h"
 #include "fuzz_target.h"
 #include "providers/linked_pair.h"
 #include "providers/provider_run.h"
@@ -39,8 +39,8 @@
 
 namespace {
 
-using broker::ObjectPath;
-using broker::Value;
+using cim::ObjectPath;
+using cim::Value;
 
 constexpr std::size_t kMostLines = 60;
 
@@ -106,7 +106,7 @@ Value ValueOf(std::string_view type, std::string_view text) {
   if (type == "real32") return NumberAs<float>(text);
   if (type == "real64") return NumberAs<double>(text);
   if (type == "char16") return NumberAs<char16_t>(text);
-  if (type == "dateTime") return broker::DateTime{"20261121104500.000000+060"};
+  if (type == "dateTime") return cim::DateTime{"20261121104500.000000+060"};
   if (type == "null") return Value::Null(text == "reference" ? CMPI_ref : CMPI_string);
   return text;
 }
@@ -123,7 +123,7 @@ int Depth(const ObjectPath& path) {
 void SetKey(ObjectPath& path, std::string_view name, Value value) {
   if (name.empty()) return;
   for (auto& [old_name, old_value] : path.keys) {
-    if (!broker::EqualIgnoringCase(old_name, name)) continue;
+    if (!cim::EqualIgnoringCase(old_name, name)) continue;
     old_value = std::move(value);
     return;
   }
@@ -170,9 +170,9 @@ class Script {
  private:
   void ReadPath(std::string_view text) {
     try {
-      ObjectPath path = broker::ParseWbemUri(text);
+      ObjectPath path = cim::ParseWbemUri(text);
       earlier_ = std::exchange(request_.path, std::move(path));
-    } catch (const broker::WbemUriError&) {
+    } catch (const cim::WbemUriError&) {
       return;
     }
   }
@@ -184,7 +184,7 @@ class Script {
   }
 
   void ReadInto(std::string_view name) {
-    if (Depth(earlier_) < broker::kMaxReferenceDepth) SetKey(request_.path, name, earlier_);
+    if (Depth(earlier_) < cim::kMaxReferenceDepth) SetKey(request_.path, name, earlier_);
   }
 
   void ReadProperties(std::string_view list) {
@@ -225,10 +225,10 @@ class Script {
   void AskUnsupported(std::string_view operation, broker::ObjectManager& manager) const {
     const std::string& provider = request_.class_name;
     const ObjectPath& path = request_.path;
-    broker::Instance instance{path, {}};
+    cim::Instance instance{path, {}};
     for (const auto& [name, value] : path.keys) instance.properties.push_back({name, value});
     broker::Recorder found;
-    broker::Status status{CMPI_RC_ERR_NOT_SUPPORTED, ""};
+    cim::Status status{CMPI_RC_ERR_NOT_SUPPORTED, ""};
     if (operation == "CreateInstance") {
       status = manager.CreateInstance(provider, path, instance, found);
     } else if (operation == "ModifyInstance") {

@@ -6,15 +6,15 @@
 #include <string>
 #include <string_view>
 
-#include "broker/wbem_uri.h"
+#include "cim/wbem_uri.h"
 #include "fuzz_target.h"
 
 namespace {
 
-std::optional<broker::ObjectPath> Read(std::string_view text) {
+std::optional<cim::ObjectPath> Read(std::string_view text) {
   try {
-    return broker::ParseWbemUri(text);
-  } catch (const broker::WbemUriError& error) {
+    return cim::ParseWbemUri(text);
+  } catch (const cim::WbemUriError& error) {
     if (error.position() > text.size()) fuzz::RequireNone("refused outside of the text");
     return std::nullopt;
   }
@@ -25,7 +25,7 @@ std::optional<broker::ObjectPath> Read(std::string_view text) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const auto path = Read(fuzz::TextOf(data, size));
   if (!path) return 0;
-  const std::string text = broker::ToWbemUri(*path);
+  const std::string text = cim::ToWbemUri(*path);
   const auto again = Read(text);
   if (!again) fuzz::RequireNone("cannot be read back: " + text);
   if (*again != *path) fuzz::RequireNone("reads back as another path: " + text);

@@ -111,14 +111,14 @@ CMPIrc Call::ReturnDone() {
   return Hand([](ResultSink& sink) { sink.OnDone(); });
 }
 
-CMPIrc Call::ReturnError(Status error) {
+CMPIrc Call::ReturnError(cim::Status error) {
   state_ = ResultState::kFailed;
   return Hand([&](ResultSink& sink) { sink.OnError(std::move(error)); });
 }
 
-Status Call::Finish(const CMPIStatus& answer) {
+cim::Status Call::Finish(const CMPIStatus& answer) {
   if (sink_failure_ != nullptr) std::rethrow_exception(sink_failure_);
-  Status status{answer.rc, {}};
+  cim::Status status{answer.rc, {}};
   if (answer.msg != nullptr) {
     if (const auto* text = Use<StringObject>(answer.msg, "CMPIStatus.msg")) {
       status.message = text->view();

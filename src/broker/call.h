@@ -14,7 +14,7 @@
 #include "broker/memory.h"
 #include "broker/objects.h"
 #include "broker/result_sink.h"
-#include "broker/status.h"
+#include "cim/status.h"
 #include "platform/cmpi/cmpi.h"
 
 namespace broker {
@@ -59,13 +59,13 @@ class Call {
   CMPIrc ReturnInstance(const InstanceObject& instance, const char* function);
   CMPIrc ReturnPath(const PathObject& path, const char* function);
   CMPIrc ReturnDone();
-  CMPIrc ReturnError(Status error);
+  CMPIrc ReturnError(cim::Status error);
 
   // How many instances were returned so far.
   std::size_t instances() const { return instances_; }
 
   // What the provider answered, as a value. Throws again what the sink threw.
-  Status Finish(const CMPIStatus& answer);
+  cim::Status Finish(const CMPIStatus& answer);
 
   // Blocks of cmpiMalloc.
   void* AllocateBlock(std::size_t bytes);

@@ -1,9 +1,9 @@
 // CMPIDateTime.
 
-#include "broker/date_time.h"
 #include "broker/entry.h"
 #include "broker/guest.h"
 #include "broker/tables.h"
+#include "cim/date_time.h"
 
 namespace broker {
 
@@ -20,7 +20,7 @@ CMPIDateTime* Clone(const CMPIDateTime* dt, CMPIStatus* rc) {
 CMPIUint64 GetBinaryFormat(const CMPIDateTime* dt, CMPIStatus* rc) {
   const auto* time = Use<DateTimeObject>(dt, "CMPIDateTime.getBinaryFormat");
   if (time == nullptr) return Answer(rc, CMPI_RC_ERR_INVALID_HANDLE, CMPIUint64{0});
-  const auto read = ReadTime(time->text);
+  const auto read = cim::ReadTime(time->text);
   if (!read) return Answer(rc, CMPI_RC_ERR_FAILED, CMPIUint64{0});
   return Answer(rc, CMPI_RC_OK, CMPIUint64{read->microseconds});
 }

@@ -7,13 +7,13 @@
 #include <string>
 #include <vector>
 
-#include "broker/date_time.h"
 #include "broker/entry.h"
 #include "broker/error_object.h"
 #include "broker/guest.h"
 #include "broker/manager.h"
 #include "broker/tables.h"
-#include "broker/text.h"
+#include "cim/date_time.h"
+#include "cim/text.h"
 
 namespace broker {
 
@@ -69,7 +69,7 @@ CMPIArray* NewArrayOf(const CMPIBroker* mb, CMPICount max, CMPIType type, CMPISt
     // Some guests name the array's type, most the elements'.
     const auto element_type = static_cast<CMPIType>(type & ~CMPI_ARRAY);
     if (!IsDataType(element_type)) {
-      ReportMisuse(kFunction, "elements of type " + TypeName(type));
+      ReportMisuse(kFunction, "elements of type " + cim::TypeName(type));
       return nullptr;
     }
     return NewArray(region, max, element_type);
@@ -81,7 +81,7 @@ constexpr std::uint64_t kLastTime = 253'402'300'799'999'999;  // the end of the 
 DateTimeObject* NewTime(Region& region, std::uint64_t binary, bool interval) {
   constexpr std::uint64_t kLongestInterval = 8'639'999'999'999'999'999ULL;  // 99999999 days
   if (binary > (interval ? kLongestInterval : kLastTime)) return nullptr;
-  return NewDateTime(region, interval ? IntervalText(binary) : TimeText(binary));
+  return NewDateTime(region, interval ? cim::IntervalText(binary) : cim::TimeText(binary));
 }
 
 CMPIDateTime* NewDateTimeNow(const CMPIBroker* mb, CMPIStatus* rc) {
@@ -102,7 +102,7 @@ CMPIDateTime* NewDateTimeFromBinary(const CMPIBroker* mb, CMPIUint64 binary, CMP
 CMPIDateTime* NewDateTimeFromChars(const CMPIBroker* mb, const char* text, CMPIStatus* rc) {
   return New<DateTimeObject>(
       mb, "CMPIBroker.newDateTimeFromChars", rc, [&](Region& region) -> DateTimeObject* {
-        return text != nullptr && ReadTime(text) ? NewDateTime(region, text) : nullptr;
+        return text != nullptr && cim::ReadTime(text) ? NewDateTime(region, text) : nullptr;
       });
 }
 
@@ -137,7 +137,7 @@ CMPIBoolean ClassPathIsA(const CMPIBroker*, const CMPIObjectPath* op, const char
     ReportMisuse("CMPIBroker.classPathIsA", "a null class name");
     return Answer(rc, CMPI_RC_ERR_INVALID_PARAMETER, CMPIBoolean{0});
   }
-  const bool is_a = schema::IsA(path->class_name, type);
+  const bool is_a = cim::schema::IsA(path->class_name, type);
   return Answer(rc, CMPI_RC_OK, static_cast<CMPIBoolean>(is_a));
 }
 
@@ -146,7 +146,7 @@ std::optional<std::string> ObjectText(const void* object, ObjectKind kind) {
     case ObjectKind::kString: return std::string(static_cast<const StringObject*>(object)->view());
     case ObjectKind::kPath: return TextOf(*static_cast<const PathObject*>(object));
     case ObjectKind::kInstance:
-      return ToText(Value(ToValue(*static_cast<const InstanceObject*>(object))));
+      return cim::ToText(cim::Value(ToValue(*static_cast<const InstanceObject*>(object))));
     case ObjectKind::kDateTime: return static_cast<const DateTimeObject*>(object)->text;
     default: return RecordName(kind);
   }

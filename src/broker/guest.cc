@@ -117,7 +117,7 @@ CMPIrc TakeValue(Region& region, const CMPIValue* value, CMPIType type, const ch
   *taken = NullData(type);
   if (type == CMPI_null) return CMPI_RC_OK;
   if (!IsDataType(type)) {
-    ReportMisuse(function, "a value of type " + TypeName(type));
+    ReportMisuse(function, "a value of type " + cim::TypeName(type));
     return CMPI_RC_ERR_INVALID_DATA_TYPE;
   }
   if (value == nullptr) return CMPI_RC_OK;

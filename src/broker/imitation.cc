@@ -11,7 +11,7 @@
 #include "broker/entry.h"
 #include "broker/guest.h"
 #include "broker/objects.h"
-#include "broker/schema.h"
+#include "cim/schema.h"
 
 namespace broker {
 
@@ -104,7 +104,7 @@ CMPIInstance* NewInstanceWithDefaults(const CMPIBroker* mb, const CMPIObjectPath
   CMPIInstance* inst = broker_encapsulation.newInstance(mb, op, rc);
   if (inst == nullptr) return nullptr;
   InstanceObject& instance = ObjectBehind(inst);
-  if (!schema::IsA(instance.path->class_name, "CIM_EnabledLogicalElement")) return inst;
+  if (!cim::schema::IsA(instance.path->class_name, "CIM_EnabledLogicalElement")) return inst;
   for (const Default& of_class : kDefaults) {
     CMPIData data{CMPI_uint16, CMPI_goodValue, {}};
     data.value.uint16 = of_class.value;
@@ -171,8 +171,8 @@ CMPIStatus ReturnFirst(const CMPIResult* rslt, const CMPIInstance* inst) {
   return IsServed(rslt) ? Answer(CMPI_RC_OK) : result_table.returnInstance(rslt, inst);
 }
 
-Status NotFoundWithoutInstance(const Status& status, std::size_t instances) {
-  return status.ok() && instances == 0 ? Status{CMPI_RC_ERR_NOT_FOUND, {}} : status;
+cim::Status NotFoundWithoutInstance(const cim::Status& status, std::size_t instances) {
+  return status.ok() && instances == 0 ? cim::Status{CMPI_RC_ERR_NOT_FOUND, {}} : status;
 }
 
 struct SfcbTables : ServerTables {
@@ -228,8 +228,8 @@ CMPIStatus ReturnOnly(const CMPIResult* rslt, const CMPIInstance* inst) {
   return IsServed(rslt) ? Refused(kTooMany) : result_table.returnInstance(rslt, inst);
 }
 
-Status FailedWithoutInstance(const Status& status, std::size_t instances) {
-  return status.ok() && instances == 0 ? Status{CMPI_RC_ERR_FAILED, kTooFew} : status;
+cim::Status FailedWithoutInstance(const cim::Status& status, std::size_t instances) {
+  return status.ok() && instances == 0 ? cim::Status{CMPI_RC_ERR_FAILED, kTooFew} : status;
 }
 
 struct OpenPegasusTables : ServerTables {

@@ -27,8 +27,8 @@
 
 #include <cstddef>
 
-#include "broker/status.h"
 #include "broker/tables.h"
+#include "cim/status.h"
 
 namespace broker {
 
@@ -36,7 +36,7 @@ struct Imitation {
   const Tables& tables;
   // What a client of GetInstance is answered after a provider that returned so many instances and
   // `status`; null where that is `status` itself.
-  Status (*answer_to_get_instance)(const Status& status, std::size_t instances) = nullptr;
+  cim::Status (*answer_to_get_instance)(const cim::Status& status, std::size_t instances) = nullptr;
   // Every provider gets a broker record of its own, which goes when the provider does.
   bool broker_per_provider = false;
   // After how many requests all providers that no request is in are taken for idle and cleaned up;

@@ -3,7 +3,7 @@
 #include "broker/entry.h"
 #include "broker/guest.h"
 #include "broker/tables.h"
-#include "broker/text.h"
+#include "cim/text.h"
 
 namespace broker {
 
@@ -38,7 +38,7 @@ CMPICount GetPropertyCount(const CMPIInstance* inst, CMPIStatus* rc) {
 
 // Whether the instance's class has the property with that type; reports where it has not.
 CMPIrc CheckAgainstClass(const InstanceObject& instance, const char* name, CMPIType type,
-                         const schema::Property* declared, const char* function) {
+                         const cim::schema::Property* declared, const char* function) {
   if (instance.cls == nullptr) return CMPI_RC_OK;
   const auto report = [&](const std::string& text) {
     ReportMisuse(function, std::string(instance.cls->name) + "." + name + ": " + text);
@@ -48,7 +48,7 @@ CMPIrc CheckAgainstClass(const InstanceObject& instance, const char* name, CMPIT
     return CMPI_RC_ERR_NO_SUCH_PROPERTY;
   }
   if (type == CMPI_null || KeptType(type) == declared->type) return CMPI_RC_OK;
-  report(TypeName(type) + " where the class says " + TypeName(declared->type));
+  report(cim::TypeName(type) + " where the class says " + cim::TypeName(declared->type));
   return CMPI_RC_ERR_TYPE_MISMATCH;
 }
 
@@ -60,8 +60,8 @@ CMPIStatus Set(const CMPIInstance* inst, const char* name, const CMPIValue* valu
     ReportMisuse(function, "a null name");
     return Answer(CMPI_RC_ERR_INVALID_PARAMETER);
   }
-  const schema::Property* declared =
-      instance->cls != nullptr ? schema::FindProperty(*instance->cls, name) : nullptr;
+  const cim::schema::Property* declared =
+      instance->cls != nullptr ? cim::schema::FindProperty(*instance->cls, name) : nullptr;
   CMPIrc code = CheckAgainstClass(*instance, name, type, declared, function);
   if (code != CMPI_RC_OK) return Answer(code);
   Region& region = *instance->state.region;
@@ -98,15 +98,15 @@ CMPIObjectPath* GetObjectPath(const CMPIInstance* inst, CMPIStatus* rc) {
 
 bool IsListed(const char** list, std::string_view name) {
   for (; list != nullptr && *list != nullptr; ++list) {
-    if (EqualIgnoringCase(*list, name)) return true;
+    if (cim::EqualIgnoringCase(*list, name)) return true;
   }
   return false;
 }
 
 bool IsKey(const InstanceObject& instance, std::string_view name) {
   if (instance.path->keys.Find(name) != nullptr) return true;
-  const schema::Property* declared =
-      instance.cls != nullptr ? schema::FindProperty(*instance.cls, name) : nullptr;
+  const cim::schema::Property* declared =
+      instance.cls != nullptr ? cim::schema::FindProperty(*instance.cls, name) : nullptr;
   return declared != nullptr && declared->key;
 }
 
@@ -134,7 +134,7 @@ CMPIStatus SetObjectPath(CMPIInstance* inst, const CMPIObjectPath* op) {
   if (instance == nullptr || path == nullptr) return Answer(CMPI_RC_ERR_INVALID_HANDLE);
   Region& region = *instance->state.region;
   instance->path = Copy(region, *path);
-  instance->cls = schema::FindClass(path->class_name);
+  instance->cls = cim::schema::FindClass(path->class_name);
   for (const NamedData& key : instance->path->keys) {
     SetNamedConstant(region, instance->properties, key.name, key.data);
   }

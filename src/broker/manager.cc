@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "broker/guest.h"
-#include "broker/text.h"
+#include "cim/text.h"
 
 namespace broker {
 
@@ -53,7 +53,7 @@ Expected ExpectedOf(Operation operation) {
 bool IsAssociationOperation(Operation operation) { return operation >= Operation::kAssociators; }
 
 std::string LowerCase(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(), LowerAscii);
+  std::transform(text.begin(), text.end(), text.begin(), cim::LowerAscii);
   return text;
 }
 
@@ -114,7 +114,7 @@ void Manager::Register(std::string_view class_name,
 
 Manager::Provider* Manager::Find(std::string_view name) const {
   for (const auto& provider : providers_) {
-    if (EqualIgnoringCase(provider->name, name)) return provider.get();
+    if (cim::EqualIgnoringCase(provider->name, name)) return provider.get();
   }
   return nullptr;
 }
@@ -122,12 +122,12 @@ Manager::Provider* Manager::Find(std::string_view name) const {
 std::vector<std::string> Manager::ProvidersFor(std::string_view class_name) const {
   std::vector<std::string> names;
   for (const auto& provider : providers_) {
-    if (schema::IsA(provider->name, class_name)) names.push_back(provider->name);
+    if (cim::schema::IsA(provider->name, class_name)) names.push_back(provider->name);
   }
-  const bool provided = Find(schema::kSystemClass) != nullptr;
+  const bool provided = Find(cim::schema::kSystemClass) != nullptr;
   // NOLINTNEXTLINE(readability-suspicious-call-argument): a class is below a class
-  if (!provided && schema::IsA(schema::kSystemClass, class_name)) {
-    names.emplace_back(schema::kSystemClass);
+  if (!provided && cim::schema::IsA(cim::schema::kSystemClass, class_name)) {
+    names.emplace_back(cim::schema::kSystemClass);
   }
   return names;
 }
@@ -135,7 +135,7 @@ std::vector<std::string> Manager::ProvidersFor(std::string_view class_name) cons
 std::vector<std::string> Manager::AssociationProvidersFor(const char* assoc_class) const {
   std::vector<std::string> names;
   for (const auto& provider : providers_) {
-    const bool asked = assoc_class == nullptr || schema::IsA(provider->name, assoc_class);
+    const bool asked = assoc_class == nullptr || cim::schema::IsA(provider->name, assoc_class);
     if (asked && provider->has_associations) names.push_back(provider->name);
   }
   return names;
@@ -168,7 +168,8 @@ const CMPIBroker* Manager::BrokerFor(Provider& provider) {
 
 // A factory is the one place where a C++ exception of the guest is expected.
 template <class MI, class Factory>
-Status Manager::CallFactory(Provider& provider, ProviderKind kind, Factory factory, MI** made) {
+cim::Status Manager::CallFactory(Provider& provider, ProviderKind kind, Factory factory,
+                                 MI** made) {
   if (factory == nullptr) {
     return {CMPI_RC_ERR_NOT_SUPPORTED, "the library has no such factory for " + provider.name};
   }
@@ -184,23 +185,23 @@ Status Manager::CallFactory(Provider& provider, ProviderKind kind, Factory facto
   } catch (...) {
     return {CMPI_RC_ERR_FAILED, "factory of " + provider.name + ": unknown exception"};
   }
-  Status status = call.Finish(answer);
+  cim::Status status = call.Finish(answer);
   if (*made != nullptr) return {};
   if (status.ok()) return {CMPI_RC_ERR_FAILED, "factory of " + provider.name + ": no provider"};
   return status;
 }
 
-Status Manager::MakeInstanceProvider(Provider& provider, CMPIInstanceMI** made) {
+cim::Status Manager::MakeInstanceProvider(Provider& provider, CMPIInstanceMI** made) {
   return CallFactory(provider, ProviderKind::kInstance,
                      provider.library->FindInstanceFactory(provider.name), made);
 }
 
-Status Manager::MakeAssociationProvider(Provider& provider, CMPIAssociationMI** made) {
+cim::Status Manager::MakeAssociationProvider(Provider& provider, CMPIAssociationMI** made) {
   return CallFactory(provider, ProviderKind::kAssociation,
                      provider.library->FindAssociationFactory(provider.name), made);
 }
 
-CMPIInstanceMI* Manager::InstanceProvider(std::string_view name, Status* status) {
+CMPIInstanceMI* Manager::InstanceProvider(std::string_view name, cim::Status* status) {
   Provider* provider = Find(name);
   if (provider == nullptr) {
     *status = {CMPI_RC_ERR_INVALID_CLASS, std::string(name)};
@@ -210,7 +211,7 @@ CMPIInstanceMI* Manager::InstanceProvider(std::string_view name, Status* status)
       .Get([&](CMPIInstanceMI** made) { return MakeInstanceProvider(*provider, made); }, status);
 }
 
-CMPIAssociationMI* Manager::AssociationProvider(std::string_view name, Status* status) {
+CMPIAssociationMI* Manager::AssociationProvider(std::string_view name, cim::Status* status) {
   Provider* provider = Find(name);
   if (provider == nullptr) {
     *status = {CMPI_RC_ERR_INVALID_CLASS, std::string(name)};
@@ -222,9 +223,10 @@ CMPIAssociationMI* Manager::AssociationProvider(std::string_view name, Status* s
 }
 
 template <class MI>
-Status Manager::CleanupSlot(const Provider& provider, ProviderSlot<MI>& slot, bool terminating) {
+cim::Status Manager::CleanupSlot(const Provider& provider, ProviderSlot<MI>& slot,
+                                 bool terminating) {
   using Slot = ProviderSlot<MI>;
-  Status status;
+  cim::Status status;
   const auto drop = [&](MI* record) {
     Call call(*this, "cleanup", provider.name, Expected::kNothing, nullptr);
     ContextObject* context = RequestContext(call.base());
@@ -240,7 +242,7 @@ Status Manager::CleanupSlot(const Provider& provider, ProviderSlot<MI>& slot, bo
   return {CMPI_RC_ERR_FAILED, provider.name + " is in use"};
 }
 
-Status Manager::Cleanup(std::string_view name, ProviderKind kind, bool terminating) {
+cim::Status Manager::Cleanup(std::string_view name, ProviderKind kind, bool terminating) {
   Provider* provider = Find(name);
   if (provider == nullptr) return {CMPI_RC_ERR_INVALID_CLASS, std::string(name)};
   return kind == ProviderKind::kInstance
@@ -338,10 +340,10 @@ ResultObject* NewResult(Call& call) {
 
 }  // namespace
 
-Status Manager::RunInProvider(Provider& provider, const Request& request, ResultSink& sink) {
-  const auto run = [&](auto& slot, auto make) -> Status {
+cim::Status Manager::RunInProvider(Provider& provider, const Request& request, ResultSink& sink) {
+  const auto run = [&](auto& slot, auto make) -> cim::Status {
     typename std::remove_reference_t<decltype(slot)>::Use use(slot);
-    Status status;
+    cim::Status status;
     auto* record = use.Get(make, &status);
     if (record == nullptr) return status;
     Call call(*this, NameOf(request.operation), provider.name, ExpectedOf(request.operation),
@@ -366,10 +368,10 @@ Status Manager::RunInProvider(Provider& provider, const Request& request, Result
              [&](CMPIInstanceMI** made) { return MakeInstanceProvider(provider, made); });
 }
 
-Status Manager::Run(const Request& request, ResultSink& sink) {
+cim::Status Manager::Run(const Request& request, ResultSink& sink) {
   CleanUpIdle();
   if (Provider* provider = Find(request.provider)) return RunInProvider(*provider, request, sink);
-  if (EqualIgnoringCase(request.provider, schema::kSystemClass)) {
+  if (cim::EqualIgnoringCase(request.provider, cim::schema::kSystemClass)) {
     return RunInSystemClass(request, sink);
   }
   return {CMPI_RC_ERR_INVALID_CLASS, std::string(request.provider)};
@@ -382,8 +384,8 @@ namespace {
 
 PathObject* NewSystemPath(Region& region, std::string_view name_space,
                           std::string_view system_name) {
-  PathObject* path = NewPath(region, name_space, schema::kSystemClass);
-  AddText(region, path->keys, "CreationClassName", schema::kSystemClass);
+  PathObject* path = NewPath(region, name_space, cim::schema::kSystemClass);
+  AddText(region, path->keys, "CreationClassName", cim::schema::kSystemClass);
   AddText(region, path->keys, "Name", system_name);
   return path;
 }
@@ -396,7 +398,7 @@ bool HasText(const NamedList& keys, std::string_view name, std::string_view text
 
 }  // namespace
 
-Status Manager::AnswerForSystem(const Request& request, Call& call) {
+cim::Status Manager::AnswerForSystem(const Request& request, Call& call) {
   const bool exists = options_.system_class == SystemClassMode::kServed;
   PathObject* asked = RequestPath(call.base(), request);
   PathObject* path = NewSystemPath(call.base(), asked->name_space, system_name_);
@@ -422,11 +424,11 @@ Status Manager::AnswerForSystem(const Request& request, Call& call) {
   return {};
 }
 
-Status Manager::RunInSystemClass(const Request& request, ResultSink& sink) {
+cim::Status Manager::RunInSystemClass(const Request& request, ResultSink& sink) {
   if (options_.system_class == SystemClassMode::kRefused) return options_.system_class_refusal;
-  Call call(*this, NameOf(request.operation), schema::kSystemClass, ExpectedOf(request.operation),
-            &sink);
-  Status status = AnswerForSystem(request, call);
+  Call call(*this, NameOf(request.operation), cim::schema::kSystemClass,
+            ExpectedOf(request.operation), &sink);
+  cim::Status status = AnswerForSystem(request, call);
   call.Finish(Answer(status.code));  // for what the sink threw
   return status;
 }

@@ -43,9 +43,9 @@ enum class Operation {
 struct Request {
   Operation operation;
   std::string_view provider;
-  const ObjectPath* path = nullptr;
+  const cim::ObjectPath* path = nullptr;
   const PathObject* path_object = nullptr;
-  const Instance* instance = nullptr;
+  const cim::Instance* instance = nullptr;
   const InstanceObject* instance_object = nullptr;
   const char** properties = nullptr;
   const char* assoc_class = nullptr;
@@ -78,11 +78,11 @@ class Manager {
   std::vector<std::string> AssociationProvidersFor(const char* assoc_class) const;
 
   // Runs the request in a call of its own.
-  Status Run(const Request& request, ResultSink& sink);
+  cim::Status Run(const Request& request, ResultSink& sink);
 
-  Status Cleanup(std::string_view name, ProviderKind kind, bool terminating);
-  CMPIInstanceMI* InstanceProvider(std::string_view name, Status* status);
-  CMPIAssociationMI* AssociationProvider(std::string_view name, Status* status);
+  cim::Status Cleanup(std::string_view name, ProviderKind kind, bool terminating);
+  CMPIInstanceMI* InstanceProvider(std::string_view name, cim::Status* status);
+  CMPIAssociationMI* AssociationProvider(std::string_view name, cim::Status* status);
 
   void AddError(ProviderError error);
   std::vector<ProviderError> Errors() const;
@@ -111,18 +111,18 @@ class Manager {
   };
 
   Provider* Find(std::string_view name) const;
-  Status RunInProvider(Provider& provider, const Request& request, ResultSink& sink);
-  Status RunInSystemClass(const Request& request, ResultSink& sink);
-  Status AnswerForSystem(const Request& request, Call& call);
+  cim::Status RunInProvider(Provider& provider, const Request& request, ResultSink& sink);
+  cim::Status RunInSystemClass(const Request& request, ResultSink& sink);
+  cim::Status AnswerForSystem(const Request& request, Call& call);
   template <class MI, class Factory>
-  Status CallFactory(Provider& provider, ProviderKind kind, Factory factory, MI** made);
-  Status MakeInstanceProvider(Provider& provider, CMPIInstanceMI** made);
-  Status MakeAssociationProvider(Provider& provider, CMPIAssociationMI** made);
+  cim::Status CallFactory(Provider& provider, ProviderKind kind, Factory factory, MI** made);
+  cim::Status MakeInstanceProvider(Provider& provider, CMPIInstanceMI** made);
+  cim::Status MakeAssociationProvider(Provider& provider, CMPIAssociationMI** made);
   BrokerRecord NewBrokerRecord();
   const CMPIBroker* BrokerFor(Provider& provider);
   void CleanUpIdle();
   template <class MI>
-  Status CleanupSlot(const Provider& provider, ProviderSlot<MI>& slot, bool terminating);
+  cim::Status CleanupSlot(const Provider& provider, ProviderSlot<MI>& slot, bool terminating);
   PathObject* RequestPath(Region& region, const Request& request) const;
   ContextObject* RequestContext(Region& region) const;
 

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "broker/manager.h"
-#include "broker/text.h"
+#include "cim/text.h"
 
 namespace broker {
 
@@ -34,7 +34,7 @@ const char* TextOrNull(const std::optional<std::string>& text) {
   return text ? text->c_str() : nullptr;
 }
 
-Request MakeRequest(Operation operation, std::string_view provider, const ObjectPath& path) {
+Request MakeRequest(Operation operation, std::string_view provider, const cim::ObjectPath& path) {
   Request request{};
   request.operation = operation;
   request.provider = provider;
@@ -42,7 +42,7 @@ Request MakeRequest(Operation operation, std::string_view provider, const Object
   return request;
 }
 
-Request MakeRequest(Operation operation, std::string_view provider, const ObjectPath& source,
+Request MakeRequest(Operation operation, std::string_view provider, const cim::ObjectPath& source,
                     const AssociationFilter& filter) {
   Request request = MakeRequest(operation, provider, source);
   request.assoc_class = TextOrNull(filter.assoc_class);
@@ -74,48 +74,49 @@ std::vector<std::string> ObjectManager::AssociationProvidersFor(
 
 void ObjectManager::SetSystemName(std::string_view name) { manager_->SetSystemName(name); }
 
-ObjectPath ObjectManager::ClassPath(std::string_view class_name) const {
+cim::ObjectPath ObjectManager::ClassPath(std::string_view class_name) const {
   return {std::nullopt, manager_->options().name_space, std::string(class_name), {}};
 }
 
-ObjectPath ObjectManager::SystemPath() const {
-  ObjectPath path = ClassPath(schema::kSystemClass);
-  path.keys = {{"CreationClassName", Value(schema::kSystemClass)},
-               {"Name", Value(manager_->system_name())}};
+cim::ObjectPath ObjectManager::SystemPath() const {
+  cim::ObjectPath path = ClassPath(cim::schema::kSystemClass);
+  path.keys = {{"CreationClassName", cim::Value(cim::schema::kSystemClass)},
+               {"Name", cim::Value(manager_->system_name())}};
   return path;
 }
 
-Status ObjectManager::EnumerateInstances(std::string_view provider, const ObjectPath& path,
-                                         const PropertyList& properties, ResultSink& sink) {
+cim::Status ObjectManager::EnumerateInstances(std::string_view provider,
+                                              const cim::ObjectPath& path,
+                                              const PropertyList& properties, ResultSink& sink) {
   PropertyArray names(properties);
   Request request = MakeRequest(Operation::kEnumerateInstances, provider, path);
   request.properties = names.get();
   return manager_->Run(request, sink);
 }
 
-Status ObjectManager::EnumerateInstanceNames(std::string_view provider, const ObjectPath& path,
-                                             ResultSink& sink) {
+cim::Status ObjectManager::EnumerateInstanceNames(std::string_view provider,
+                                                  const cim::ObjectPath& path, ResultSink& sink) {
   return manager_->Run(MakeRequest(Operation::kEnumerateInstanceNames, provider, path), sink);
 }
 
-Status ObjectManager::GetInstance(std::string_view provider, const ObjectPath& path,
-                                  const PropertyList& properties, ResultSink& sink) {
+cim::Status ObjectManager::GetInstance(std::string_view provider, const cim::ObjectPath& path,
+                                       const PropertyList& properties, ResultSink& sink) {
   PropertyArray names(properties);
   Request request = MakeRequest(Operation::kGetInstance, provider, path);
   request.properties = names.get();
   return manager_->Run(request, sink);
 }
 
-Status ObjectManager::CreateInstance(std::string_view provider, const ObjectPath& path,
-                                     const Instance& instance, ResultSink& sink) {
+cim::Status ObjectManager::CreateInstance(std::string_view provider, const cim::ObjectPath& path,
+                                          const cim::Instance& instance, ResultSink& sink) {
   Request request = MakeRequest(Operation::kCreateInstance, provider, path);
   request.instance = &instance;
   return manager_->Run(request, sink);
 }
 
-Status ObjectManager::ModifyInstance(std::string_view provider, const ObjectPath& path,
-                                     const Instance& instance, const PropertyList& properties,
-                                     ResultSink& sink) {
+cim::Status ObjectManager::ModifyInstance(std::string_view provider, const cim::ObjectPath& path,
+                                          const cim::Instance& instance,
+                                          const PropertyList& properties, ResultSink& sink) {
   PropertyArray names(properties);
   Request request = MakeRequest(Operation::kModifyInstance, provider, path);
   request.instance = &instance;
@@ -123,59 +124,60 @@ Status ObjectManager::ModifyInstance(std::string_view provider, const ObjectPath
   return manager_->Run(request, sink);
 }
 
-Status ObjectManager::DeleteInstance(std::string_view provider, const ObjectPath& path,
-                                     ResultSink& sink) {
+cim::Status ObjectManager::DeleteInstance(std::string_view provider, const cim::ObjectPath& path,
+                                          ResultSink& sink) {
   return manager_->Run(MakeRequest(Operation::kDeleteInstance, provider, path), sink);
 }
 
-Status ObjectManager::ExecQuery(std::string_view provider, const ObjectPath& path,
-                                const std::string& query, const std::string& language,
-                                ResultSink& sink) {
+cim::Status ObjectManager::ExecQuery(std::string_view provider, const cim::ObjectPath& path,
+                                     const std::string& query, const std::string& language,
+                                     ResultSink& sink) {
   Request request = MakeRequest(Operation::kExecQuery, provider, path);
   request.query = query.c_str();
   request.language = language.c_str();
   return manager_->Run(request, sink);
 }
 
-Status ObjectManager::Associators(std::string_view provider, const ObjectPath& source,
-                                  const AssociationFilter& filter, const PropertyList& properties,
-                                  ResultSink& sink) {
+cim::Status ObjectManager::Associators(std::string_view provider, const cim::ObjectPath& source,
+                                       const AssociationFilter& filter,
+                                       const PropertyList& properties, ResultSink& sink) {
   PropertyArray names(properties);
   Request request = MakeRequest(Operation::kAssociators, provider, source, filter);
   request.properties = names.get();
   return manager_->Run(request, sink);
 }
 
-Status ObjectManager::AssociatorNames(std::string_view provider, const ObjectPath& source,
-                                      const AssociationFilter& filter, ResultSink& sink) {
+cim::Status ObjectManager::AssociatorNames(std::string_view provider, const cim::ObjectPath& source,
+                                           const AssociationFilter& filter, ResultSink& sink) {
   return manager_->Run(MakeRequest(Operation::kAssociatorNames, provider, source, filter), sink);
 }
 
-Status ObjectManager::References(std::string_view provider, const ObjectPath& source,
-                                 const AssociationFilter& filter, const PropertyList& properties,
-                                 ResultSink& sink) {
+cim::Status ObjectManager::References(std::string_view provider, const cim::ObjectPath& source,
+                                      const AssociationFilter& filter,
+                                      const PropertyList& properties, ResultSink& sink) {
   PropertyArray names(properties);
   Request request = MakeRequest(Operation::kReferences, provider, source, filter);
   request.properties = names.get();
   return manager_->Run(request, sink);
 }
 
-Status ObjectManager::ReferenceNames(std::string_view provider, const ObjectPath& source,
-                                     const AssociationFilter& filter, ResultSink& sink) {
+cim::Status ObjectManager::ReferenceNames(std::string_view provider, const cim::ObjectPath& source,
+                                          const AssociationFilter& filter, ResultSink& sink) {
   return manager_->Run(MakeRequest(Operation::kReferenceNames, provider, source, filter), sink);
 }
 
-Status ObjectManager::Cleanup(std::string_view provider, ProviderKind kind, bool terminating) {
+cim::Status ObjectManager::Cleanup(std::string_view provider, ProviderKind kind, bool terminating) {
   return manager_->Cleanup(provider, kind, terminating);
 }
 
-CMPIInstanceMI* ObjectManager::InstanceProvider(std::string_view provider, Status* status) {
-  Status unasked;
+CMPIInstanceMI* ObjectManager::InstanceProvider(std::string_view provider, cim::Status* status) {
+  cim::Status unasked;
   return manager_->InstanceProvider(provider, status != nullptr ? status : &unasked);
 }
 
-CMPIAssociationMI* ObjectManager::AssociationProvider(std::string_view provider, Status* status) {
-  Status unasked;
+CMPIAssociationMI* ObjectManager::AssociationProvider(std::string_view provider,
+                                                      cim::Status* status) {
+  cim::Status unasked;
   return manager_->AssociationProvider(provider, status != nullptr ? status : &unasked);
 }
 

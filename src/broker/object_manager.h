@@ -5,7 +5,7 @@
 //   broker::ObjectManager manager({.system_name = "host"});
 //   manager.Register("Ostrel_PCIDevice", broker::ProviderLibrary::Open("./libOstrelPCI.so"));
 //   broker::Recorder found;
-//   broker::Status status =
+//   cim::Status status =
 //       manager.EnumerateInstances("Ostrel_PCIDevice", manager.ClassPath("Ostrel_PCIDevice"),
 //                                  std::nullopt, found);
 //
@@ -36,8 +36,8 @@
 
 #include "broker/provider_library.h"
 #include "broker/result_sink.h"
-#include "broker/status.h"
-#include "broker/value.h"
+#include "cim/status.h"
+#include "cim/value.h"
 #include "platform/cmpi/cmpi.h"
 
 namespace broker {
@@ -90,7 +90,7 @@ struct Options {
   std::string name_space = "root/cimv2";  // for paths that come without one
   std::string principal = {};             // context entry "CMPIPrincipal"; none while empty
   SystemClassMode system_class = SystemClassMode::kServed;
-  Status system_class_refusal{CMPI_RC_ERR_FAILED, "system class refused"};
+  cim::Status system_class_refusal{CMPI_RC_ERR_FAILED, "system class refused"};
   bool check_guest = true;
   // Another object manager's ways (broker/imitation.h), for tests; null: its own.
   const Imitation* imitate = nullptr;
@@ -133,47 +133,49 @@ class ObjectManager {
   void SetSystemName(std::string_view name);
 
   // The path of a class in the manager's namespace.
-  ObjectPath ClassPath(std::string_view class_name) const;
+  cim::ObjectPath ClassPath(std::string_view class_name) const;
   // The path of the hosting system's one instance.
-  ObjectPath SystemPath() const;
+  cim::ObjectPath SystemPath() const;
 
   // Operations. `provider` is a registered class or the system class, compared ignoring case;
   // another one answers CMPI_RC_ERR_INVALID_CLASS. `path` reaches the provider as it is, except
   // that an empty namespace is filled in. The answer is the provider's own status.
-  Status EnumerateInstances(std::string_view provider, const ObjectPath& path,
-                            const PropertyList& properties, ResultSink& sink);
-  Status EnumerateInstanceNames(std::string_view provider, const ObjectPath& path,
-                                ResultSink& sink);
-  Status GetInstance(std::string_view provider, const ObjectPath& path,
-                     const PropertyList& properties, ResultSink& sink);
-  Status CreateInstance(std::string_view provider, const ObjectPath& path, const Instance& instance,
-                        ResultSink& sink);
-  Status ModifyInstance(std::string_view provider, const ObjectPath& path, const Instance& instance,
-                        const PropertyList& properties, ResultSink& sink);
-  Status DeleteInstance(std::string_view provider, const ObjectPath& path, ResultSink& sink);
-  Status ExecQuery(std::string_view provider, const ObjectPath& path, const std::string& query,
-                   const std::string& language, ResultSink& sink);
-  Status Associators(std::string_view provider, const ObjectPath& source,
-                     const AssociationFilter& filter, const PropertyList& properties,
-                     ResultSink& sink);
-  Status AssociatorNames(std::string_view provider, const ObjectPath& source,
-                         const AssociationFilter& filter, ResultSink& sink);
-  Status References(std::string_view provider, const ObjectPath& source,
-                    const AssociationFilter& filter, const PropertyList& properties,
-                    ResultSink& sink);
-  Status ReferenceNames(std::string_view provider, const ObjectPath& source,
-                        const AssociationFilter& filter, ResultSink& sink);
+  cim::Status EnumerateInstances(std::string_view provider, const cim::ObjectPath& path,
+                                 const PropertyList& properties, ResultSink& sink);
+  cim::Status EnumerateInstanceNames(std::string_view provider, const cim::ObjectPath& path,
+                                     ResultSink& sink);
+  cim::Status GetInstance(std::string_view provider, const cim::ObjectPath& path,
+                          const PropertyList& properties, ResultSink& sink);
+  cim::Status CreateInstance(std::string_view provider, const cim::ObjectPath& path,
+                             const cim::Instance& instance, ResultSink& sink);
+  cim::Status ModifyInstance(std::string_view provider, const cim::ObjectPath& path,
+                             const cim::Instance& instance, const PropertyList& properties,
+                             ResultSink& sink);
+  cim::Status DeleteInstance(std::string_view provider, const cim::ObjectPath& path,
+                             ResultSink& sink);
+  cim::Status ExecQuery(std::string_view provider, const cim::ObjectPath& path,
+                        const std::string& query, const std::string& language, ResultSink& sink);
+  cim::Status Associators(std::string_view provider, const cim::ObjectPath& source,
+                          const AssociationFilter& filter, const PropertyList& properties,
+                          ResultSink& sink);
+  cim::Status AssociatorNames(std::string_view provider, const cim::ObjectPath& source,
+                              const AssociationFilter& filter, ResultSink& sink);
+  cim::Status References(std::string_view provider, const cim::ObjectPath& source,
+                         const AssociationFilter& filter, const PropertyList& properties,
+                         ResultSink& sink);
+  cim::Status ReferenceNames(std::string_view provider, const cim::ObjectPath& source,
+                             const AssociationFilter& filter, ResultSink& sink);
 
   // Calls the provider's cleanup, as an object manager does with a class that is idle. The provider
   // is forgotten, and its factory called again by the next request, unless it answers that it must
   // stay (and `terminating` is false). CMPI_RC_ERR_NOT_FOUND: there is none to clean up;
   // CMPI_RC_ERR_FAILED: a request is running in it.
-  Status Cleanup(std::string_view provider, ProviderKind kind, bool terminating);
+  cim::Status Cleanup(std::string_view provider, ProviderKind kind, bool terminating);
 
   // The provider record that the factory handed out, calling the factory if need be; nullptr and
   // `status` (which may be null) where that fails. For tests that look at the records themselves.
-  CMPIInstanceMI* InstanceProvider(std::string_view provider, Status* status);
-  CMPIAssociationMI* AssociationProvider(std::string_view provider, Status* status);
+  CMPIInstanceMI* InstanceProvider(std::string_view provider, cim::Status* status);
+  CMPIAssociationMI* AssociationProvider(std::string_view provider, cim::Status* status);
 
   // What the providers did wrong so far, oldest first (the first 1000).
   std::vector<ProviderError> ProviderErrors() const;

@@ -78,7 +78,8 @@ CMPIStatus SetElementAt(CMPIArray* ar, CMPICount index, const CMPIValue* value, 
     return Answer(CMPI_RC_ERR_INVALID_PARAMETER);
   }
   if (type != CMPI_null && KeptType(type) != array->element_type) {
-    ReportMisuse(kFunction, TypeName(type) + " into an array of " + TypeName(array->element_type));
+    ReportMisuse(kFunction,
+                 cim::TypeName(type) + " into an array of " + cim::TypeName(array->element_type));
     return Answer(CMPI_RC_ERR_TYPE_MISMATCH);
   }
   CMPIData taken;

@@ -5,8 +5,8 @@
 
 #include "broker/manager.h"
 #include "broker/tables.h"
-#include "broker/text.h"
-#include "broker/wbem_uri.h"
+#include "cim/text.h"
+#include "cim/wbem_uri.h"
 
 namespace broker {
 
@@ -38,7 +38,7 @@ NamedList CopyList(Region& region, const NamedList& from) {
 
 NamedData* NamedList::Find(std::string_view name) const {
   for (NamedData& item : *this) {
-    if (EqualIgnoringCase(item.name, name)) return &item;
+    if (cim::EqualIgnoringCase(item.name, name)) return &item;
   }
   return nullptr;
 }
@@ -101,7 +101,7 @@ InstanceObject* NewInstance(Region& region, const PathObject& path) {
   constexpr std::uint32_t kUsualProperties = 24;
   auto* object = NewWith<InstanceObject>(region, TablesOf(region).instance);
   object->path = Copy(region, path);
-  object->cls = schema::FindClass(path.class_name);
+  object->cls = cim::schema::FindClass(path.class_name);
   const NamedList& keys = object->path->keys;
   object->properties.Reserve(region, keys.size + kUsualProperties);
   for (const NamedData& key : keys) object->properties.Append(region, key.name).data = key.data;
@@ -234,8 +234,8 @@ bool IsDataType(CMPIType type) {
 
 namespace {
 
-CMPIData ToArrayData(Region& region, const Value& value) {
-  const Value::Array& elements = *value.elements();
+CMPIData ToArrayData(Region& region, const cim::Value& value) {
+  const cim::Value::Array& elements = *value.elements();
   const auto element_type = static_cast<CMPIType>(value.type() & ~CMPI_ARRAY);
   ArrayObject* array = NewArray(region, static_cast<CMPICount>(elements.size()), element_type);
   for (std::size_t i = 0; i < elements.size(); ++i) {
@@ -248,7 +248,7 @@ CMPIData ToArrayData(Region& region, const Value& value) {
 
 }  // namespace
 
-CMPIData ToData(Region& region, const Value& value) {
+CMPIData ToData(Region& region, const cim::Value& value) {
   if (value.is_null()) return NullData(value.type());
   if (value.is_array()) return ToArrayData(region, value);
   CMPIData data{value.type(), CMPI_goodValue, {}};
@@ -270,12 +270,14 @@ CMPIData ToData(Region& region, const Value& value) {
     case CMPI_instance:
       data.value.inst = &ToObject(region, *value.embedded_instance())->record;
       break;
-    default: data.value.dateTime = &NewDateTime(region, value.get<DateTime>()->text)->record; break;
+    default:
+      data.value.dateTime = &NewDateTime(region, value.get<cim::DateTime>()->text)->record;
+      break;
   }
   return data;
 }
 
-PathObject* ToObject(Region& region, const ObjectPath& path) {
+PathObject* ToObject(Region& region, const cim::ObjectPath& path) {
   PathObject* object = NewPath(region, path.name_space, path.class_name);
   if (path.host) object->host = CopyView(region, *path.host);
   for (const auto& [name, value] : path.keys) {
@@ -284,9 +286,9 @@ PathObject* ToObject(Region& region, const ObjectPath& path) {
   return object;
 }
 
-InstanceObject* ToObject(Region& region, const Instance& instance) {
+InstanceObject* ToObject(Region& region, const cim::Instance& instance) {
   InstanceObject* object = NewInstance(region, *ToObject(region, instance.path));
-  for (const Property& property : instance.properties) {
+  for (const cim::Property& property : instance.properties) {
     SetNamed(region, object->properties, property.name, ToData(region, property.value));
   }
   return object;
@@ -297,42 +299,43 @@ InstanceObject* ToObject(Region& region, const Instance& instance) {
 
 namespace {
 
-Value ToArrayValue(const CMPIData& data) {
+cim::Value ToArrayValue(const CMPIData& data) {
   const ArrayObject& array = *Behind<ArrayObject>(data.value.array);
-  Value::Array elements;
+  cim::Value::Array elements;
   elements.reserve(array.size);
   for (CMPICount i = 0; i < array.size; ++i) elements.push_back(ToValue(array.elements[i]));
-  return Value::ArrayOf(array.element_type, std::move(elements));
+  return cim::Value::ArrayOf(array.element_type, std::move(elements));
 }
 
 }  // namespace
 
-Value ToValue(const CMPIData& data) {
-  if ((data.state & CMPI_nullValue) != 0) return Value::Null(data.type);
+cim::Value ToValue(const CMPIData& data) {
+  if ((data.state & CMPI_nullValue) != 0) return cim::Value::Null(data.type);
   if ((data.type & CMPI_ARRAY) != 0) return ToArrayValue(data);
   switch (data.type) {
-    case CMPI_boolean: return Value(data.value.boolean != 0);
-    case CMPI_char16: return Value(static_cast<char16_t>(data.value.char16));
-    case CMPI_real32: return Value(data.value.real32);
-    case CMPI_real64: return Value(data.value.real64);
-    case CMPI_uint8: return Value(std::uint8_t{data.value.uint8});
-    case CMPI_uint16: return Value(std::uint16_t{data.value.uint16});
-    case CMPI_uint32: return Value(std::uint32_t{data.value.uint32});
-    case CMPI_uint64: return Value(std::uint64_t{data.value.uint64});
-    case CMPI_sint8: return Value(std::int8_t{data.value.sint8});
-    case CMPI_sint16: return Value(std::int16_t{data.value.sint16});
-    case CMPI_sint32: return Value(std::int32_t{data.value.sint32});
-    case CMPI_sint64: return Value(std::int64_t{data.value.sint64});
-    case CMPI_string: return Value(Behind<StringObject>(data.value.string)->view());
-    case CMPI_ref: return Value(ToValue(*Behind<PathObject>(data.value.ref)));
-    case CMPI_instance: return Value(ToValue(*Behind<InstanceObject>(data.value.inst)));
-    case CMPI_dateTime: return Value(DateTime{Behind<DateTimeObject>(data.value.dateTime)->text});
-    default: return Value::Null(data.type);
+    case CMPI_boolean: return cim::Value(data.value.boolean != 0);
+    case CMPI_char16: return cim::Value(static_cast<char16_t>(data.value.char16));
+    case CMPI_real32: return cim::Value(data.value.real32);
+    case CMPI_real64: return cim::Value(data.value.real64);
+    case CMPI_uint8: return cim::Value(std::uint8_t{data.value.uint8});
+    case CMPI_uint16: return cim::Value(std::uint16_t{data.value.uint16});
+    case CMPI_uint32: return cim::Value(std::uint32_t{data.value.uint32});
+    case CMPI_uint64: return cim::Value(std::uint64_t{data.value.uint64});
+    case CMPI_sint8: return cim::Value(std::int8_t{data.value.sint8});
+    case CMPI_sint16: return cim::Value(std::int16_t{data.value.sint16});
+    case CMPI_sint32: return cim::Value(std::int32_t{data.value.sint32});
+    case CMPI_sint64: return cim::Value(std::int64_t{data.value.sint64});
+    case CMPI_string: return cim::Value(Behind<StringObject>(data.value.string)->view());
+    case CMPI_ref: return cim::Value(ToValue(*Behind<PathObject>(data.value.ref)));
+    case CMPI_instance: return cim::Value(ToValue(*Behind<InstanceObject>(data.value.inst)));
+    case CMPI_dateTime:
+      return cim::Value(cim::DateTime{Behind<DateTimeObject>(data.value.dateTime)->text});
+    default: return cim::Value::Null(data.type);
   }
 }
 
-ObjectPath ToValue(const PathObject& path) {
-  ObjectPath value;
+cim::ObjectPath ToValue(const PathObject& path) {
+  cim::ObjectPath value;
   if (!path.host.empty()) value.host = path.host;
   value.name_space = path.name_space;
   value.class_name = path.class_name;
@@ -341,8 +344,8 @@ ObjectPath ToValue(const PathObject& path) {
   return value;
 }
 
-Instance ToValue(const InstanceObject& instance) {
-  Instance value;
+cim::Instance ToValue(const InstanceObject& instance) {
+  cim::Instance value;
   value.path = ToValue(*instance.path);
   value.properties.reserve(instance.properties.size);
   for (const NamedData& property : instance.properties) {
@@ -353,7 +356,7 @@ Instance ToValue(const InstanceObject& instance) {
 
 std::optional<std::string> TextOf(const PathObject& path) {
   try {
-    return ToWbemUri(ToValue(path));
+    return cim::ToWbemUri(ToValue(path));
   } catch (const std::invalid_argument&) {
     return std::nullopt;
   }

@@ -14,8 +14,8 @@
 #include <string_view>
 
 #include "broker/memory.h"
-#include "broker/schema.h"
-#include "broker/value.h"
+#include "cim/schema.h"
+#include "cim/value.h"
 #include "platform/cmpi/cmpi.h"
 
 namespace broker {
@@ -82,7 +82,7 @@ struct InstanceObject {
   CMPIInstance record;
   ObjectState state;
   PathObject* path;
-  const schema::Class* cls;  // null for a class that the tree does not know
+  const cim::schema::Class* cls;  // null for a class that the tree does not know
   NamedList properties;
 };
 
@@ -180,13 +180,13 @@ inline CMPIData NullData(CMPIType type) { return {KeptType(type), CMPI_nullValue
 // ---------------------------------------------------------------------------------------------
 // From and to C++ values
 
-CMPIData ToData(Region& region, const Value& value);
-PathObject* ToObject(Region& region, const ObjectPath& path);
-InstanceObject* ToObject(Region& region, const Instance& instance);
+CMPIData ToData(Region& region, const cim::Value& value);
+PathObject* ToObject(Region& region, const cim::ObjectPath& path);
+InstanceObject* ToObject(Region& region, const cim::Instance& instance);
 
-Value ToValue(const CMPIData& data);
-ObjectPath ToValue(const PathObject& path);
-Instance ToValue(const InstanceObject& instance);
+cim::Value ToValue(const CMPIData& data);
+cim::ObjectPath ToValue(const PathObject& path);
+cim::Instance ToValue(const InstanceObject& instance);
 
 // The path as a WBEM URI; nothing where references are nested too deeply to print.
 std::optional<std::string> TextOf(const PathObject& path);

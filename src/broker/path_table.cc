@@ -69,7 +69,7 @@ CMPIStatus AddKey(CMPIObjectPath* op, const char* name, const CMPIValue* value,
     return Answer(CMPI_RC_ERR_INVALID_PARAMETER);
   }
   if (!MayBeKey(type)) {
-    ReportMisuse(kFunction, "a key of type " + TypeName(type));
+    ReportMisuse(kFunction, "a key of type " + cim::TypeName(type));
     return Answer(CMPI_RC_ERR_INVALID_DATA_TYPE);
   }
   return TakeNamed(path->state, path->keys, name, value, type, kFunction);

@@ -11,7 +11,7 @@
 #include <thread>
 #include <utility>
 
-#include "broker/status.h"
+#include "cim/status.h"
 
 namespace broker {
 
@@ -34,7 +34,7 @@ class ProviderSlot {
     // The record, made with `make` (Status(MI**)) where there is none; nullptr and its status where
     // that fails.
     template <class Make>
-    MI* Get(Make make, Status* status) {
+    MI* Get(Make make, cim::Status* status) {
       MI* record = slot_.record_.load();
       return record != nullptr ? record : slot_.GetOrMake(std::move(make), status);
     }
@@ -64,7 +64,7 @@ class ProviderSlot {
 
  private:
   template <class Make>
-  MI* GetOrMake(Make make, Status* status) {
+  MI* GetOrMake(Make make, cim::Status* status) {
     if (maker_.load() == std::this_thread::get_id()) {
       *status = {CMPI_RC_ERR_FAILED, "a provider asked for its own class while it was being made"};
       return nullptr;

@@ -21,7 +21,7 @@ std::optional<std::uint64_t> ValueView::as_unsigned() const {
 }
 
 std::string_view ObjectPathView::class_name() const { return path_->class_name; }
-ObjectPath ObjectPathView::ToObjectPath() const { return ToValue(*path_); }
+cim::ObjectPath ObjectPathView::ToObjectPath() const { return ToValue(*path_); }
 
 ObjectPathView InstanceView::path() const { return ObjectPathView(*instance_->path); }
 std::string_view InstanceView::property_name(std::size_t index) const {
@@ -35,17 +35,17 @@ std::optional<ValueView> InstanceView::Find(std::string_view name) const {
   if (property == nullptr) return std::nullopt;
   return ValueView(property->data);
 }
-Instance InstanceView::ToInstance() const { return ToValue(*instance_); }
+cim::Instance InstanceView::ToInstance() const { return ToValue(*instance_); }
 
-void ResultSink::OnInstance(Instance&&) {}
-void ResultSink::OnObjectPath(ObjectPath&&) {}
-void ResultSink::OnError(Status&&) {}
+void ResultSink::OnInstance(cim::Instance&&) {}
+void ResultSink::OnObjectPath(cim::ObjectPath&&) {}
+void ResultSink::OnError(cim::Status&&) {}
 
-void Recorder::OnInstance(Instance&& instance) {
+void Recorder::OnInstance(cim::Instance&& instance) {
   events.push_back(Event::kInstance);
   instances.push_back(std::move(instance));
 }
-void Recorder::OnObjectPath(ObjectPath&& path) {
+void Recorder::OnObjectPath(cim::ObjectPath&& path) {
   events.push_back(Event::kObjectPath);
   paths.push_back(std::move(path));
 }
@@ -53,7 +53,7 @@ void Recorder::OnDone() {
   events.push_back(Event::kDone);
   ++done_count;
 }
-void Recorder::OnError(Status&& error) {
+void Recorder::OnError(cim::Status&& error) {
   events.push_back(Event::kError);
   errors.push_back(std::move(error));
 }

@@ -16,8 +16,8 @@
 #include <utility>
 #include <vector>
 
-#include "broker/status.h"
-#include "broker/value.h"
+#include "cim/status.h"
+#include "cim/value.h"
 #include "platform/cmpi/cmpi.h"
 
 namespace broker {
@@ -49,7 +49,7 @@ class ObjectPathView {
 
   std::string_view class_name() const;
 
-  ObjectPath ToObjectPath() const;
+  cim::ObjectPath ToObjectPath() const;
 
   const PathObject& object() const { return *path_; }
 
@@ -67,7 +67,7 @@ class InstanceView {
   // The property's value, its name compared ignoring case; nothing where there is none.
   std::optional<ValueView> Find(std::string_view name) const;
 
-  Instance ToInstance() const;
+  cim::Instance ToInstance() const;
 
   const InstanceObject& object() const { return *instance_; }
 
@@ -81,12 +81,12 @@ class ResultSink {
  public:
   virtual ~ResultSink() = default;
 
-  virtual void OnInstance(Instance&& instance);
-  virtual void OnObjectPath(ObjectPath&& path);
+  virtual void OnInstance(cim::Instance&& instance);
+  virtual void OnObjectPath(cim::ObjectPath&& path);
   // Every returnDone of the provider, also a second one.
   virtual void OnDone() {}
   // The provider's returnError.
-  virtual void OnError(Status&& error);
+  virtual void OnError(cim::Status&& error);
 
   virtual void OnInstanceView(const InstanceView& instance) { OnInstance(instance.ToInstance()); }
   virtual void OnObjectPathView(const ObjectPathView& path) { OnObjectPath(path.ToObjectPath()); }
@@ -98,15 +98,15 @@ class Recorder : public ResultSink {
   enum class Event { kInstance, kObjectPath, kDone, kError };
 
   std::vector<Event> events;
-  std::vector<Instance> instances;
-  std::vector<ObjectPath> paths;
-  std::vector<Status> errors;
+  std::vector<cim::Instance> instances;
+  std::vector<cim::ObjectPath> paths;
+  std::vector<cim::Status> errors;
   int done_count = 0;
 
-  void OnInstance(Instance&& instance) override;
-  void OnObjectPath(ObjectPath&& path) override;
+  void OnInstance(cim::Instance&& instance) override;
+  void OnObjectPath(cim::ObjectPath&& path) override;
   void OnDone() override;
-  void OnError(Status&& error) override;
+  void OnError(cim::Status&& error) override;
 };
 
 }  // namespace broker

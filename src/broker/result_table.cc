@@ -47,7 +47,7 @@ CMPIStatus ReturnData(const CMPIResult* rslt, const CMPIValue* value, const CMPI
   }
   if (type == CMPI_instance) return Answer(Return(rslt, value->inst, kFunction));
   if (type == CMPI_ref) return Answer(Return(rslt, value->ref, kFunction));
-  ReportMisuse(kFunction, "a value of type " + TypeName(type));
+  ReportMisuse(kFunction, "a value of type " + cim::TypeName(type));
   return Answer(CMPI_RC_ERR_INVALID_DATA_TYPE);
 }
 

@@ -45,7 +45,7 @@ class Gatherer : public ResultSink {
 };
 
 // The status of a request as the asking provider gets it, with its text.
-void SetStatus(CMPIStatus* rc, const Status& status) {
+void SetStatus(CMPIStatus* rc, const cim::Status& status) {
   if (rc == nullptr) return;
   *rc = Answer(status.code);
   if (!status.message.empty()) {
@@ -54,21 +54,21 @@ void SetStatus(CMPIStatus* rc, const Status& status) {
 }
 
 bool IsKnown(const Manager& manager, std::string_view class_name) {
-  return schema::FindClass(class_name) != nullptr || !manager.ProvidersFor(class_name).empty();
+  return cim::schema::FindClass(class_name) != nullptr || !manager.ProvidersFor(class_name).empty();
 }
 
-Status RunInEach(Manager& manager, const std::vector<std::string>& providers, Request request,
-                 ResultSink& sink) {
+cim::Status RunInEach(Manager& manager, const std::vector<std::string>& providers, Request request,
+                      ResultSink& sink) {
   for (const std::string& provider : providers) {
     request.provider = provider;
-    Status status = manager.Run(request, sink);
+    cim::Status status = manager.Run(request, sink);
     if (!status.ok()) return status;
   }
   return {};
 }
 
 // A request about the class of a path.
-Status RunForClass(const PathObject& path, const Request& request, Gatherer& gatherer) {
+cim::Status RunForClass(const PathObject& path, const Request& request, Gatherer& gatherer) {
   Manager& manager = Call::Current()->manager();
   const std::vector<std::string> providers = manager.ProvidersFor(path.class_name);
   if (providers.empty() && !IsKnown(manager, path.class_name)) {
@@ -78,7 +78,7 @@ Status RunForClass(const PathObject& path, const Request& request, Gatherer& gat
 }
 
 // A request about what a path is associated with.
-Status RunForSource(const char* association, const Request& request, Gatherer& gatherer) {
+cim::Status RunForSource(const char* association, const Request& request, Gatherer& gatherer) {
   Manager& manager = Call::Current()->manager();
   return RunInEach(manager, manager.AssociationProvidersFor(association), request, gatherer);
 }
@@ -99,7 +99,7 @@ CMPIEnumeration* Enumerate(const CMPIBroker* mb, const CMPIObjectPath* op, const
   if (path == nullptr) return nullptr;
   request.path_object = path;
   Gatherer gatherer(Call::Current()->region());
-  const Status status = run(*path, request, gatherer);
+  const cim::Status status = run(*path, request, gatherer);
   SetStatus(rc, status);
   return status.ok() ? &gatherer.ToEnumeration(type)->record : nullptr;
 }
@@ -143,7 +143,7 @@ CMPIInstance* GetInstance(const CMPIBroker* mb, const CMPIContext*, const CMPIOb
   request.properties = properties;
   Call& call = *Call::Current();
   Gatherer gatherer(call.region());
-  Status status = call.manager().Run(request, gatherer);
+  cim::Status status = call.manager().Run(request, gatherer);
   if (status.ok() && gatherer.found().empty()) status.code = CMPI_RC_ERR_NOT_FOUND;
   SetStatus(rc, status);
   return status.ok() ? gatherer.found().front().value.inst : nullptr;
@@ -214,7 +214,7 @@ CMPIObjectPath* CreateInstance(const CMPIBroker* mb, const CMPIContext*, const C
   }
   Call& call = *Call::Current();
   Gatherer gatherer(call.region());
-  const Status status = call.manager().Run(request, gatherer);
+  const cim::Status status = call.manager().Run(request, gatherer);
   SetStatus(rc, status);
   return gatherer.found().empty() ? nullptr : gatherer.found().front().value.ref;
 }

@@ -7,13 +7,13 @@
 #include <numeric>
 #include <utility>
 
-#include "broker/status.h"
-#include "broker/text.h"
+#include "cim/status.h"
+#include "cim/text.h"
 #include "tool/errors.h"
 
 namespace tool {
 
-using broker::schema::Class;
+using cim::schema::Class;
 
 namespace {
 
@@ -42,7 +42,7 @@ void DropPlural(std::string& text) {
 // What is left of a name when case and prefixes do not count.
 std::string Stem(std::string_view name) {
   std::string stem;
-  for (const char c : name) stem += broker::LowerAscii(c);
+  for (const char c : name) stem += cim::LowerAscii(c);
   DropPrefix(stem, "ostrel_");
   DropPrefix(stem, "pcie");
   DropPrefix(stem, "pci");
@@ -55,7 +55,7 @@ std::string Stem(std::string_view name) {
 
 std::vector<const Class*> KnownClasses() {
   std::vector<const Class*> classes = ServedClasses();
-  classes.push_back(broker::schema::FindClass(broker::schema::kSystemClass));
+  classes.push_back(cim::schema::FindClass(cim::schema::kSystemClass));
   return classes;
 }
 
@@ -77,24 +77,24 @@ std::size_t EditDistance(std::string_view a, std::string_view b) {
 
 std::vector<const Class*> ServedClasses() {
   std::vector<const Class*> classes;
-  for (const Class& cls : broker::schema::AllClasses()) {
+  for (const Class& cls : cim::schema::AllClasses()) {
     if (cls.name.starts_with(kOwnPrefix)) classes.push_back(&cls);
   }
   return classes;
 }
 
 const Class& ResolveClass(std::string_view name) {
-  if (const Class* cls = broker::schema::FindClass(name)) return *cls;
+  if (const Class* cls = cim::schema::FindClass(name)) return *cls;
   const std::string stem = Stem(name);
   if (stem == "system" || stem == "computersystem") {
-    return *broker::schema::FindClass(broker::schema::kSystemClass);
+    return *cim::schema::FindClass(cim::schema::kSystemClass);
   }
   for (const Class* cls : ServedClasses()) {
     if (Stem(cls->name) == stem) return *cls;
   }
   const std::vector<std::string> near = NearClassNames(name);
   throw CommandError(fmt::format(
-      "{}: there is no class \"{}\"; {}", broker::StatusName(CMPI_RC_ERR_INVALID_CLASS), name,
+      "{}: there is no class \"{}\"; {}", cim::StatusName(CMPI_RC_ERR_INVALID_CLASS), name,
       near.empty() ? std::string("\"ostrel-pci classes\" lists those there are")
                    : fmt::format("did you mean {}?", fmt::join(near, " or "))));
 }

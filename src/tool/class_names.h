@@ -10,16 +10,16 @@
 #include <string_view>
 #include <vector>
 
-#include "broker/schema.h"
+#include "cim/schema.h"
 
 namespace tool {
 
 // The ten classes of the provider library, in the schema's order.
-std::vector<const broker::schema::Class*> ServedClasses();
+std::vector<const cim::schema::Class*> ServedClasses();
 
 // The class that the user means. Throws CommandError (CMPI_RC_ERR_INVALID_CLASS) with the nearest
 // names where there is none.
-const broker::schema::Class& ResolveClass(std::string_view name);
+const cim::schema::Class& ResolveClass(std::string_view name);
 
 // Names a user may have meant, nearest first, three at most.
 std::vector<std::string> NearClassNames(std::string_view name);

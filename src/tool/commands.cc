@@ -16,8 +16,8 @@
 #include <string_view>
 #include <utility>
 
-#include "broker/text.h"
-#include "broker/wbem_uri.h"
+#include "cim/text.h"
+#include "cim/wbem_uri.h"
 #include "tool/class_names.h"
 #include "tool/command_line.h"
 #include "tool/element_writer.h"
@@ -36,8 +36,8 @@
 namespace tool {
 namespace {
 
-using broker::ObjectPath;
-using broker::schema::Class;
+using cim::ObjectPath;
+using cim::schema::Class;
 
 // Asked without setting the process's locale: the provider library's lower case would follow it.
 bool Utf8Locale() {
@@ -99,7 +99,7 @@ broker::PropertyList Properties(const Arguments& arguments) {
 const Class& ReadClass(const std::string& operand, const ObjectPath& system) {
   if (operand.find_first_of(":.") == std::string::npos) return ResolveClass(operand);
   const ObjectPath path = ReadPath(operand, system);
-  if (broker::ParseWbemUri(operand).keys.empty()) return ResolveClass(path.class_name);
+  if (cim::ParseWbemUri(operand).keys.empty()) return ResolveClass(path.class_name);
   throw UsageError(fmt::format("\"{}\" names an instance, not a class", operand));
 }
 
@@ -134,7 +134,7 @@ void References(const Arguments& arguments, Session& session, ElementWriter& wri
 // Whether the found path has the asked one's keys; what was not asked for does not count.
 bool Answers(const ObjectPath& found, const ObjectPath& asked) {
   for (const auto& [name, value] : asked.keys) {
-    const broker::Value* key = found.Key(name);
+    const cim::Value* key = found.Key(name);
     if (key == nullptr) return false;
     const bool same = value.reference() != nullptr && key->reference() != nullptr
                           ? Answers(*key->reference(), *value.reference())
@@ -147,7 +147,7 @@ bool Answers(const ObjectPath& found, const ObjectPath& asked) {
 // The keys of the class that neither the user nor the host's system determines.
 std::string MissingKeys(const ObjectPath& path) {
   std::vector<std::string_view> missing;
-  for (const std::string_view key : broker::schema::KeyNames(ResolveClass(path.class_name))) {
+  for (const std::string_view key : cim::schema::KeyNames(ResolveClass(path.class_name))) {
     if (path.Key(key) == nullptr) missing.push_back(key);
   }
   return fmt::format("{}", fmt::join(missing, ", "));
@@ -174,13 +174,13 @@ void Get(const Arguments& arguments, Session& session, ElementWriter& writer) {
   const broker::Recorder found = GetAll(path, Properties(arguments), session);
   const bool exact =
       std::any_of(found.instances.begin(), found.instances.end(),
-                  [&](const broker::Instance& instance) { return Answers(instance.path, path); });
-  for (const broker::Instance& instance : found.instances) {
+                  [&](const cim::Instance& instance) { return Answers(instance.path, path); });
+  for (const cim::Instance& instance : found.instances) {
     if (exact && !Answers(instance.path, path)) continue;
     if (arguments.names) {
       writer.OnObjectPath(ObjectPath(instance.path));
     } else {
-      writer.OnInstance(broker::Instance(instance));
+      writer.OnInstance(cim::Instance(instance));
     }
   }
   if (found.instances.empty()) {

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "broker/result_sink.h"
-#include "broker/value.h"
+#include "cim/value.h"
 
 namespace tool {
 
@@ -21,12 +21,12 @@ class ElementWriter : public broker::ResultSink {
  public:
   explicit ElementWriter(std::ostream& out) : out_(out) {}
 
-  void OnInstance(broker::Instance&& instance) final {
+  void OnInstance(cim::Instance&& instance) final {
     Start();
     ++count_;
     Write(std::move(instance));
   }
-  void OnObjectPath(broker::ObjectPath&& path) final {
+  void OnObjectPath(cim::ObjectPath&& path) final {
     Start();
     ++count_;
     Write(std::move(path));
@@ -40,8 +40,8 @@ class ElementWriter : public broker::ResultSink {
 
  protected:
   virtual void Begin() {}
-  virtual void Write(broker::Instance&& instance) = 0;
-  virtual void Write(broker::ObjectPath&& path) = 0;
+  virtual void Write(cim::Instance&& instance) = 0;
+  virtual void Write(cim::ObjectPath&& path) = 0;
   virtual void End() {}
 
   std::ostream& out() { return out_; }

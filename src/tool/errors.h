@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "broker/status.h"
+#include "cim/status.h"
 
 namespace tool {
 
@@ -37,8 +37,8 @@ class UsageError : public CommandError {
 // what it is about.
 class StatusError : public CommandError {
  public:
-  StatusError(const std::string& request, const broker::Status& status)
-      : CommandError(request + ": " + broker::ToString(status)) {}
+  StatusError(const std::string& request, const cim::Status& status)
+      : CommandError(request + ": " + cim::ToString(status)) {}
 };
 
 }  // namespace tool

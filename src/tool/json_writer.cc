@@ -11,16 +11,16 @@
 #include <string_view>
 #include <utility>
 
-#include "broker/utf8.h"
+#include "cim/utf8.h"
 #include "tool/element_writer.h"
 #include "tool/json_value.h"
 #include "tool/utf8_text.h"
 
 namespace tool {
 
-using broker::Instance;
-using broker::ObjectPath;
-using broker::Value;
+using cim::Instance;
+using cim::ObjectPath;
+using cim::Value;
 
 namespace {
 
@@ -83,7 +83,7 @@ void AppendScalar(std::string& out, const Value& value) {
   } else if (const bool* truth = value.get<bool>()) {
     out += *truth ? "true" : "false";
   } else if (const char16_t* letter = value.get<char16_t>()) {
-    AppendText(out, broker::ToUtf8(*letter));
+    AppendText(out, cim::ToUtf8(*letter));
   } else if (const float* single = value.get<float>()) {
     out += Json(*single).dump();
   } else if (const double* real = value.get<double>()) {
@@ -92,7 +92,7 @@ void AppendScalar(std::string& out, const Value& value) {
     out += std::to_string(*number);
   } else if (const auto negative = value.as_signed()) {
     out += std::to_string(*negative);
-  } else if (const auto* time = value.get<broker::DateTime>()) {
+  } else if (const auto* time = value.get<cim::DateTime>()) {
     AppendText(out, time->text);
   } else {
     out += "null";
@@ -124,7 +124,7 @@ void Append(std::string& out, const Instance& instance, std::size_t indent) {
   Append(out, instance.path, members.inner());
   members.Next("properties");
   Members properties(out, members.inner(), "{}");
-  for (const broker::Property& property : instance.properties) {
+  for (const cim::Property& property : instance.properties) {
     properties.Next(property.name);
     Append(out, property.value, properties.inner());
   }

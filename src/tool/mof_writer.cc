@@ -3,17 +3,17 @@
 #include <string>
 #include <string_view>
 
-#include "broker/utf8.h"
-#include "broker/wbem_uri.h"
+#include "cim/utf8.h"
+#include "cim/wbem_uri.h"
 #include "tool/element_writer.h"
 #include "tool/utf8_text.h"
 
 namespace tool {
 namespace {
 
-using broker::Instance;
-using broker::ObjectPath;
-using broker::Value;
+using cim::Instance;
+using cim::ObjectPath;
+using cim::Value;
 
 // DSP0004, annex A: the escape sequences of a string literal.
 std::string Quoted(std::string_view text, char quote = '"') {
@@ -48,8 +48,8 @@ std::string MofValue(const Value& value) {
   if (value.is_null()) return "NULL";
   if (const ObjectPath* reference = value.reference()) return Quoted(ToWbemUri(*reference));
   if (const std::string* text = value.text()) return Quoted(*text);
-  if (const auto* time = value.get<broker::DateTime>()) return Quoted(time->text);
-  if (const char16_t* letter = value.get<char16_t>()) return Quoted(broker::ToUtf8(*letter), '\'');
+  if (const auto* time = value.get<cim::DateTime>()) return Quoted(time->text);
+  if (const char16_t* letter = value.get<char16_t>()) return Quoted(cim::ToUtf8(*letter), '\'');
   if (const Instance* embedded = value.embedded_instance()) return Quoted(MofText(*embedded));
   if (const Value::Array* elements = value.elements()) {
     std::string out = "{";
@@ -63,7 +63,7 @@ std::string MofValue(const Value& value) {
 
 std::string MofText(const Instance& instance) {
   std::string out = fmt::format("instance of {} {{\n", ValidUtf8(instance.path.class_name));
-  for (const broker::Property& property : instance.properties) {
+  for (const cim::Property& property : instance.properties) {
     out += fmt::format("  {} = {};\n", ValidUtf8(property.name), MofValue(property.value));
   }
   return out + "};\n";

@@ -6,32 +6,32 @@
 #include <string>
 #include <utility>
 
-#include "broker/schema.h"
-#include "broker/status.h"
-#include "broker/text.h"
-#include "broker/wbem_uri.h"
+#include "cim/schema.h"
+#include "cim/status.h"
+#include "cim/text.h"
+#include "cim/wbem_uri.h"
 #include "tool/class_names.h"
 #include "tool/errors.h"
 
 namespace tool {
 namespace {
 
-using broker::ObjectPath;
-using broker::Value;
-using broker::schema::Class;
+using cim::ObjectPath;
+using cim::Value;
+using cim::schema::Class;
 
 ObjectPath Complete(ObjectPath path, const ObjectPath& system);
 
 ObjectPath Parse(std::string_view text) {
   try {
-    return broker::ParseWbemUri(text);
-  } catch (const broker::WbemUriError& error) {
+    return cim::ParseWbemUri(text);
+  } catch (const cim::WbemUriError& error) {
     throw UsageError(fmt::format("\"{}\" is no object path: {}", text, error.what()));
   }
 }
 
 // Under a short class name the reader could not know that the text is a reference.
-Value CompleteValue(const broker::schema::Property& key, Value value, const ObjectPath& system) {
+Value CompleteValue(const cim::schema::Property& key, Value value, const ObjectPath& system) {
   if (key.type != CMPI_ref) return value;
   if (const ObjectPath* reference = value.reference()) return Complete(*reference, system);
   if (const std::string* text = value.text()) return Complete(Parse(*text), system);
@@ -39,25 +39,25 @@ Value CompleteValue(const broker::schema::Property& key, Value value, const Obje
 }
 
 // The value that the key has in every instance of the class on this host.
-std::optional<Value> KnownKey(const Class& cls, const broker::schema::Property& key,
+std::optional<Value> KnownKey(const Class& cls, const cim::schema::Property& key,
                               const ObjectPath& system) {
-  using broker::EqualIgnoringCase;
+  using cim::EqualIgnoringCase;
   if (EqualIgnoringCase(cls.name, system.class_name)) {
     if (const Value* value = system.Key(key.name)) return *value;
   }
   if (EqualIgnoringCase(key.name, "CreationClassName")) return Value(cls.name);
   if (EqualIgnoringCase(key.name, "SystemCreationClassName")) return Value(system.class_name);
   if (EqualIgnoringCase(key.name, "SystemName")) return *system.Key("Name");
-  if (broker::schema::IsA(key.reference_class, "CIM_System")) return Value(system);
+  if (cim::schema::IsA(key.reference_class, "CIM_System")) return Value(system);
   return std::nullopt;
 }
 
 void CheckNamespace(const ObjectPath& path, const ObjectPath& system) {
-  if (path.name_space.empty() || broker::EqualIgnoringCase(path.name_space, system.name_space)) {
+  if (path.name_space.empty() || cim::EqualIgnoringCase(path.name_space, system.name_space)) {
     return;
   }
   throw CommandError(fmt::format("{}: there is no namespace \"{}\", only \"{}\"",
-                                 broker::StatusName(CMPI_RC_ERR_INVALID_NAMESPACE), path.name_space,
+                                 cim::StatusName(CMPI_RC_ERR_INVALID_NAMESPACE), path.name_space,
                                  system.name_space));
 }
 
@@ -67,16 +67,16 @@ ObjectPath Complete(ObjectPath path, const ObjectPath& system) {
   path.name_space = system.name_space;
   path.class_name = cls.name;
   for (auto& [name, value] : path.keys) {
-    const broker::schema::Property* key = broker::schema::FindProperty(cls, name);
+    const cim::schema::Property* key = cim::schema::FindProperty(cls, name);
     if (key == nullptr || !key->key) {
       throw UsageError(fmt::format("{} has no key property \"{}\"", cls.name, name));
     }
     name = key->name;
     value = CompleteValue(*key, std::move(value), system);
   }
-  for (const std::string_view name : broker::schema::KeyNames(cls)) {
+  for (const std::string_view name : cim::schema::KeyNames(cls)) {
     if (path.Key(name) != nullptr) continue;
-    const broker::schema::Property* key = broker::schema::FindProperty(cls, name);
+    const cim::schema::Property* key = cim::schema::FindProperty(cls, name);
     if (std::optional<Value> value = KnownKey(cls, *key, system)) {
       path.keys.emplace_back(name, *std::move(value));
     }

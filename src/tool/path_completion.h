@@ -8,17 +8,17 @@
 
 #include <string_view>
 
-#include "broker/value.h"
+#include "cim/value.h"
 
 namespace tool {
 
-// The path that `text` means (a WBEM URI, see broker/wbem_uri.h, with a class name as ResolveClass
+// The path that `text` means (a WBEM URI, see cim/wbem_uri.h, with a class name as ResolveClass
 // reads it). `system` is the complete path of the hosting system, in the only namespace there is.
 // Keys keep the order in which they were written, missing ones that can be known follow in the
 // schema's. Paths inside the path are completed as well. Throws UsageError for what is no object
 // path or has a key that the class does not know, CommandError for another namespace or an unknown
 // class.
-broker::ObjectPath ReadPath(std::string_view text, const broker::ObjectPath& system);
+cim::ObjectPath ReadPath(std::string_view text, const cim::ObjectPath& system);
 
 }  // namespace tool
 

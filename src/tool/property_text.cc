@@ -2,20 +2,20 @@
 
 #include <fmt/format.h>
 
-#include "broker/schema.h"
-#include "broker/wbem_uri.h"
+#include "cim/schema.h"
+#include "cim/wbem_uri.h"
 #include "tool/pci_class.h"
 #include "tool/utf8_text.h"
 
 namespace tool {
 
-using broker::Instance;
-using broker::Value;
+using cim::Instance;
+using cim::Value;
 
 std::string PropertyText(const Instance& instance, std::string_view name) {
   const Value* value = instance.Find(name);
   if (value == nullptr || value->is_null()) return "";
-  if (const broker::ObjectPath* reference = value->reference()) {
+  if (const cim::ObjectPath* reference = value->reference()) {
     return PrintableUtf8(ShortName(*reference));
   }
   return PrintableUtf8(ToText(*value));
@@ -28,12 +28,12 @@ std::optional<std::uint64_t> PropertyNumber(const Instance& instance, std::strin
 
 std::string CodeMeaning(std::string_view class_name, std::string_view property,
                         const Value& value) {
-  const broker::schema::Class* cls = broker::schema::FindClass(class_name);
-  const broker::schema::Property* declared =
-      cls == nullptr ? nullptr : broker::schema::FindProperty(*cls, property);
+  const cim::schema::Class* cls = cim::schema::FindClass(class_name);
+  const cim::schema::Property* declared =
+      cls == nullptr ? nullptr : cim::schema::FindProperty(*cls, property);
   if (declared == nullptr || declared->values.empty()) return "";
   const std::string code = ToText(value);
-  for (const broker::schema::CodedValue& known : declared->values) {
+  for (const cim::schema::CodedValue& known : declared->values) {
     if (known.code == code) return std::string(known.meaning);
   }
   return "";
@@ -67,7 +67,7 @@ std::string PortTypeName(std::uint64_t type) {
   }
 }
 
-std::string ShortName(const broker::ObjectPath& path) {
+std::string ShortName(const cim::ObjectPath& path) {
   for (const std::string_view key : {"DeviceID", "InstanceID", "Name"}) {
     const Value* value = path.Key(key);
     if (value != nullptr && value->text() != nullptr) return *value->text();

@@ -10,36 +10,35 @@
 #include <string>
 #include <string_view>
 
-#include "broker/value.h"
+#include "cim/value.h"
 
 namespace tool {
 
 // The property's value without quotes, on one line; "" where it is not set.
-std::string PropertyText(const broker::Instance& instance, std::string_view name);
+std::string PropertyText(const cim::Instance& instance, std::string_view name);
 
 // An unsigned property; nothing where it is not set or no such number.
-std::optional<std::uint64_t> PropertyNumber(const broker::Instance& instance,
-                                            std::string_view name);
+std::optional<std::uint64_t> PropertyNumber(const cim::Instance& instance, std::string_view name);
 
 // What the schema says that the property's code means ("PCI" of BridgeType 4); "" where it says
 // nothing.
 std::string CodeMeaning(std::string_view class_name, std::string_view property,
-                        const broker::Value& value);
+                        const cim::Value& value);
 
 // Vendor and device name: the ElementName of a function without the number of its device, which it
 // ends in (" #3").
 std::string WithoutDeviceNumber(std::string element_name, std::string_view number);
-std::string ElementTitle(const broker::Instance& instance);
+std::string ElementTitle(const cim::Instance& instance);
 
 // The name of the function's PCI class; "" where the instance has none.
-std::string ClassTitle(const broker::Instance& instance);
+std::string ClassTitle(const cim::Instance& instance);
 
 // "PCI", "PCI-X", "PCIe" of a PortType; the number where it is none of them.
 std::string PortTypeName(std::uint64_t type);
 
 // The one key that tells the element from its like: DeviceID, InstanceID or Name; the whole path
 // where it has none of them.
-std::string ShortName(const broker::ObjectPath& path);
+std::string ShortName(const cim::ObjectPath& path);
 
 }  // namespace tool
 

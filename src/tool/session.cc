@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "broker/provider_library.h"
-#include "broker/status.h"
-#include "broker/wbem_uri.h"
+#include "cim/status.h"
+#include "cim/wbem_uri.h"
 #include "pci/shared_host.h"
 #include "tool/class_names.h"
 #include "tool/errors.h"
@@ -21,12 +21,12 @@ namespace tool {
 namespace {
 
 using broker::AssociationFilter;
-using broker::Instance;
-using broker::ObjectPath;
 using broker::PropertyList;
 using broker::ResultSink;
-using broker::Status;
-using broker::schema::Class;
+using cim::Instance;
+using cim::ObjectPath;
+using cim::Status;
+using cim::schema::Class;
 
 // Says in plain words what of the host could not be read; false where it is not all there. For when
 // the library has said something: `complained` that it was not just its progress.
@@ -93,7 +93,7 @@ class FilteringSink : public ResultSink {
 
  private:
   bool Wanted(const broker::ObjectPathView& path) const {
-    return result_class_.empty() || broker::schema::IsA(path.class_name(), result_class_);
+    return result_class_.empty() || cim::schema::IsA(path.class_name(), result_class_);
   }
 
   ResultSink& next_;
@@ -130,10 +130,10 @@ void AskEach(std::string_view operation, const ObjectPath* target,
 
 // What stands at the reference is an instance of both classes, as far as the class tree tells.
 bool MayStand(const Class& association, const std::string& role, std::string_view class_name) {
-  const broker::schema::Property* reference = broker::schema::FindProperty(association, role);
+  const cim::schema::Property* reference = cim::schema::FindProperty(association, role);
   if (reference == nullptr || reference->type != CMPI_ref) return false;
-  return class_name.empty() || broker::schema::IsA(class_name, reference->reference_class) ||
-         broker::schema::IsA(reference->reference_class, class_name);
+  return class_name.empty() || cim::schema::IsA(class_name, reference->reference_class) ||
+         cim::schema::IsA(reference->reference_class, class_name);
 }
 
 AssociationFilter Narrowed(AssociationFilter filter, std::string_view provider) {
@@ -185,7 +185,7 @@ void Session::TakeSystemName() {
   // Where this fails, the requests of the commands fail, and those tell why.
   (void)manager_.AssociatorNames(kAssociation, device, {}, found);
   for (const ObjectPath& path : found.paths) {
-    const broker::Value* name = path.Key("Name");
+    const cim::Value* name = path.Key("Name");
     if (name != nullptr && name->text() != nullptr) manager_.SetSystemName(*name->text());
   }
   system_ = manager_.SystemPath();
@@ -214,7 +214,7 @@ std::vector<std::string> Session::ServedBelow(const Class& cls) const {
   std::vector<std::string> providers = manager_.ProvidersFor(cls.name);
   if (providers.empty()) {
     throw CommandError(fmt::format("{}: no provider serves {} or a class below it",
-                                   broker::StatusName(CMPI_RC_ERR_INVALID_CLASS), cls.name));
+                                   cim::StatusName(CMPI_RC_ERR_INVALID_CLASS), cls.name));
   }
   return providers;
 }
@@ -225,14 +225,14 @@ std::vector<std::string> Session::AssociationsOf(const ObjectPath& source,
   std::vector<std::string> providers = manager_.AssociationProvidersFor(association);
   if (providers.empty() && !association) {
     throw CommandError(fmt::format("{}: the library has no provider of an association",
-                                   broker::StatusName(CMPI_RC_ERR_NOT_SUPPORTED)));
+                                   cim::StatusName(CMPI_RC_ERR_NOT_SUPPORTED)));
   }
   if (providers.empty()) {
     throw CommandError(fmt::format("{}: {} is no association class with a provider",
-                                   broker::StatusName(CMPI_RC_ERR_INVALID_CLASS), *association));
+                                   cim::StatusName(CMPI_RC_ERR_INVALID_CLASS), *association));
   }
   std::erase_if(providers, [&](const std::string& provider) {
-    return !RolesFit(*broker::schema::FindClass(provider), source, filter);
+    return !RolesFit(*cim::schema::FindClass(provider), source, filter);
   });
   return providers;
 }

@@ -13,7 +13,7 @@
 
 #include "broker/object_manager.h"
 #include "broker/result_sink.h"
-#include "broker/schema.h"
+#include "cim/schema.h"
 #include "pci/host.h"
 
 namespace tool {
@@ -35,7 +35,7 @@ class Session {
   Session& operator=(const Session&) = delete;
 
   // The hosting system, by the name that the library has for it.
-  const broker::ObjectPath& system() const { return system_; }
+  const cim::ObjectPath& system() const { return system_; }
 
   // The functions that the providers answer from, where the host control library under them is
   // ours; nullptr where it is another platform's or could not read the host. Valid as long as the
@@ -54,28 +54,28 @@ class Session {
   // Requests. Each asks every provider that is concerned and goes on with the next one when one
   // fails; then throws StatusError with the first failure. Elements reach the sink as they come.
   // `cls` may be a superclass of served ones.
-  void Enumerate(const broker::schema::Class& cls, const broker::PropertyList& properties,
+  void Enumerate(const cim::schema::Class& cls, const broker::PropertyList& properties,
                  broker::ResultSink& sink);
-  void EnumerateNames(const broker::schema::Class& cls, broker::ResultSink& sink);
-  void Get(const broker::ObjectPath& path, const broker::PropertyList& properties,
+  void EnumerateNames(const cim::schema::Class& cls, broker::ResultSink& sink);
+  void Get(const cim::ObjectPath& path, const broker::PropertyList& properties,
            broker::ResultSink& sink);
   // Whether the answer was CMPI_RC_OK, which it may be without an instance. CMPI_RC_ERR_NOT_FOUND
   // is no failure here, any other status is.
-  bool TryGet(const broker::ObjectPath& path, broker::ResultSink& sink);
+  bool TryGet(const cim::ObjectPath& path, broker::ResultSink& sink);
   // Elements that are no instance of filter.result_class are left out: the providers hand out all.
-  void Associators(const broker::ObjectPath& source, const broker::AssociationFilter& filter,
+  void Associators(const cim::ObjectPath& source, const broker::AssociationFilter& filter,
                    const broker::PropertyList& properties, broker::ResultSink& sink);
-  void AssociatorNames(const broker::ObjectPath& source, const broker::AssociationFilter& filter,
+  void AssociatorNames(const cim::ObjectPath& source, const broker::AssociationFilter& filter,
                        broker::ResultSink& sink);
   // filter.result_class names the association class.
-  void References(const broker::ObjectPath& source, const broker::AssociationFilter& filter,
+  void References(const cim::ObjectPath& source, const broker::AssociationFilter& filter,
                   const broker::PropertyList& properties, broker::ResultSink& sink);
-  void ReferenceNames(const broker::ObjectPath& source, const broker::AssociationFilter& filter,
+  void ReferenceNames(const cim::ObjectPath& source, const broker::AssociationFilter& filter,
                       broker::ResultSink& sink);
 
  private:
-  std::vector<std::string> ServedBelow(const broker::schema::Class& cls) const;
-  std::vector<std::string> AssociationsOf(const broker::ObjectPath& source,
+  std::vector<std::string> ServedBelow(const cim::schema::Class& cls) const;
+  std::vector<std::string> AssociationsOf(const cim::ObjectPath& source,
                                           const std::optional<std::string>& association,
                                           const broker::AssociationFilter& filter) const;
 
@@ -85,13 +85,13 @@ class Session {
   bool verbose_;
   bool incomplete_ = false;
   broker::ObjectManager manager_;
-  broker::ObjectPath system_;
+  cim::ObjectPath system_;
   const pci::Host* host_ = nullptr;
 };
 
 // Whether elements tied to `source` by the association class may answer the filter's roles: the
 // class has a reference of that name, and what stands there may be the source or the result.
-bool RolesFit(const broker::schema::Class& association, const broker::ObjectPath& source,
+bool RolesFit(const cim::schema::Class& association, const cim::ObjectPath& source,
               const broker::AssociationFilter& filter);
 
 }  // namespace tool

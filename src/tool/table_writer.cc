@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "broker/schema.h"
-#include "broker/wbem_uri.h"
+#include "cim/schema.h"
+#include "cim/wbem_uri.h"
 #include "tool/element_writer.h"
 #include "tool/property_text.h"
 #include "tool/table.h"
@@ -17,8 +17,8 @@
 namespace tool {
 namespace {
 
-using broker::Instance;
-using broker::ObjectPath;
+using cim::Instance;
+using cim::ObjectPath;
 
 struct Column {
   std::string title;
@@ -44,7 +44,7 @@ Column ClassColumn() { return {"CLASS", ClassTitle}; }
 
 Column BridgeTypeColumn() {
   return {"TYPE", [](const Instance& instance) {
-            const broker::Value* type = instance.Find("BridgeType");
+            const cim::Value* type = instance.Find("BridgeType");
             if (type == nullptr) return std::string();
             const std::string meaning = CodeMeaning(instance.path.class_name, "BridgeType", *type);
             return meaning.empty() ? ToText(*type) : meaning;
@@ -75,9 +75,9 @@ Columns PortColumns() {
           {"NAME", ElementTitle}};
 }
 
-Columns AllProperties(const broker::schema::Class* cls, const Instance& sample) {
+Columns AllProperties(const cim::schema::Class* cls, const Instance& sample) {
   Columns columns;
-  for (const broker::Property& property : sample.properties) {
+  for (const cim::Property& property : sample.properties) {
     const bool reference = property.value.type() == CMPI_ref;
     if (cls == nullptr || !cls->association || reference) {
       columns.push_back(PropertyColumn(property.name, property.name));
@@ -89,9 +89,7 @@ Columns AllProperties(const broker::schema::Class* cls, const Instance& sample) 
 // The few columns that a person wants to see of a class.
 Columns UsualColumns(const Instance& sample) {
   const std::string& class_name = sample.path.class_name;
-  const auto is = [&](std::string_view ancestor) {
-    return broker::schema::IsA(class_name, ancestor);
-  };
+  const auto is = [&](std::string_view ancestor) { return cim::schema::IsA(class_name, ancestor); };
   if (is("CIM_PCIBridge")) {
     return FunctionColumns(
         {ClassColumn(), BridgeTypeColumn(), BusColumn("BUS", "SecondaryBusNumber")});
@@ -103,7 +101,7 @@ Columns UsualColumns(const Instance& sample) {
     return {PropertyColumn("GROUP", "InstanceID"), BusColumn("BUS", "BusNumber"),
             PropertyColumn("NAME", "ElementName")};
   }
-  return AllProperties(broker::schema::FindClass(class_name), sample);
+  return AllProperties(cim::schema::FindClass(class_name), sample);
 }
 
 class TableWriter : public ElementWriter {
@@ -181,7 +179,7 @@ class SheetWriter : public ElementWriter {
   void Write(ObjectPath&& path) override { out() << PrintableUtf8(ToWbemUri(path)) << '\n'; }
 
  private:
-  static std::string Meaning(const Instance& instance, const broker::Property& property) {
+  static std::string Meaning(const Instance& instance, const cim::Property& property) {
     std::string text = PrintableUtf8(ToText(property.value));
     const std::string meaning =
         CodeMeaning(instance.path.class_name, property.name, property.value);

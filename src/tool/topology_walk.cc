@@ -21,8 +21,8 @@ namespace {
 
 using broker::AssociationFilter;
 using broker::InstanceView;
-using broker::ObjectPath;
 using broker::ValueView;
+using cim::ObjectPath;
 
 constexpr const char* kDevice = "Ostrel_PCIDevice";
 constexpr const char* kBridge = "Ostrel_PCIBridge";
@@ -190,7 +190,7 @@ class Walk {
 
   void Enumerate(const char* class_name, FunctionKind kind) {
     InstanceTaker taker([&](const InstanceView& instance) { Take(instance, kind); });
-    session_.Enumerate(*broker::schema::FindClass(class_name), std::nullopt, taker);
+    session_.Enumerate(*cim::schema::FindClass(class_name), std::nullopt, taker);
   }
 
   // Whether there is such an instance; no matter in which way the provider says that there is none.
@@ -217,7 +217,7 @@ class Walk {
   void EnumerateSwitches() {
     std::vector<std::string> ids;
     PathTaker taker([&](const ObjectPath& path) { ids.push_back(ShortName(path)); });
-    session_.EnumerateNames(*broker::schema::FindClass(kSwitch), taker);
+    session_.EnumerateNames(*cim::schema::FindClass(kSwitch), taker);
     for (const std::string& id : ids) Ask(kDevice, id, FunctionKind::kSwitch);
   }
 
@@ -326,7 +326,7 @@ class Walk {
       std::string function = FunctionOfPort(port.id);
       ports_.emplace_back(std::move(function), std::move(port));
     });
-    session_.Enumerate(*broker::schema::FindClass(kPort), std::nullopt, taker);
+    session_.Enumerate(*cim::schema::FindClass(kPort), std::nullopt, taker);
   }
 
   void HandOutPorts() {

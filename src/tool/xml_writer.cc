@@ -4,17 +4,17 @@
 #include <string>
 #include <string_view>
 
-#include "broker/schema.h"
-#include "broker/utf8.h"
+#include "cim/schema.h"
+#include "cim/utf8.h"
 #include "tool/element_writer.h"
 #include "tool/utf8_text.h"
 
 namespace tool {
 namespace {
 
-using broker::Instance;
-using broker::ObjectPath;
-using broker::Value;
+using cim::Instance;
+using cim::ObjectPath;
+using cim::Value;
 using pugi::xml_node;
 
 void SetAttribute(xml_node node, const char* name, std::string_view value) {
@@ -34,7 +34,7 @@ xml_node AppendNamed(xml_node parent, const char* element, std::string_view name
 std::string TypeOf(const Value& value) {
   // An embedded instance travels as text (DSP0201, EmbeddedObject).
   const auto element = static_cast<CMPIType>(value.type() & ~CMPI_ARRAY);
-  return element == CMPI_instance ? "string" : broker::TypeName(element);
+  return element == CMPI_instance ? "string" : cim::TypeName(element);
 }
 
 void AppendInstance(xml_node parent, const Instance& instance);
@@ -69,7 +69,7 @@ void AppendReference(xml_node parent, const ObjectPath& path) {
 
 void AppendKeyValue(xml_node binding, const Value& value) {
   if (const ObjectPath* reference = value.reference()) return AppendReference(binding, *reference);
-  const bool text = value.text() != nullptr || value.get<broker::DateTime>() != nullptr ||
+  const bool text = value.text() != nullptr || value.get<cim::DateTime>() != nullptr ||
                     value.get<char16_t>() != nullptr;
   xml_node key = binding.append_child("KEYVALUE");
   SetAttribute(key, "VALUETYPE",
@@ -98,7 +98,7 @@ void AppendArray(xml_node property, const Value::Array& elements) {
   }
 }
 
-void AppendReferenceProperty(xml_node parent, const broker::Property& property) {
+void AppendReferenceProperty(xml_node parent, const cim::Property& property) {
   xml_node node = AppendNamed(parent, "PROPERTY.REFERENCE", property.name);
   if (const ObjectPath* reference = property.value.reference()) {
     SetAttribute(node, "REFERENCECLASS", reference->class_name);
@@ -106,7 +106,7 @@ void AppendReferenceProperty(xml_node parent, const broker::Property& property) 
   }
 }
 
-void AppendProperty(xml_node parent, const broker::Property& property) {
+void AppendProperty(xml_node parent, const cim::Property& property) {
   const Value& value = property.value;
   if (value.type() == CMPI_ref) return AppendReferenceProperty(parent, property);
   xml_node node =
@@ -123,7 +123,7 @@ void AppendProperty(xml_node parent, const broker::Property& property) {
 void AppendInstance(xml_node parent, const Instance& instance) {
   xml_node node = parent.append_child("INSTANCE");
   SetAttribute(node, "CLASSNAME", instance.path.class_name);
-  for (const broker::Property& property : instance.properties) AppendProperty(node, property);
+  for (const cim::Property& property : instance.properties) AppendProperty(node, property);
 }
 
 class XmlWriter : public ElementWriter {

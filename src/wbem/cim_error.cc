@@ -2,11 +2,11 @@
 
 namespace wbem {
 
-CimError ErrorOf(const broker::Status& status) {
+CimError ErrorOf(const cim::Status& status) {
   const int code = static_cast<int>(status.code);
   const bool is_cim_code = code >= 1 && code <= 17;
   return {is_cim_code ? code : static_cast<int>(CimCode::kFailed),
-          status.message.empty() ? broker::StatusName(status.code) : status.message};
+          status.message.empty() ? cim::StatusName(status.code) : status.message};
 }
 
 }  // namespace wbem

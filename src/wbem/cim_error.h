@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-#include "broker/status.h"
+#include "cim/status.h"
 
 namespace wbem {
 
@@ -39,7 +39,7 @@ class CimError : public std::runtime_error {
 
 // The error that a provider's status is told as: its own code where that is a CIM status code,
 // CIM_ERR_FAILED otherwise; described by its message, or by its name where it has none.
-CimError ErrorOf(const broker::Status& status);
+CimError ErrorOf(const cim::Status& status);
 
 // A message that is answered with an HTTP status of its own. `cim_error` is the value of the
 // response's CIMError header (DSP0200, 7.3.2), empty for none; what() goes into the body.

@@ -8,7 +8,7 @@
 #include <optional>
 #include <pugixml.hpp>
 
-#include "broker/text.h"
+#include "cim/text.h"
 #include "wbem/cim_error.h"
 #include "wbem/xml_text.h"
 
@@ -314,7 +314,7 @@ class DepthCheck : public pugi::xml_tree_walker {
 
 void CheckDeclaration(const xml_node& declaration) {
   const std::string_view encoding = declaration.attribute("encoding").as_string("utf-8");
-  if (!broker::EqualIgnoringCase(encoding, "utf-8")) {
+  if (!cim::EqualIgnoringCase(encoding, "utf-8")) {
     NotWellFormed(fmt::format("encoding \"{}\" of a text in UTF-8", encoding));
   }
 }

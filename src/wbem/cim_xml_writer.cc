@@ -2,17 +2,17 @@
 
 #include <algorithm>
 
-#include "broker/text.h"
+#include "cim/text.h"
 #include "wbem/xml_text.h"
 
 namespace wbem {
 
 namespace {
 
-using broker::EqualIgnoringCase;
-using broker::ObjectPath;
-using broker::Value;
-namespace schema = broker::schema;
+using cim::EqualIgnoringCase;
+using cim::ObjectPath;
+using cim::Value;
+namespace schema = cim::schema;
 
 // One attribute after the name of an element.
 void AppendAttribute(std::string& out, std::string_view name, std::string_view value) {
@@ -34,7 +34,7 @@ void AppendNamespacePath(std::string& out, std::string_view name_space) {
 }
 
 // A literal as CIM-XML spells it is what people read.
-std::string Literal(const Value& value) { return broker::ToText(value); }
+std::string Literal(const Value& value) { return cim::ToText(value); }
 
 void AppendKeyValue(std::string& out, const Value& value) {
   const bool is_boolean = value.type() == CMPI_boolean;
@@ -42,7 +42,7 @@ void AppendKeyValue(std::string& out, const Value& value) {
                          value.get<float>() != nullptr || value.get<double>() != nullptr;
   out += "<KEYVALUE";
   AppendAttribute(out, "VALUETYPE", is_boolean ? "boolean" : is_number ? "numeric" : "string");
-  AppendAttribute(out, "TYPE", broker::TypeName(value.type()));
+  AppendAttribute(out, "TYPE", cim::TypeName(value.type()));
   out += '>';
   if (!value.is_null()) AppendEscaped(out, Literal(value));
   out += "</KEYVALUE>";
@@ -107,7 +107,7 @@ void AppendPropertyStart(std::string& out, std::string_view name, CMPIType type,
     return;
   }
   const auto element_type = static_cast<CMPIType>(type & ~CMPI_ARRAY);
-  AppendAttribute(out, "TYPE", IsEmbedded(type) ? "string" : broker::TypeName(element_type));
+  AppendAttribute(out, "TYPE", IsEmbedded(type) ? "string" : cim::TypeName(element_type));
   if (IsEmbedded(type)) AppendAttribute(out, "EmbeddedObject", "instance");
 }
 
@@ -149,7 +149,7 @@ void AppendValue(std::string& out, const Value& value, const Place& place) {
   }
 }
 
-void AppendProperty(std::string& out, const broker::Property& property, const schema::Class* cls,
+void AppendProperty(std::string& out, const cim::Property& property, const schema::Class* cls,
                     const Selection& selection, const Place& place) {
   const CMPIType type = property.value.type();
   const ObjectPath* path = property.value.reference();
@@ -255,13 +255,13 @@ void AppendInstancePath(std::string& out, const ObjectPath& path, const Place& p
   });
 }
 
-void AppendInstance(std::string& out, const broker::Instance& instance, const Selection& selection,
+void AppendInstance(std::string& out, const cim::Instance& instance, const Selection& selection,
                     const Place& place) {
   const schema::Class* cls = schema::FindClass(instance.path.class_name);
   out += "<INSTANCE";
   AppendAttribute(out, "CLASSNAME", instance.path.class_name);
   out += '>';
-  for (const broker::Property& property : instance.properties) {
+  for (const cim::Property& property : instance.properties) {
     if (Selects(selection, property.name)) AppendProperty(out, property, cls, selection, place);
   }
   out += "</INSTANCE>";

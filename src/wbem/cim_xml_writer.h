@@ -11,8 +11,8 @@
 #include <string_view>
 #include <vector>
 
-#include "broker/schema.h"
-#include "broker/value.h"
+#include "cim/schema.h"
+#include "cim/value.h"
 
 namespace wbem {
 
@@ -21,7 +21,7 @@ struct Selection {
   // Names, compared ignoring case; all properties where it is absent.
   std::optional<std::vector<std::string>> properties;
   // Only properties that this class declares or inherits; nullptr for no such bound.
-  const broker::schema::Class* known_to = nullptr;
+  const cim::schema::Class* known_to = nullptr;
   // Of a class: only what it declares itself.
   bool local_only = false;
   bool qualifiers = false;
@@ -34,13 +34,13 @@ struct Place {
   std::string name_space;
 };
 
-void AppendInstanceName(std::string& out, const broker::ObjectPath& path, const Place& place);
+void AppendInstanceName(std::string& out, const cim::ObjectPath& path, const Place& place);
 // INSTANCEPATH: the instance name with host and namespace.
-void AppendInstancePath(std::string& out, const broker::ObjectPath& path, const Place& place);
-void AppendInstance(std::string& out, const broker::Instance& instance, const Selection& selection,
+void AppendInstancePath(std::string& out, const cim::ObjectPath& path, const Place& place);
+void AppendInstance(std::string& out, const cim::Instance& instance, const Selection& selection,
                     const Place& place);
 void AppendClassName(std::string& out, std::string_view name);
-void AppendClass(std::string& out, const broker::schema::Class& cls, const Selection& selection);
+void AppendClass(std::string& out, const cim::schema::Class& cls, const Selection& selection);
 
 // "<NAME>", the element that `append` appends, "</NAME>".
 template <class Append>

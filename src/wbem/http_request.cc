@@ -8,14 +8,14 @@
 #include <string_view>
 #include <utility>
 
-#include "broker/text.h"
+#include "cim/text.h"
 #include "wbem/cim_error.h"
 
 namespace wbem {
 
 namespace {
 
-using broker::EqualIgnoringCase;
+using cim::EqualIgnoringCase;
 
 constexpr std::string_view kBlanks = " \t";
 constexpr std::string_view kCim = "CIM";  // begins the names of all extension headers

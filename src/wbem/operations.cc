@@ -10,8 +10,8 @@
 #include <string_view>
 #include <utility>
 
-#include "broker/schema.h"
-#include "broker/text.h"
+#include "cim/schema.h"
+#include "cim/text.h"
 #include "wbem/cim_error.h"
 #include "wbem/cim_xml_writer.h"
 #include "wbem/parameters.h"
@@ -20,10 +20,10 @@ namespace wbem {
 
 namespace {
 
-using broker::EqualIgnoringCase;
-using broker::Instance;
-using broker::ObjectPath;
-namespace schema = broker::schema;
+using cim::EqualIgnoringCase;
+using cim::Instance;
+using cim::ObjectPath;
+namespace schema = cim::schema;
 
 // Hands what a provider returns to one of two functions, and makes its failure a CimError.
 class Results : public broker::ResultSink {
@@ -38,12 +38,12 @@ class Results : public broker::ResultSink {
   void OnObjectPath(ObjectPath&& path) override {
     if (on_path_) on_path_(std::move(path));
   }
-  void OnError(broker::Status&& error) override {
+  void OnError(cim::Status&& error) override {
     if (!error_) error_ = std::move(error);
   }
 
   // To be called with the operation's own status.
-  void Check(const broker::Status& status) const {
+  void Check(const cim::Status& status) const {
     if (!status.ok()) throw ErrorOf(status);
     if (error_ && !error_->ok()) throw ErrorOf(*error_);
   }
@@ -51,7 +51,7 @@ class Results : public broker::ResultSink {
  private:
   std::function<void(Instance&&)> on_instance_;
   std::function<void(ObjectPath&&)> on_path_;
-  std::optional<broker::Status> error_;
+  std::optional<cim::Status> error_;
 };
 
 // What an association request asks for.
@@ -94,7 +94,7 @@ bool Admits(const AssociationRequest& request, std::string_view association,
 // class. It need not be the source itself: providers may answer more widely than they are asked.
 bool Admits(const AssociationRequest& request, const ObjectPath& association) {
   if (!request.role) return true;
-  const broker::Value* end = association.Key(*request.role);
+  const cim::Value* end = association.Key(*request.role);
   const ObjectPath* element = end != nullptr ? end->reference() : nullptr;
   return element != nullptr && (schema::IsA(element->class_name, request.source.class_name) ||
                                 schema::IsA(request.source.class_name, element->class_name));
@@ -238,7 +238,7 @@ bool NamesSame(const ObjectPath& a, const ObjectPath& b) {
 // How many keys of `a` have the same value in `b`.
 std::size_t EqualKeys(const ObjectPath& a, const ObjectPath& b) {
   return static_cast<std::size_t>(std::count_if(a.keys.begin(), a.keys.end(), [&](const auto& key) {
-    const broker::Value* other = b.Key(key.first);
+    const cim::Value* other = b.Key(key.first);
     if (other == nullptr) return false;
     const ObjectPath* reference = key.second.reference();
     const ObjectPath* other_reference = other->reference();

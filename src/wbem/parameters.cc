@@ -4,16 +4,16 @@
 
 #include <algorithm>
 
-#include "broker/text.h"
-#include "broker/wbem_uri.h"
+#include "cim/text.h"
+#include "cim/wbem_uri.h"
 #include "wbem/cim_error.h"
 
 namespace wbem {
 
 namespace {
 
-using broker::EqualIgnoringCase;
-namespace schema = broker::schema;
+using cim::EqualIgnoringCase;
+namespace schema = cim::schema;
 
 [[noreturn]] void Invalid(const std::string& text) {
   throw CimError(CimCode::kInvalidParameter, text);
@@ -37,11 +37,11 @@ const T& RequiredValue(const ParameterValue* value, std::string_view name) {
 // ---------------------------------------------------------------------------------------------
 // Keys
 
-broker::ObjectPath ReadPath(const InstanceName& name, const schema::Class& cls,
-                            const std::string& name_space, int depth);
+cim::ObjectPath ReadPath(const InstanceName& name, const schema::Class& cls,
+                         const std::string& name_space, int depth);
 
-broker::Value ReadReference(const InstanceName& name, const std::string& name_space, int depth) {
-  if (depth >= broker::kMaxReferenceDepth) Invalid("references nested too deeply");
+cim::Value ReadReference(const InstanceName& name, const std::string& name_space, int depth) {
+  if (depth >= cim::kMaxReferenceDepth) Invalid("references nested too deeply");
   const schema::Class* cls = schema::FindClass(name.class_name);
   if (cls == nullptr) Invalid(fmt::format("a key refers to the unknown class {}", name.class_name));
   return ReadPath(name, *cls, name_space, depth + 1);
@@ -55,8 +55,8 @@ std::string ReadText(const KeyLiteral& literal, std::string_view key) {
 }
 
 // The keys of all classes in the schema are strings and references.
-broker::Value ReadKey(const KeyBinding& binding, const schema::Property& key,
-                      const std::string& name_space, int depth) {
+cim::Value ReadKey(const KeyBinding& binding, const schema::Property& key,
+                   const std::string& name_space, int depth) {
   const bool is_reference = key.type == CMPI_ref;
   if (const auto* literal = std::get_if<KeyLiteral>(&binding.value)) {
     if (is_reference) Invalid(fmt::format("the key {} is a reference", key.name));
@@ -76,11 +76,11 @@ const KeyBinding& BindingFor(const InstanceName& name, std::string_view key, boo
   return *found;
 }
 
-broker::ObjectPath ReadPath(const InstanceName& name, const schema::Class& cls,
-                            const std::string& name_space, int depth) {
+cim::ObjectPath ReadPath(const InstanceName& name, const schema::Class& cls,
+                         const std::string& name_space, int depth) {
   const bool own_name_space =
       name.name_space.empty() || EqualIgnoringCase(name.name_space, name_space);
-  broker::ObjectPath path;
+  cim::ObjectPath path;
   path.name_space = own_name_space ? name_space : name.name_space;
   path.class_name = cls.name;
   const auto keys = schema::KeyNames(cls);
@@ -157,8 +157,8 @@ const ParameterValue* Parameters::Find(std::string_view name) const {
   return nullptr;
 }
 
-broker::ObjectPath ToObjectPath(const InstanceName& name, const schema::Class& cls,
-                                const std::string& name_space) {
+cim::ObjectPath ToObjectPath(const InstanceName& name, const schema::Class& cls,
+                             const std::string& name_space) {
   return ReadPath(name, cls, name_space, 0);
 }
 

@@ -12,8 +12,8 @@
 #include <string_view>
 #include <vector>
 
-#include "broker/schema.h"
-#include "broker/value.h"
+#include "cim/schema.h"
+#include "cim/value.h"
 #include "wbem/cim_xml_request.h"
 
 namespace wbem {
@@ -45,8 +45,8 @@ class Parameters {
 // The path of the instance: its keys are those of the class, in the schema's order and spelling,
 // none missing. `name_space` is for references that come without one, or spell it otherwise.
 // Throws CimError where the keys are not those of the class.
-broker::ObjectPath ToObjectPath(const InstanceName& name, const broker::schema::Class& cls,
-                                const std::string& name_space);
+cim::ObjectPath ToObjectPath(const InstanceName& name, const cim::schema::Class& cls,
+                             const std::string& name_space);
 
 }  // namespace wbem
 

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "broker/utf8.h"
+#include "cim/utf8.h"
 
 namespace wbem {
 
@@ -23,7 +23,7 @@ constexpr bool IsXmlCharacter(std::uint32_t c) {
 // How many bytes the first character of the text takes; 0 where they are no UTF-8 or spell a
 // character that XML does not allow.
 std::size_t LengthOfFirst(std::string_view text) {
-  const auto read = broker::FirstCharacter(text);
+  const auto read = cim::FirstCharacter(text);
   return read && IsXmlCharacter(read->value) ? read->bytes : 0;
 }
 

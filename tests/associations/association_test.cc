@@ -16,14 +16,14 @@ using ::testing::StartsWith;
 struct Association {
   const char* class_name;
   // The ends of one association that getInstance finds on the host below, and what it answers.
-  broker::ObjectPath first;
-  broker::ObjectPath second;
+  cim::ObjectPath first;
+  cim::ObjectPath second;
   const char* found;
   // The name of the reference that getInstance needs.
   const char* needed;
   // Sources that are served, and some that are not.
-  std::vector<broker::ObjectPath> served;
-  std::vector<broker::ObjectPath> unserved;
+  std::vector<cim::ObjectPath> served;
+  std::vector<cim::ObjectPath> unserved;
   // How the log lines for unserved sources begin: associators, associatorNames, references,
   // referenceNames.
   std::vector<std::string> texts;
@@ -33,7 +33,7 @@ std::ostream& operator<<(std::ostream& out, const Association& association) {
 }
 
 // A path of a class that has no identifier at all.
-broker::ObjectPath Bare(const char* class_name) {
+cim::ObjectPath Bare(const char* class_name) {
   return {{}, "root/cimv2", std::string("Ostrel_") + class_name, {}};
 }
 
@@ -102,10 +102,10 @@ fake::Host ConnectedHost() {
 class AssociationTest : public ProviderTest, public ::testing::WithParamInterface<Association> {
  protected:
   const char* Class() const { return GetParam().class_name; }
-  broker::ObjectPath Path() const {
+  cim::ObjectPath Path() const {
     return AssociationPath(Class(), GetParam().first, GetParam().second);
   }
-  std::vector<std::string> Texts(const broker::ObjectPath& source, const Filter& filter = {}) {
+  std::vector<std::string> Texts(const cim::ObjectPath& source, const Filter& filter = {}) {
     std::vector<std::string> texts;
     for (const Answer& answer : AssociationRequests(Class(), source, filter)) {
       texts.push_back(answer.Text());
@@ -143,7 +143,7 @@ TEST_P(AssociationTest, GetsTheAssociation) {
 
 TEST_P(AssociationTest, SetsItsTwoReferencesInOrderAndNothingElse) {
   Use(ConnectedHost());
-  const broker::Instance instance = Get(Class(), Path()).Only();
+  const cim::Instance instance = Get(Class(), Path()).Only();
   ASSERT_EQ(instance.path.keys.size(), 2);
   EXPECT_EQ(instance.path.keys[0].first, Path().keys[0].first);
   EXPECT_EQ(instance.path.keys[1].first, Path().keys[1].first);
@@ -153,7 +153,7 @@ TEST_P(AssociationTest, SetsItsTwoReferencesInOrderAndNothingElse) {
 
 TEST_P(AssociationTest, KeepsItsKeysWhateverThePropertyList) {
   Use(ConnectedHost());
-  const broker::ObjectPath found = Get(Class(), Path()).Only().path;
+  const cim::ObjectPath found = Get(Class(), Path()).Only().path;
   for (const PropertyList& list :
        {PropertyList{std::vector<std::string>()}, PropertyList{{"Caption"}},
         PropertyList{{Path().keys[0].first}}}) {
@@ -175,7 +175,7 @@ TEST_P(AssociationTest, FailsOnAReferenceThatIsNone) {
 
 TEST_P(AssociationTest, LogsSourcesOfClassesThatItDoesNotServe) {
   Use(ConnectedHost());
-  for (const broker::ObjectPath& source : GetParam().unserved) {
+  for (const cim::ObjectPath& source : GetParam().unserved) {
     log.Clear();
     EXPECT_THAT(AssociationRequests(Class(), source), Each(::testing::Eq("done, OK")))
         << Brief(source);
@@ -192,19 +192,19 @@ TEST_P(AssociationTest, LogsSourcesOfClassesThatItDoesNotServe) {
 TEST_P(AssociationTest, LooksAtNoFilter) {
   Use(ConnectedHost());
   const Filter nonsense = {"CIM_Dependency", "CIM_Nonsense", "NoRole", "NoOtherRole"};
-  for (const broker::ObjectPath& source : GetParam().served) {
+  for (const cim::ObjectPath& source : GetParam().served) {
     EXPECT_EQ(Texts(source, nonsense), Texts(source)) << Brief(source);
   }
 }
 
 TEST_P(AssociationTest, ServesSubclassesOfItsSources) {
-  for (const broker::ObjectPath& source : GetParam().served) {
+  for (const cim::ObjectPath& source : GetParam().served) {
     Use(ConnectedHost());
     const std::vector<std::string> expected = Texts(source);
     const std::vector<LogLine> expected_log = log.Lines();
     AddSubclass("Ostrel_Special", source.class_name);
     log.Clear();
-    broker::ObjectPath special = source;
+    cim::ObjectPath special = source;
     special.class_name = "Ostrel_Special";
     EXPECT_EQ(Texts(special), expected) << Brief(source);
     EXPECT_EQ(log.Lines(), expected_log) << Brief(source);
@@ -214,7 +214,7 @@ TEST_P(AssociationTest, ServesSubclassesOfItsSources) {
 TEST_P(AssociationTest, ChangesNothing) {
   Use(ConnectedHost());
   const std::string name = std::string("Ostrel_") + Class();
-  const broker::Instance instance = {Path(), {}};
+  const cim::Instance instance = {Path(), {}};
   broker::Recorder recorder;
   EXPECT_EQ(manager().CreateInstance(name, Path(), instance, recorder).code,
             CMPI_RC_ERR_NOT_SUPPORTED);

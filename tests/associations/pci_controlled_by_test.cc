@@ -24,26 +24,25 @@ class PciControlledByTest : public ProviderTest {
                AssociationPath("PCIControlledBy", DevicePath("any"), PortPath(port)));
   }
   // associators, associatorNames, references, referenceNames.
-  std::vector<Answer> From(const broker::ObjectPath& source) {
+  std::vector<Answer> From(const cim::ObjectPath& source) {
     return AssociationRequests("PCIControlledBy", source);
   }
 
   // What a pair of twins returns for a source path: the instances, then the paths.
   using InstanceForm = void (*)(ostInt::CmpiResult&, const ostInt::CmpiObjectPath&, const char**);
   using RefForm = void (*)(ostInt::CmpiResult&, const ostInt::CmpiObjectPath&);
-  std::vector<Answer> Twins(InstanceForm instances, RefForm refs,
-                            const broker::ObjectPath& source) {
+  std::vector<Answer> Twins(InstanceForm instances, RefForm refs, const cim::ObjectPath& source) {
     return {
         Inside(source, [=](auto& result, const auto& path) { instances(result, path, nullptr); }),
         InsideRef(source, [=](auto& result, const auto& path) { refs(result, path); })};
   }
-  std::vector<Answer> ByBridge(const broker::ObjectPath& source) {
+  std::vector<Answer> ByBridge(const cim::ObjectPath& source) {
     return Twins(&GetCBInstancesByBridge, &GetCBInstancesByBridgeRef, source);
   }
-  std::vector<Answer> BySwitch(const broker::ObjectPath& source) {
+  std::vector<Answer> BySwitch(const cim::ObjectPath& source) {
     return Twins(&GetCBInstancesBySwitch, &GetCBInstancesBySwitchRef, source);
   }
-  std::vector<Answer> ByDevice(const broker::ObjectPath& source) {
+  std::vector<Answer> ByDevice(const cim::ObjectPath& source) {
     return Twins(&GetCBInstanceByDevice, &GetCBInstanceByDeviceRef, source);
   }
   std::vector<Answer> ByPort(const std::string& port) {
@@ -78,7 +77,7 @@ TEST_F(PciControlledByTest, ListsEveryPortWithItsOwnDevice) {
 
 TEST_F(PciControlledByTest, NamesTheControllerByItsClassInEveryKey) {
   Use(fake::Host().Add(fake::SwitchUpstream("U")));
-  const broker::ObjectPath path = EnumNames("PCIControlledBy").paths.at(0);
+  const cim::ObjectPath path = EnumNames("PCIControlledBy").paths.at(0);
   EXPECT_EQ(*path.Key("Antecedent")->reference(), SwitchPath("U"));
 }
 
@@ -178,7 +177,7 @@ TEST_F(PciControlledByTest, LeadsFromAPortToItsController) {
 
 TEST_F(PciControlledByTest, GivesTheControllerTheDevicePropertiesAlone) {
   Use(MixedHost());
-  const broker::Instance bridge = Associators("PCIControlledBy", PortPath("b-pri")).Only();
+  const cim::Instance bridge = Associators("PCIControlledBy", PortPath("b-pri")).Only();
   EXPECT_EQ(bridge.path, BridgePath("b"));
   EXPECT_EQ(Properties(bridge), Properties(Get("PCIDevice", DevicePath("b")).Only()));
   EXPECT_THAT(
@@ -211,7 +210,7 @@ TEST_F(PciControlledByTest, LeadsFromOtherDevicesToTheirPort) {
 
 TEST_F(PciControlledByTest, GoesByTheNameWhateverTheClassOfTheSource) {
   Use(MixedHost());
-  const broker::ObjectPath group = With(GroupPath("Ostrel:bus-9"), "DeviceID", "e");
+  const cim::ObjectPath group = With(GroupPath("Ostrel:bus-9"), "DeviceID", "e");
   EXPECT_EQ(Associators("PCIControlledBy", group), "[PCIPort e-ep], done, OK");
   EXPECT_EQ(Associators("PCIControlledBy", DevicePath("e-ep")), "[PCIDevice e], done, OK");
   EXPECT_EQ(AssociatorNames("PCIControlledBy", PortPath("b")),
@@ -330,17 +329,16 @@ TEST_F(PciControlledByTest, AssociatesOtherDevicesWithNothing) {
 
 TEST_F(PciControlledByTest, KeepsTheSourcePathAsItStands) {
   Use(MixedHost());
-  const broker::ObjectPath odd = With(SwitchPath("U"), "SystemName", "elsewhere");
+  const cim::ObjectPath odd = With(SwitchPath("U"), "SystemName", "elsewhere");
   for (const Answer& answer : BySwitch(odd)) {
-    const broker::ObjectPath& path =
-        answer.paths.empty() ? answer.instances[0].path : answer.paths[0];
+    const cim::ObjectPath& path = answer.paths.empty() ? answer.instances[0].path : answer.paths[0];
     EXPECT_EQ(*path.Key("Antecedent")->reference(), odd);
   }
 }
 
 TEST_F(PciControlledByTest, FunctionsBehindTheClassesNeedTheIdentifier) {
   Use(MixedHost());
-  const broker::ObjectPath bare = Without(DevicePath("e"), "DeviceID");
+  const cim::ObjectPath bare = Without(DevicePath("e"), "DeviceID");
   EXPECT_THAT(ByBridge(bare), Each(Eq("NO_SUCH_PROPERTY")));
   EXPECT_THAT(BySwitch(bare), Each(Eq("NO_SUCH_PROPERTY")));
   EXPECT_THAT(ByDevice(bare), Each(Eq("NO_SUCH_PROPERTY")));
@@ -393,7 +391,7 @@ TEST_F(PciControlledByTest, ListsTheControllerOfAPort) {
 TEST_F(PciControlledByTest, ListsControllersWithThePlainDevicesClassInTheKey) {
   Use(MixedHost());
   const std::vector<Answer> answers = Controllers("b-sec");
-  broker::ObjectPath expected = DevicePath("b");
+  cim::ObjectPath expected = DevicePath("b");
   expected.class_name = "Ostrel_PCIBridge";
   EXPECT_EQ(answers[0].Only().path, expected);
   EXPECT_EQ(answers[1].paths.at(0), expected);

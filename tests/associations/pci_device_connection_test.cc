@@ -141,7 +141,7 @@ TEST_F(PciDeviceConnectionTest, ReadsTheAntecedentOnlyOnceTheDependentIsFound) {
 
 TEST_F(PciDeviceConnectionTest, NeedsTheIdentifiersOfItsEnds) {
   Use(MixedHost());
-  const broker::ObjectPath nameless = Without(PortPath("x-ep"), "DeviceID");
+  const cim::ObjectPath nameless = Without(PortPath("x-ep"), "DeviceID");
   EXPECT_EQ(Get("PCIDeviceConnection",
                 AssociationPath("PCIDeviceConnection", nameless, PortPath("D1-ep"))),
             "NO_SUCH_PROPERTY");
@@ -220,7 +220,7 @@ TEST_F(PciDeviceConnectionTest, FindsNothingWhereNothingIsConnectedToTheHost) {
 
 TEST_F(PciDeviceConnectionTest, FailsForAPortWithoutIdentifier) {
   Use(MixedHost());
-  for (const broker::ObjectPath& source :
+  for (const cim::ObjectPath& source :
        {Without(PortPath("e-ep"), "DeviceID"), With(PortPath("e-ep"), "DeviceID", true)}) {
     for (const Answer& answer : AssociationRequests("PCIDeviceConnection", source)) {
       EXPECT_NE(answer.status.code, CMPI_RC_OK);

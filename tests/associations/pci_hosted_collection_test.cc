@@ -11,11 +11,11 @@ using ::testing::IsEmpty;
 
 class PciHostedCollectionTest : public ProviderTest {
  protected:
-  Answer GetHosted(const broker::ObjectPath& dependent) {
+  Answer GetHosted(const cim::ObjectPath& dependent) {
     return Get("PCIHostedCollection",
                AssociationPath("PCIHostedCollection", SystemPath(), dependent));
   }
-  std::vector<Answer> From(const broker::ObjectPath& source) {
+  std::vector<Answer> From(const cim::ObjectPath& source) {
     return AssociationRequests("PCIHostedCollection", source);
   }
 };
@@ -67,7 +67,7 @@ TEST_F(PciHostedCollectionTest, NeverReadsTheAntecedent) {
   Use(ThreeBuses());
   const auto path =
       AssociationPath("PCIHostedCollection", SystemPath("other"), GroupPath("Ostrel:bus-3"));
-  for (const broker::ObjectPath& request :
+  for (const cim::ObjectPath& request :
        {path, Without(path, "Antecedent"), With(path, "Antecedent", "text")}) {
     EXPECT_EQ(Get("PCIHostedCollection", request),
               "[PCIHostedCollection(System fake-host, PCIPortGroup bus-3)], done, OK");
@@ -88,7 +88,7 @@ TEST_F(PciHostedCollectionTest, LeadsFromAGroupToTheSystem) {
 
 TEST_F(PciHostedCollectionTest, LeadsToTheSystemFromGroupsThatDoNotExist) {
   Use(ThreeBuses());
-  for (const broker::ObjectPath& group :
+  for (const cim::ObjectPath& group :
        {GroupPath("Ostrel:bus-4"), GroupPath("Ostrel:bus3"), GroupPath("")}) {
     EXPECT_THAT(From(group),
                 ElementsAre("[System fake-host], done, OK", "System fake-host, done, OK",

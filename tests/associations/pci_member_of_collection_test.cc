@@ -17,15 +17,15 @@ using ::testing::SizeIs;
 
 class PciMemberOfCollectionTest : public ProviderTest {
  protected:
-  Answer GetMember(const broker::ObjectPath& collection, const broker::ObjectPath& member) {
+  Answer GetMember(const cim::ObjectPath& collection, const cim::ObjectPath& member) {
     return Get("PCIMemberOfCollection",
                AssociationPath("PCIMemberOfCollection", collection, member));
   }
   // associators, associatorNames, references, referenceNames.
-  std::vector<Answer> From(const broker::ObjectPath& source) {
+  std::vector<Answer> From(const cim::ObjectPath& source) {
     return AssociationRequests("PCIMemberOfCollection", source);
   }
-  Answer Run(const broker::ObjectPath& source,
+  Answer Run(const cim::ObjectPath& source,
              ostInt::CmpiStatus (*worker)(ostInt::CmpiResult&, const ostInt::CmpiObjectPath&,
                                           const char**)) {
     return Inside(source, [=](auto& result, const auto& path) {
@@ -33,7 +33,7 @@ class PciMemberOfCollectionTest : public ProviderTest {
       return worker(result, path, properties);
     });
   }
-  Answer Run(const broker::ObjectPath& source,
+  Answer Run(const cim::ObjectPath& source,
              ostInt::CmpiStatus (*worker)(ostInt::CmpiResult&, const ostInt::CmpiObjectPath&)) {
     return InsideRef(source, *worker);
   }

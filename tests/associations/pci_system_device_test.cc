@@ -9,7 +9,7 @@ using ::testing::IsEmpty;
 
 class PciSystemDeviceTest : public ProviderTest {
  protected:
-  Answer GetPart(const broker::ObjectPath& part) {
+  Answer GetPart(const cim::ObjectPath& part) {
     return Get("PCISystemDevice", AssociationPath("PCISystemDevice", SystemPath(), part));
   }
 };
@@ -46,7 +46,7 @@ TEST_F(PciSystemDeviceTest, ListsEveryPortEntryOfADuplicateBridge) {
 
 TEST_F(PciSystemDeviceTest, NamesTheSystemInLowerCase) {
   Use(fake::Host().SystemName("HOST").Add(fake::Endpoint("e")));
-  const broker::ObjectPath path = EnumNames("PCISystemDevice").paths.at(0);
+  const cim::ObjectPath path = EnumNames("PCISystemDevice").paths.at(0);
   EXPECT_EQ(*path.Key("GroupComponent")->reference(), SystemPath("host"));
 }
 
@@ -76,7 +76,7 @@ TEST_F(PciSystemDeviceTest, DoesNotFindOtherParts) {
 
 TEST_F(PciSystemDeviceTest, ComparesPartsByMeaning) {
   Use(MixedHost());
-  broker::ObjectPath part = DevicePath("e");
+  cim::ObjectPath part = DevicePath("e");
   part.class_name = "ostrel_pcidevice";
   std::swap(part.keys[0], part.keys[3]);
   EXPECT_EQ(GetPart(part), "[PCISystemDevice(System fake-host, PCIDevice e)], done, OK");
@@ -85,7 +85,7 @@ TEST_F(PciSystemDeviceTest, ComparesPartsByMeaning) {
 
 TEST_F(PciSystemDeviceTest, DoesNotFindAnotherSystem) {
   Use(MixedHost());
-  for (const broker::ObjectPath& group :
+  for (const cim::ObjectPath& group :
        {SystemPath("other"), SystemPath("FAKE-HOST"),
         With(SystemPath(), "CreationClassName", "CIM_ComputerSystem"), DevicePath("e")}) {
     EXPECT_EQ(Get("PCISystemDevice", AssociationPath("PCISystemDevice", group, DevicePath("e"))),
@@ -160,8 +160,8 @@ TEST_F(PciSystemDeviceTest, OtherExceptionsEndTheNamesToo) {
 
 TEST_F(PciSystemDeviceTest, LeadsFromAnyPortOrDeviceToTheSystem) {
   Use(MixedHost());
-  for (const broker::ObjectPath& source : {PortPath("e-ep"), DevicePath("e"), PortPath("nobody"),
-                                           DevicePath(""), Without(DevicePath("e"), "DeviceID")}) {
+  for (const cim::ObjectPath& source : {PortPath("e-ep"), DevicePath("e"), PortPath("nobody"),
+                                        DevicePath(""), Without(DevicePath("e"), "DeviceID")}) {
     EXPECT_EQ(Associators("PCISystemDevice", source), "[System fake-host], done, OK");
     EXPECT_EQ(AssociatorNames("PCISystemDevice", source), "System fake-host, done, OK");
   }

@@ -28,13 +28,14 @@ inline std::unique_ptr<ObjectManager> ManagerWith(const std::vector<std::string>
   return manager;
 }
 
-inline ObjectPath PathWith(const std::string& class_name, const std::string& key, Value value) {
+inline cim::ObjectPath PathWith(const std::string& class_name, const std::string& key,
+                                cim::Value value) {
   return {std::nullopt, "root/cimv2", class_name, {{key, std::move(value)}}};
 }
 
 // Enumerates the instances of the class by itself and answers what happened.
 struct Outcome {
-  Status status;
+  cim::Status status;
   Recorder found;
   std::vector<ProviderError> errors;
 };
@@ -55,8 +56,8 @@ inline Outcome RunChecks(ObjectManager& manager, const std::string& class_name) 
     ADD_FAILURE() << "no report: " << ToString(outcome.status);
     return outcome;
   }
-  const Instance& report = outcome.found.instances[0];
-  EXPECT_EQ(*report.Find("Failures"), Value(""));
+  const cim::Instance& report = outcome.found.instances[0];
+  EXPECT_EQ(*report.Find("Failures"), cim::Value(""));
   EXPECT_GT(*report.Find("Checks")->as_unsigned(), 0U);
   return outcome;
 }

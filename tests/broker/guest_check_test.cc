@@ -27,7 +27,7 @@ TEST_P(GuestCheck, ReportsTheMisuse) {
   const Misuse& misuse = GetParam();
   const auto manager = ManagerWith({misuse.class_name});
   const Outcome outcome = Enumerate(*manager, misuse.class_name);
-  EXPECT_EQ(StatusName(outcome.status.code), StatusName(misuse.code));
+  EXPECT_EQ(cim::StatusName(outcome.status.code), cim::StatusName(misuse.code));
   EXPECT_THAT(outcome.found.instances, IsEmpty());
   ASSERT_FALSE(outcome.errors.empty());
   const ProviderError& error = outcome.errors.back();
@@ -212,7 +212,7 @@ TEST(GuestCheck, HandsAReturnedErrorToTheSink) {
   const auto manager = ManagerWith({"Guest_AfterError"});
   const Outcome outcome = Enumerate(*manager, "Guest_AfterError");
   ASSERT_EQ(outcome.found.errors.size(), 1U);
-  EXPECT_EQ(outcome.found.errors[0], (Status{CMPI_RC_ERR_FAILED, "it went wrong"}));
+  EXPECT_EQ(outcome.found.errors[0], (cim::Status{CMPI_RC_ERR_FAILED, "it went wrong"}));
 }
 
 TEST(GuestCheck, MayBeLeftOut) {

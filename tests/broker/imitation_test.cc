@@ -134,7 +134,7 @@ class ImitationTest : public ::testing::Test {
   }
 
   // Gets a device, of which the provider returns so many; notes what each return was answered.
-  Status Get(const Imitation& imitation, int instances, Recorder& found) {
+  cim::Status Get(const Imitation& imitation, int instances, Recorder& found) {
     ObjectManager manager(OptionsFor(imitation));
     WithProviders(manager);
     answers_.clear();
@@ -186,11 +186,11 @@ TEST_F(ImitationTest, KeysAreCopiedOrNull) {
   };
   for (const Imitation* copying : {&Itself(), &Cmpi10(), &Sfcb()}) {
     const Recorder found = Enumerate(*copying, return_device);
-    EXPECT_EQ(*found.instances.at(0).Find("DeviceID"), Value("d"));
+    EXPECT_EQ(*found.instances.at(0).Find("DeviceID"), cim::Value("d"));
   }
   const Recorder found = Enumerate(OpenPegasus(), return_device);
-  EXPECT_EQ(*found.instances.at(0).path.Key("DeviceID"), Value("d"));
-  EXPECT_EQ(*found.instances.at(0).Find("DeviceID"), Value::Null(CMPI_string));
+  EXPECT_EQ(*found.instances.at(0).path.Key("DeviceID"), cim::Value("d"));
+  EXPECT_EQ(*found.instances.at(0).Find("DeviceID"), cim::Value::Null(CMPI_string));
 }
 
 TEST_F(ImitationTest, ServersPutTheDefaultsOfTheClassIn) {
@@ -201,15 +201,18 @@ TEST_F(ImitationTest, ServersPutTheDefaultsOfTheClassIn) {
     call.result->ft->returnInstance(call.result, device);
     return call.result->ft->returnDone(call.result);
   };
-  const auto number = [](int value) { return Value(static_cast<std::uint16_t>(value)); };
-  EXPECT_THAT(Enumerate(Itself(), return_device).instances.at(0).properties,
-              ElementsAre(Property{"DeviceID", Value("d")}, Property{"VendorID", number(7)},
-                          Property{"EnabledState", number(0)}));
-  EXPECT_THAT(Enumerate(Sfcb(), return_device).instances.at(0).properties,
-              ElementsAre(Property{"DeviceID", Value("d")}, Property{"RequestedState", number(12)},
-                          Property{"EnabledDefault", number(2)},
-                          Property{"TransitioningToState", number(12)},
-                          Property{"VendorID", number(7)}, Property{"EnabledState", number(0)}));
+  const auto number = [](int value) { return cim::Value(static_cast<std::uint16_t>(value)); };
+  EXPECT_THAT(
+      Enumerate(Itself(), return_device).instances.at(0).properties,
+      ElementsAre(cim::Property{"DeviceID", cim::Value("d")}, cim::Property{"VendorID", number(7)},
+                  cim::Property{"EnabledState", number(0)}));
+  EXPECT_THAT(
+      Enumerate(Sfcb(), return_device).instances.at(0).properties,
+      ElementsAre(cim::Property{"DeviceID", cim::Value("d")},
+                  cim::Property{"RequestedState", number(12)},
+                  cim::Property{"EnabledDefault", number(2)},
+                  cim::Property{"TransitioningToState", number(12)},
+                  cim::Property{"VendorID", number(7)}, cim::Property{"EnabledState", number(0)}));
   EXPECT_EQ(*Enumerate(OpenPegasus(), return_device).instances.at(0).Find("EnabledDefault"),
             number(2));
 }
@@ -267,7 +270,7 @@ TEST_F(ImitationTest, GetInstanceTakesAllOrTheFirstOrOne) {
   EXPECT_TRUE(Get(Sfcb(), 2, first).ok());
   EXPECT_THAT(answers_, ElementsAre("OK", "OK"));
   ASSERT_THAT(first.instances, SizeIs(1));
-  EXPECT_EQ(*first.instances[0].Find("DeviceID"), Value("first"));
+  EXPECT_EQ(*first.instances[0].Find("DeviceID"), cim::Value("first"));
 
   Recorder only;
   Get(OpenPegasus(), 2, only);
@@ -277,10 +280,10 @@ TEST_F(ImitationTest, GetInstanceTakesAllOrTheFirstOrOne) {
 
 TEST_F(ImitationTest, GetInstanceWithoutInstanceIsOkNotFoundOrFailed) {
   Recorder found;
-  EXPECT_EQ(Get(Itself(), 0, found), Status{});
-  EXPECT_EQ(Get(Sfcb(), 0, found), (Status{CMPI_RC_ERR_NOT_FOUND, {}}));
+  EXPECT_EQ(Get(Itself(), 0, found), cim::Status{});
+  EXPECT_EQ(Get(Sfcb(), 0, found), (cim::Status{CMPI_RC_ERR_NOT_FOUND, {}}));
   EXPECT_EQ(Get(OpenPegasus(), 0, found),
-            (Status{CMPI_RC_ERR_FAILED, "Too few objects delivered."}));
+            (cim::Status{CMPI_RC_ERR_FAILED, "Too few objects delivered."}));
   EXPECT_THAT(found.instances, IsEmpty());
 }
 

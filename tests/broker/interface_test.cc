@@ -20,9 +20,9 @@ TEST_P(Interface, HoldsItsPromises) {
   ObjectManager manager(options);
   const Outcome outcome = RunChecks(manager, "Guest_Interface");
   ASSERT_EQ(outcome.found.instances.size(), 1U);
-  const Instance& report = outcome.found.instances[0];
+  const cim::Instance& report = outcome.found.instances[0];
   EXPECT_GT(*report.Find("Checks")->as_unsigned(), 100U);
-  EXPECT_EQ(*report.Find("Version"), Value(std::int32_t{GetParam() ? 100 : 200}));
+  EXPECT_EQ(*report.Find("Version"), cim::Value(std::int32_t{GetParam() ? 100 : 200}));
   for (const ProviderError& error : outcome.errors) ADD_FAILURE() << ToString(error);
   ASSERT_EQ(log.size(), 2U);
   EXPECT_EQ(log[0].text, "logged");

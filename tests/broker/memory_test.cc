@@ -225,11 +225,11 @@ class MemoryTest : public testing::Test {
   MemoryTest() { manager_.Register(kClass, Library()); }
 
   // Runs `work` as the provider's operation.
-  Status InProvider(const std::function<void(const Objects&)>& work) {
+  cim::Status InProvider(const std::function<void(const Objects&)>& work) {
     operation = [&](const Surroundings& with) { work(Objects(with)); };
     return Enumerate();
   }
-  Status Enumerate() {
+  cim::Status Enumerate() {
     return manager_.EnumerateInstances(kClass, manager_.ClassPath(kClass), std::nullopt, found_);
   }
 
@@ -246,7 +246,7 @@ void FillUp(const Objects& o) {
 TEST_F(MemoryTest, EveryFunctionThatMakesSomethingAnswersAFailure) {
   for (const Function& function : kFunctions) {
     std::size_t failed = 0;
-    const Status status = InProvider([&](const Objects& o) {
+    const cim::Status status = InProvider([&](const Objects& o) {
       ASSERT_EQ(function.call(o), CMPI_RC_OK) << function.name;
       AllocationReport report;
       CMPIrc code = CMPI_RC_OK;
@@ -319,7 +319,7 @@ TEST_F(MemoryTest, ARequestThatFailsLeavesTheNextOneAsItWas) {
   for (std::size_t n = 1;; ++n) {
     ObjectManager manager({});
     manager.Register(kClass, Library());
-    const ObjectPath path = manager.ClassPath(kClass);
+    const cim::ObjectPath path = manager.ClassPath(kClass);
     AllocationReport report;
     bool thrown = false;
     Recorder found;
@@ -334,7 +334,7 @@ TEST_F(MemoryTest, ARequestThatFailsLeavesTheNextOneAsItWas) {
     if (report.failed() == 0) break;
     failures += thrown ? 1 : 0;
     Recorder again;
-    EXPECT_EQ(manager.EnumerateInstances(kClass, path, std::nullopt, again), Status{})
+    EXPECT_EQ(manager.EnumerateInstances(kClass, path, std::nullopt, again), cim::Status{})
         << "after allocation " << n << " failed";
     EXPECT_EQ(again.instances.size(), 1U);
   }

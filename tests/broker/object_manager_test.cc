@@ -6,7 +6,7 @@
 #include <functional>
 #include <stdexcept>
 
-#include "broker/wbem_uri.h"
+#include "cim/wbem_uri.h"
 #include "guest.h"
 
 namespace broker {
@@ -21,14 +21,14 @@ using Event = Recorder::Event;
 TEST(ObjectManager, StreamsWhatAProviderReturns) {
   const auto manager = ManagerWith({"Guest_Plain"});
   const Outcome outcome = Enumerate(*manager, "guest_PLAIN");
-  EXPECT_EQ(outcome.status, Status{});
+  EXPECT_EQ(outcome.status, cim::Status{});
   EXPECT_THAT(outcome.found.events,
               ElementsAre(Event::kInstance, Event::kInstance, Event::kInstance, Event::kDone));
-  const Instance& second = outcome.found.instances[1];
-  EXPECT_EQ(ToWbemUri(second.path), "root/cimv2:Guest_Plain.Name=\"two\"");
-  EXPECT_THAT(second.properties, ElementsAre(Property{"Name", Value("two")},
-                                             Property{"Number", Value(std::uint32_t{2})},
-                                             Property{"Text", Value("a \"text\"")}));
+  const cim::Instance& second = outcome.found.instances[1];
+  EXPECT_EQ(cim::ToWbemUri(second.path), "root/cimv2:Guest_Plain.Name=\"two\"");
+  EXPECT_THAT(second.properties, ElementsAre(cim::Property{"Name", cim::Value("two")},
+                                             cim::Property{"Number", cim::Value(std::uint32_t{2})},
+                                             cim::Property{"Text", cim::Value("a \"text\"")}));
   EXPECT_THAT(outcome.errors, IsEmpty());
 }
 
@@ -48,15 +48,15 @@ TEST(ObjectManager, HandsThePropertyListOn) {
   manager->EnumerateInstances("Guest_Plain", manager->ClassPath("Guest_Plain"),
                               PropertyList{{"NUMBER"}}, found);
   EXPECT_THAT(found.instances[0].properties,
-              ElementsAre(Property{"Name", Value("one")},  // a key stays
-                          Property{"Number", Value(std::uint32_t{1})}));
+              ElementsAre(cim::Property{"Name", cim::Value("one")},  // a key stays
+                          cim::Property{"Number", cim::Value(std::uint32_t{1})}));
 }
 
 TEST(ObjectManager, AddsNothingToAnEmptyAnswer) {
   const auto manager = ManagerWith({"Guest_Plain"});
   Recorder found;
   EXPECT_TRUE(manager
-                  ->GetInstance("Guest_Plain", PathWith("Guest_Plain", "Name", Value("four")),
+                  ->GetInstance("Guest_Plain", PathWith("Guest_Plain", "Name", cim::Value("four")),
                                 std::nullopt, found)
                   .ok());
   EXPECT_THAT(found.events, IsEmpty());
@@ -67,7 +67,7 @@ TEST(ObjectManager, HandsTheProvidersStatusBackWithItsText) {
   Recorder found;
   EXPECT_EQ(
       manager->GetInstance("Guest_Plain", manager->ClassPath("Guest_Plain"), std::nullopt, found),
-      (Status{CMPI_RC_ERR_NO_SUCH_PROPERTY, "no key"}));
+      (cim::Status{CMPI_RC_ERR_NO_SUCH_PROPERTY, "no key"}));
 }
 
 TEST(ObjectManager, AnswersForClassesWithoutProvider) {
@@ -79,59 +79,61 @@ TEST(ObjectManager, AnswersForClassesWithoutProvider) {
 
 TEST(ObjectManager, HandsOutProviderRecordsWithAStatusOrWithout) {
   const auto manager = ManagerWith({"Guest_Plain"});
-  Status status;
+  cim::Status status;
   CMPIInstanceMI* record = manager->InstanceProvider("Guest_Plain", &status);
   ASSERT_NE(record, nullptr);
   EXPECT_EQ(manager->InstanceProvider("Guest_Plain", nullptr), record);
   EXPECT_EQ(manager->InstanceProvider("Ostrel_PCIDevice", nullptr), nullptr);
   EXPECT_EQ(manager->AssociationProvider("Guest_Plain", nullptr), nullptr);
   EXPECT_EQ(manager->AssociationProvider("Ostrel_PCIDevice", &status), nullptr);
-  EXPECT_EQ(status, (Status{CMPI_RC_ERR_INVALID_CLASS, "Ostrel_PCIDevice"}));
+  EXPECT_EQ(status, (cim::Status{CMPI_RC_ERR_INVALID_CLASS, "Ostrel_PCIDevice"}));
   EXPECT_EQ(manager->AssociationProvider("Guest_Plain", &status), nullptr);
   EXPECT_EQ(status.code, CMPI_RC_ERR_NOT_SUPPORTED);
 }
 
 TEST(ObjectManager, CarriesInstancesAndQueriesIn) {
   const auto manager = ManagerWith({"Guest_Plain"});
-  const ObjectPath path = manager->ClassPath("Guest_Plain");
-  const Instance instance{path, {{"Name", Value("new")}, {"Text", Value("changed")}}};
+  const cim::ObjectPath path = manager->ClassPath("Guest_Plain");
+  const cim::Instance instance{path,
+                               {{"Name", cim::Value("new")}, {"Text", cim::Value("changed")}}};
   Recorder made;
   EXPECT_TRUE(manager->CreateInstance("Guest_Plain", path, instance, made).ok());
-  EXPECT_EQ(made.paths[0], PathWith("Guest_Plain", "Name", Value("new")));
+  EXPECT_EQ(made.paths[0], PathWith("Guest_Plain", "Name", cim::Value("new")));
   EXPECT_EQ(manager->ModifyInstance("Guest_Plain", path, instance, std::nullopt, made),
-            (Status{CMPI_RC_ERR_ACCESS_DENIED, "changed"}));
+            (cim::Status{CMPI_RC_ERR_ACCESS_DENIED, "changed"}));
   EXPECT_TRUE(manager->DeleteInstance("Guest_Plain", path, made).ok());
   EXPECT_EQ(manager->ExecQuery("Guest_Plain", path, "select *", "WQL", made),
-            (Status{CMPI_RC_ERR_INVALID_QUERY, "WQL: select *"}));
+            (cim::Status{CMPI_RC_ERR_INVALID_QUERY, "WQL: select *"}));
 }
 
 TEST(ObjectManager, CarriesValuesOfEveryTypeInAndOut) {
-  const ObjectPath reference = PathWith("Guest_Plain", "Name", Value("one"));
-  const Instance embedded{{std::nullopt, "root/cimv2", "Guest_Inner", {}},
-                          {{"Inner", Value(std::uint8_t{3})}}};
-  const Instance instance{{"host", "root/cimv2", "Guest_Store", {}},
-                          {{"Boolean", Value(true)},
-                           {"Char16", Value(u'\u20ac')},
-                           {"Real32", Value(0.25F)},
-                           {"Real64", Value(-1e300)},
-                           {"Uint8", Value(std::uint8_t{255})},
-                           {"Uint16", Value(std::uint16_t{65535})},
-                           {"Uint32", Value(std::uint32_t{4294967295U})},
-                           {"Uint64", Value(std::uint64_t{18446744073709551615U})},
-                           {"Sint8", Value(std::int8_t{-128})},
-                           {"Sint16", Value(std::int16_t{-32768})},
-                           {"Sint32", Value(std::int32_t{-2147483647})},
-                           {"Sint64", Value(std::int64_t{-9223372036854775807})},
-                           {"String", Value("text")},
-                           {"DateTime", Value(DateTime{"20261121120000.250000+060"})},
-                           {"Reference", Value(reference)},
-                           {"Embedded", Value(embedded)},
-                           {"Null", Value::Null(CMPI_sint16)},
-                           {"Numbers", Value::ArrayOf(CMPI_uint16, {Value(std::uint16_t{1}),
-                                                                    Value::Null(CMPI_uint16)})},
-                           {"Texts", Value::ArrayOf(CMPI_string, {Value("a"), Value("")})},
-                           {"References", Value::ArrayOf(CMPI_ref, {Value(reference)})},
-                           {"Empty", Value::ArrayOf(CMPI_dateTime, {})}}};
+  const cim::ObjectPath reference = PathWith("Guest_Plain", "Name", cim::Value("one"));
+  const cim::Instance embedded{{std::nullopt, "root/cimv2", "Guest_Inner", {}},
+                               {{"Inner", cim::Value(std::uint8_t{3})}}};
+  const cim::Instance instance{
+      {"host", "root/cimv2", "Guest_Store", {}},
+      {{"Boolean", cim::Value(true)},
+       {"Char16", cim::Value(u'\u20ac')},
+       {"Real32", cim::Value(0.25F)},
+       {"Real64", cim::Value(-1e300)},
+       {"Uint8", cim::Value(std::uint8_t{255})},
+       {"Uint16", cim::Value(std::uint16_t{65535})},
+       {"Uint32", cim::Value(std::uint32_t{4294967295U})},
+       {"Uint64", cim::Value(std::uint64_t{18446744073709551615U})},
+       {"Sint8", cim::Value(std::int8_t{-128})},
+       {"Sint16", cim::Value(std::int16_t{-32768})},
+       {"Sint32", cim::Value(std::int32_t{-2147483647})},
+       {"Sint64", cim::Value(std::int64_t{-9223372036854775807})},
+       {"String", cim::Value("text")},
+       {"DateTime", cim::Value(cim::DateTime{"20261121120000.250000+060"})},
+       {"Reference", cim::Value(reference)},
+       {"Embedded", cim::Value(embedded)},
+       {"Null", cim::Value::Null(CMPI_sint16)},
+       {"Numbers", cim::Value::ArrayOf(
+                       CMPI_uint16, {cim::Value(std::uint16_t{1}), cim::Value::Null(CMPI_uint16)})},
+       {"Texts", cim::Value::ArrayOf(CMPI_string, {cim::Value("a"), cim::Value("")})},
+       {"References", cim::Value::ArrayOf(CMPI_ref, {cim::Value(reference)})},
+       {"Empty", cim::Value::ArrayOf(CMPI_dateTime, {})}}};
   const auto manager = ManagerWith({"Guest_Store"});
   Recorder unused;
   EXPECT_TRUE(manager->CreateInstance("Guest_Store", instance.path, instance, unused).ok());
@@ -147,17 +149,17 @@ TEST(ObjectManager, CarriesValuesOfEveryTypeInAndOut) {
 
 TEST(ObjectManager, CarriesAssociationFiltersIn) {
   const auto manager = ManagerWith({"Guest_Link", "Guest_Plain"});
-  const ObjectPath source = PathWith("Guest_Plain", "Name", Value("one"));
+  const cim::ObjectPath source = PathWith("Guest_Plain", "Name", cim::Value("one"));
   const AssociationFilter filter{"A", "R", std::nullopt, "RR"};
   Recorder found;
   EXPECT_TRUE(manager->Associators("Guest_Link", source, filter, std::nullopt, found).ok());
-  EXPECT_EQ(*found.instances[0].Find("Filters"), Value("AR-RR"));
-  EXPECT_EQ(*found.instances[0].Find("From"), Value(source));
+  EXPECT_EQ(*found.instances[0].Find("Filters"), cim::Value("AR-RR"));
+  EXPECT_EQ(*found.instances[0].Find("From"), cim::Value(source));
   EXPECT_TRUE(manager->References("Guest_Link", source, filter, std::nullopt, found).ok());
-  EXPECT_EQ(*found.instances[1].Find("Filters"), Value("-R--"));
+  EXPECT_EQ(*found.instances[1].Find("Filters"), cim::Value("-R--"));
   EXPECT_TRUE(manager->AssociatorNames("Guest_Link", source, filter, found).ok());
   EXPECT_TRUE(manager->ReferenceNames("Guest_Link", source, filter, found).ok());
-  EXPECT_EQ(*found.paths[1].Key("From"), Value(source));
+  EXPECT_EQ(*found.paths[1].Key("From"), cim::Value(source));
   EXPECT_THAT(manager->AssociationProvidersFor(std::nullopt), ElementsAre("Guest_Link"));
   EXPECT_THAT(manager->AssociationProvidersFor("guest_link"), ElementsAre("Guest_Link"));
 }
@@ -165,17 +167,17 @@ TEST(ObjectManager, CarriesAssociationFiltersIn) {
 TEST(ObjectManager, GivesProvidersAContextAndAPath) {
   const auto manager = ManagerWith({"Guest_Echo"}, {.principal = "someone"});
   Recorder found;
-  ObjectPath path = PathWith("Guest_Echo", "K", Value(std::uint8_t{1}));
+  cim::ObjectPath path = PathWith("Guest_Echo", "K", cim::Value(std::uint8_t{1}));
   path.name_space.clear();
   EXPECT_TRUE(
       manager->EnumerateInstances("Guest_Echo", path, PropertyList{{"A", "B"}}, found).ok());
-  const Instance& echo = found.instances[0];
-  EXPECT_EQ(*echo.Find("CMPIPrincipal"), Value("someone"));
-  EXPECT_EQ(*echo.Find("CMPIInvocationFlags"), Value(std::uint32_t{0}));
-  EXPECT_EQ(*echo.Find("Path"), Value("root/cimv2:Guest_Echo.K=1"));
-  EXPECT_EQ(*echo.Find("Listed"), Value("A B "));
+  const cim::Instance& echo = found.instances[0];
+  EXPECT_EQ(*echo.Find("CMPIPrincipal"), cim::Value("someone"));
+  EXPECT_EQ(*echo.Find("CMPIInvocationFlags"), cim::Value(std::uint32_t{0}));
+  EXPECT_EQ(*echo.Find("Path"), cim::Value("root/cimv2:Guest_Echo.K=1"));
+  EXPECT_EQ(*echo.Find("Listed"), cim::Value("A B "));
   manager->EnumerateInstances("Guest_Echo", path, std::nullopt, found);
-  EXPECT_EQ(*found.instances[1].Find("Listed"), Value("all"));
+  EXPECT_EQ(*found.instances[1].Find("Listed"), cim::Value("all"));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -186,10 +188,10 @@ TEST(SystemClass, ServesOneInstanceWithTheNameInLowerCase) {
   const Outcome outcome = Enumerate(manager, "OMC_UnitaryComputerSystem");
   ASSERT_EQ(outcome.found.instances.size(), 1U);
   EXPECT_EQ(outcome.found.instances[0].path, manager.SystemPath());
-  EXPECT_EQ(*manager.SystemPath().Key("Name"), Value("host.example"));
+  EXPECT_EQ(*manager.SystemPath().Key("Name"), cim::Value("host.example"));
   EXPECT_EQ(*outcome.found.instances[0].Find("CreationClassName"),
-            Value("OMC_UnitaryComputerSystem"));
-  EXPECT_EQ(*outcome.found.instances[0].Find("ElementName"), Value("host.example"));
+            cim::Value("OMC_UnitaryComputerSystem"));
+  EXPECT_EQ(*outcome.found.instances[0].Find("ElementName"), cim::Value("host.example"));
   Recorder found;
   EXPECT_TRUE(
       manager.GetInstance("omc_unitarycomputersystem", manager.SystemPath(), std::nullopt, found)
@@ -197,7 +199,7 @@ TEST(SystemClass, ServesOneInstanceWithTheNameInLowerCase) {
   EXPECT_EQ(found.instances.size(), 1U);
   EXPECT_EQ(manager
                 .GetInstance("OMC_UnitaryComputerSystem",
-                             PathWith("OMC_UnitaryComputerSystem", "Name", Value("other")),
+                             PathWith("OMC_UnitaryComputerSystem", "Name", cim::Value("other")),
                              std::nullopt, found)
                 .code,
             CMPI_RC_ERR_NOT_FOUND);
@@ -220,7 +222,7 @@ TEST(SystemClass, MayBeEmptyOrRefused) {
   ObjectManager empty({.system_class = SystemClassMode::kEmpty});
   EXPECT_THAT(Enumerate(empty, "OMC_UnitaryComputerSystem").found.events,
               ElementsAre(Event::kDone));
-  const Status refusal{CMPI_RC_ERR_ACCESS_DENIED, "no"};
+  const cim::Status refusal{CMPI_RC_ERR_ACCESS_DENIED, "no"};
   ObjectManager refused(
       {.system_class = SystemClassMode::kRefused, .system_class_refusal = refusal});
   EXPECT_EQ(Enumerate(refused, "OMC_UnitaryComputerSystem").status, refusal);
@@ -228,8 +230,9 @@ TEST(SystemClass, MayBeEmptyOrRefused) {
 
 Outcome Ask(ObjectManager& manager, const std::string& class_name) {
   Outcome outcome;
-  outcome.status = manager.EnumerateInstances(
-      "Guest_Ask", PathWith("Guest_Ask", "Ask", Value(class_name)), std::nullopt, outcome.found);
+  outcome.status =
+      manager.EnumerateInstances("Guest_Ask", PathWith("Guest_Ask", "Ask", cim::Value(class_name)),
+                                 std::nullopt, outcome.found);
   outcome.errors = manager.ProviderErrors();
   return outcome;
 }
@@ -243,7 +246,7 @@ TEST(UpCalls, ReachOtherProvidersAndTheSystemClass) {
   Recorder names;
   EXPECT_TRUE(manager
                   ->EnumerateInstanceNames(
-                      "Guest_Ask", PathWith("Guest_Ask", "Ask", Value("Guest_Plain")), names)
+                      "Guest_Ask", PathWith("Guest_Ask", "Ask", cim::Value("Guest_Plain")), names)
                   .ok());
   EXPECT_EQ(names.paths.size(), 3U);
   EXPECT_THAT(manager->ProviderErrors(), IsEmpty());
@@ -252,18 +255,18 @@ TEST(UpCalls, ReachOtherProvidersAndTheSystemClass) {
 TEST(UpCalls, CarryTheStatusOfWhomTheyAsk) {
   const auto manager = ManagerWith({"Guest_Ask"}, {.system_class = SystemClassMode::kRefused});
   const Outcome outcome = Ask(*manager, "OMC_UnitaryComputerSystem");
-  EXPECT_EQ(outcome.status, (Status{CMPI_RC_ERR_FAILED, "system class refused"}));
+  EXPECT_EQ(outcome.status, (cim::Status{CMPI_RC_ERR_FAILED, "system class refused"}));
   EXPECT_THAT(outcome.found.events, IsEmpty());
 }
 
 TEST(UpCalls, FindOneInstance) {
   const auto manager = ManagerWith({"Guest_Ask", "Guest_Plain"});
-  ObjectPath path = PathWith("Guest_Ask", "Ask", Value("Guest_Plain"));
-  path.keys.emplace_back("Name", Value("two"));
+  cim::ObjectPath path = PathWith("Guest_Ask", "Ask", cim::Value("Guest_Plain"));
+  path.keys.emplace_back("Name", cim::Value("two"));
   Recorder found;
   EXPECT_TRUE(manager->GetInstance("Guest_Ask", path, std::nullopt, found).ok());
   EXPECT_EQ(found.instances.size(), 1U);
-  path.keys[1].second = Value("four");
+  path.keys[1].second = cim::Value("four");
   EXPECT_EQ(manager->GetInstance("Guest_Ask", path, std::nullopt, found).code,
             CMPI_RC_ERR_NOT_FOUND);
 }
@@ -274,7 +277,7 @@ TEST(UpCalls, MayComeBackToTheClassThatAsks) {
   EXPECT_TRUE(
       manager
           ->EnumerateInstances("Guest_Recursive",
-                               PathWith("Guest_Recursive", "Depth", Value(std::uint32_t{20})),
+                               PathWith("Guest_Recursive", "Depth", cim::Value(std::uint32_t{20})),
                                std::nullopt, found)
           .ok());
   EXPECT_EQ(found.instances.size(), 21U);
@@ -315,7 +318,7 @@ TEST(Factories, ThatThrowAreTriedAgain) {
 TEST(Factories, ThatAnswerNullGiveTheirStatus) {
   const auto manager = ManagerWith({"Guest_NullFactory"});
   EXPECT_EQ(Enumerate(*manager, "Guest_NullFactory").status,
-            (Status{CMPI_RC_ERR_ACCESS_DENIED, "not today"}));
+            (cim::Status{CMPI_RC_ERR_ACCESS_DENIED, "not today"}));
 }
 
 TEST(Factories, ThatTheLibraryLacksAreNotSupported) {
@@ -383,7 +386,7 @@ TEST(Cleanup, AnExceptionIsTheProvidersError) {
   const auto manager = ManagerWith({"Guest_ThrowingCleanup"});
   Enumerate(*manager, "Guest_ThrowingCleanup");
   EXPECT_EQ(manager->Cleanup("Guest_ThrowingCleanup", ProviderKind::kInstance, false),
-            (Status{CMPI_RC_ERR_FAILED, "thrown on cleanup"}));
+            (cim::Status{CMPI_RC_ERR_FAILED, "thrown on cleanup"}));
   const auto errors = manager->ProviderErrors();
   ASSERT_EQ(errors.size(), 1U);
   EXPECT_EQ(ToString(errors[0]),
@@ -395,10 +398,10 @@ TEST(Cleanup, AnExceptionIsTheProvidersError) {
 class CleaningSink : public ResultSink {
  public:
   explicit CleaningSink(ObjectManager& manager) : manager_(manager) {}
-  void OnInstance(Instance&&) override {
+  void OnInstance(cim::Instance&&) override {
     status = manager_.Cleanup("Guest_Plain", ProviderKind::kInstance, true);
   }
-  Status status;
+  cim::Status status;
 
  private:
   ObjectManager& manager_;
@@ -411,7 +414,7 @@ TEST(Cleanup, RefusesWhileARequestRuns) {
       manager
           ->EnumerateInstances("Guest_Plain", manager->ClassPath("Guest_Plain"), std::nullopt, sink)
           .ok());
-  EXPECT_EQ(sink.status, (Status{CMPI_RC_ERR_FAILED, "Guest_Plain is in use"}));
+  EXPECT_EQ(sink.status, (cim::Status{CMPI_RC_ERR_FAILED, "Guest_Plain is in use"}));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -419,7 +422,7 @@ TEST(Cleanup, RefusesWhileARequestRuns) {
 
 class ThrowingSink : public ResultSink {
  public:
-  void OnInstance(Instance&&) override {
+  void OnInstance(cim::Instance&&) override {
     ++calls;
     throw std::runtime_error("full");
   }
@@ -450,8 +453,8 @@ class CountingSink : public ResultSink {
 
 std::uint64_t PeakOf(bool mark, std::uint32_t count) {
   const auto manager = ManagerWith({"Guest_Long"});
-  ObjectPath path = PathWith("Guest_Long", "Count", Value(count));
-  path.keys.emplace_back("Mark", Value(std::uint32_t{mark ? 1U : 0U}));
+  cim::ObjectPath path = PathWith("Guest_Long", "Count", cim::Value(count));
+  path.keys.emplace_back("Mark", cim::Value(std::uint32_t{mark ? 1U : 0U}));
   CountingSink sink;
   EXPECT_TRUE(manager->EnumerateInstances("Guest_Long", path, std::nullopt, sink).ok());
   EXPECT_EQ(sink.sum, std::uint64_t{count} * (count - 1) / 2);
@@ -473,7 +476,7 @@ TEST(Memory, OfAnOlderObjectOutlivesAMark) {
   ASSERT_EQ(outcome.found.instances[0].properties.size(), 101U);
   for (int i = 0; i < 100; ++i) {
     const std::string name = "Property" + std::to_string(i);
-    EXPECT_EQ(*outcome.found.instances[0].Find(name), Value(name));
+    EXPECT_EQ(*outcome.found.instances[0].Find(name), cim::Value(name));
   }
   EXPECT_THAT(outcome.errors, IsEmpty());
 }
@@ -489,7 +492,7 @@ TEST(Threads, OfAProviderReturnForTheCallTheyAreAttachedFor) {
   const auto manager = ManagerWith({"Guest_Thread"});
   const Outcome outcome = Enumerate(*manager, "Guest_Thread");
   ASSERT_EQ(outcome.found.instances.size(), 1U);
-  EXPECT_EQ(*outcome.found.instances[0].Find("Name"), Value("from a thread"));
+  EXPECT_EQ(*outcome.found.instances[0].Find("Name"), cim::Value("from a thread"));
   EXPECT_THAT(outcome.errors, IsEmpty());
   EXPECT_EQ(manager->GetStatistics().clones_alive, 0);
 }

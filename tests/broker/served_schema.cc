@@ -6,21 +6,21 @@
 
 #include "broker/object_manager.h"
 #include "broker/provider_library.h"
-#include "broker/schema.h"
+#include "cim/schema.h"
 
 namespace {
 
-using broker::Instance;
-using broker::ObjectPath;
-using broker::schema::Class;
-using broker::schema::FindClass;
-using broker::schema::FindProperty;
+using cim::Instance;
+using cim::ObjectPath;
+using cim::schema::Class;
+using cim::schema::FindClass;
+using cim::schema::FindProperty;
 
 class Observer {
  public:
   explicit Observer(const std::string& library) : manager_(broker::Options{}) {
     const auto opened = broker::ProviderLibrary::Open(library);
-    for (const Class& cls : broker::schema::AllClasses()) {
+    for (const Class& cls : cim::schema::AllClasses()) {
       if (!cls.name.starts_with("Ostrel_")) continue;
       served_.push_back(&cls);
       manager_.Register(cls.name, opened);
@@ -31,7 +31,7 @@ class Observer {
     std::vector<ObjectPath> elements = {manager_.SystemPath()};
     for (const Class* cls : served_) {
       broker::Recorder found;
-      const broker::Status status = manager_.EnumerateInstances(
+      const cim::Status status = manager_.EnumerateInstances(
           cls->name, manager_.ClassPath(cls->name), std::nullopt, found);
       EXPECT_EQ(status.code, CMPI_RC_OK) << cls->name;
       for (const Instance& instance : found.instances) {
@@ -60,14 +60,14 @@ class Observer {
   void Look(const Instance& instance) {
     const Class* cls = FindClass(instance.path.class_name);
     ASSERT_NE(cls, nullptr) << instance.path.class_name;
-    for (const broker::Property& property : instance.properties) {
+    for (const cim::Property& property : instance.properties) {
       SCOPED_TRACE(instance.path.class_name + "." + property.name);
-      const broker::schema::Property* declared = FindProperty(*cls, property.name);
+      const cim::schema::Property* declared = FindProperty(*cls, property.name);
       ASSERT_NE(declared, nullptr);
       EXPECT_EQ(property.name, declared->name);  // in the schema's spelling
-      EXPECT_EQ(broker::TypeName(property.value.type()), broker::TypeName(declared->type));
+      EXPECT_EQ(cim::TypeName(property.value.type()), cim::TypeName(declared->type));
       if (const ObjectPath* end = property.value.reference()) {
-        EXPECT_TRUE(broker::schema::IsA(end->class_name, declared->reference_class))
+        EXPECT_TRUE(cim::schema::IsA(end->class_name, declared->reference_class))
             << end->class_name;
       }
       if (!property.value.is_null()) set_[instance.path.class_name].insert(property.name);

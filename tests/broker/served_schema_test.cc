@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "broker/schema.h"
+#include "cim/schema.h"
 #include "support/fake_host.h"
 
 namespace {
@@ -29,11 +29,11 @@ TEST(ServedSchema, DeclaresAllThatTheLibrarySetsOnAHostWithEveryKindOfDevice) {
   const SetProperties set = ExpectServedAsDeclared(PROVIDER_LIBRARY);
 
   // And the other way round: our own classes declare nothing that is never set.
-  for (const broker::schema::Class& cls : broker::schema::AllClasses()) {
+  for (const cim::schema::Class& cls : cim::schema::AllClasses()) {
     if (!cls.name.starts_with("Ostrel_")) continue;
     const auto found = set.find(std::string(cls.name));
     ASSERT_NE(found, set.end()) << "no instance of " << cls.name;
-    for (const broker::schema::Property& property : cls.properties) {
+    for (const cim::schema::Property& property : cls.properties) {
       EXPECT_TRUE(found->second.contains(std::string(property.name)))
           << cls.name << '.' << property.name << " is declared and never set";
     }

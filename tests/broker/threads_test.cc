@@ -15,7 +15,7 @@ class Counter : public ResultSink {
   int count = 0;
 };
 
-int CountOf(ObjectManager& manager, const ObjectPath& path) {
+int CountOf(ObjectManager& manager, const cim::ObjectPath& path) {
   Counter counter;
   EXPECT_TRUE(manager.EnumerateInstances(path.class_name, path, std::nullopt, counter).ok());
   return counter.count;
@@ -26,8 +26,9 @@ TEST(ManyThreads, ShareOneManager) {
   OnThreads(4, [&](std::size_t) {
     for (int i = 0; i < 50; ++i) {
       EXPECT_EQ(CountOf(*manager, manager->ClassPath("Guest_Plain")), 3);
-      EXPECT_EQ(CountOf(*manager, PathWith("Guest_Ask", "Ask", Value("Guest_Plain"))), 3);
-      EXPECT_EQ(CountOf(*manager, PathWith("Guest_Long", "Count", Value(std::uint32_t{40}))), 40);
+      EXPECT_EQ(CountOf(*manager, PathWith("Guest_Ask", "Ask", cim::Value("Guest_Plain"))), 3);
+      EXPECT_EQ(CountOf(*manager, PathWith("Guest_Long", "Count", cim::Value(std::uint32_t{40}))),
+                40);
     }
     EXPECT_EQ(CountOf(*manager, manager->ClassPath("Guest_Thread")), 1);
   });

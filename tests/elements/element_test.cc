@@ -26,7 +26,7 @@ std::ostream& operator<<(std::ostream& out, const Element& element) {
 class ElementTest : public ProviderTest, public ::testing::WithParamInterface<Element> {
  protected:
   const char* Class() const { return GetParam().class_name; }
-  broker::ObjectPath Path() const {
+  cim::ObjectPath Path() const {
     return std::string(Class()) == "PCIPortGroup" ? GroupPath(GetParam().identifier)
                                                   : ElementPath(Class(), GetParam().identifier);
   }
@@ -71,7 +71,7 @@ TEST_P(ElementTest, NamesTheElementsThatItHasInstancesOf) {
 TEST_P(ElementTest, GetsTheInstanceThatItLists) {
   Use(MixedHost());
   const Answer listed = EnumInstances(Class());
-  const broker::Instance instance = Get(Class(), Path()).Only();
+  const cim::Instance instance = Get(Class(), Path()).Only();
   EXPECT_EQ(instance.path, Path());
   EXPECT_THAT(listed.instances, ::testing::Contains(instance));
 }
@@ -88,13 +88,13 @@ TEST_P(ElementTest, GivesAllPropertiesWithoutAList) {
 // provider means to be 0 has to be said.
 TEST_P(ElementTest, SaysItsPropertiesOverTheDefaultsOfTheClass) {
   Use(MixedHost());
-  const std::vector<broker::Instance> said = EnumInstances(Class()).instances;
+  const std::vector<cim::Instance> said = EnumInstances(Class()).instances;
   PresetInstances();
-  const std::vector<broker::Instance> preset = EnumInstances(Class()).instances;
+  const std::vector<cim::Instance> preset = EnumInstances(Class()).instances;
   ASSERT_FALSE(said.empty());
   ASSERT_EQ(preset.size(), said.size());
   for (std::size_t i = 0; i < said.size(); ++i) {
-    for (const broker::Property& property : said[i].properties) {
+    for (const cim::Property& property : said[i].properties) {
       EXPECT_EQ(PropertyText(preset[i], property.name), PropertyText(said[i], property.name));
     }
   }
@@ -106,11 +106,11 @@ TEST_F(ProviderTest, StatesAreUnknownOfDevicesAndTheDefaultOfPorts) {
   for (const char* state : {"PrimaryStatus", "HealthState", "EnabledState", "RequestedState"}) {
     const std::string name = state;
     for (const char* class_name : {"PCIDevice", "PCIBridge", "PCIeSwitch"}) {
-      for (const broker::Instance& instance : EnumInstances(class_name).instances) {
+      for (const cim::Instance& instance : EnumInstances(class_name).instances) {
         EXPECT_EQ(PropertyText(instance, name), name + " uint16 0");
       }
     }
-    for (const broker::Instance& port : EnumInstances("PCIPort").instances) {
+    for (const cim::Instance& port : EnumInstances("PCIPort").instances) {
       EXPECT_EQ(PropertyText(port, name), name + " uint16 222");
     }
   }
@@ -121,7 +121,7 @@ TEST_P(ElementTest, GivesOnlyTheListedProperties) {
   const PropertyList list = {{"busnumber", "NoSuchProperty"}};
   EXPECT_THAT(Properties(Get(Class(), Path(), list).Only()),
               ::testing::ElementsAre(HasSubstr("BusNumber uint8")));
-  for (const broker::Instance& instance : EnumInstances(Class(), list).instances) {
+  for (const cim::Instance& instance : EnumInstances(Class(), list).instances) {
     EXPECT_THAT(Properties(instance), ::testing::ElementsAre(HasSubstr("BusNumber uint8")));
   }
 }
@@ -130,7 +130,7 @@ TEST_P(ElementTest, GivesNoPropertiesForAnEmptyList) {
   Use(MixedHost());
   const PropertyList none = std::vector<std::string>();
   EXPECT_THAT(Properties(Get(Class(), Path(), none).Only()), IsEmpty());
-  for (const broker::Instance& instance : EnumInstances(Class(), none).instances) {
+  for (const cim::Instance& instance : EnumInstances(Class(), none).instances) {
     EXPECT_THAT(Properties(instance), IsEmpty());
   }
 }
@@ -147,7 +147,7 @@ TEST_P(ElementTest, FailsOnAKeyThatIsNoText) {
 
 TEST_P(ElementTest, ReadsNoOtherKey) {
   Use(MixedHost());
-  broker::ObjectPath bare = Path();
+  cim::ObjectPath bare = Path();
   std::erase_if(bare.keys, [](const auto& key) { return key.first != GetParam().key; });
   EXPECT_EQ(Get(Class(), bare).Only().path, Path());
 }
@@ -156,7 +156,7 @@ TEST_P(ElementTest, LooksAtNoClassOfThePath) {
   Use(MixedHost());
   for (const char* class_name :
        {"CIM_ManagedElement", "OMC_UnitaryComputerSystem", "No_SuchClass"}) {
-    broker::ObjectPath path = Path();
+    cim::ObjectPath path = Path();
     path.class_name = class_name;
     EXPECT_EQ(Get(Class(), path).Only().path, Path()) << class_name;
   }
@@ -164,7 +164,7 @@ TEST_P(ElementTest, LooksAtNoClassOfThePath) {
 
 TEST_P(ElementTest, FindsTheKeyWhateverItsCase) {
   Use(MixedHost());
-  broker::ObjectPath path = Path();
+  cim::ObjectPath path = Path();
   for (auto& key : path.keys) {
     for (char& letter : key.first) letter = static_cast<char>(std::toupper(letter));
   }
@@ -174,7 +174,7 @@ TEST_P(ElementTest, FindsTheKeyWhateverItsCase) {
 TEST_P(ElementTest, ChangesNothing) {
   Use(MixedHost());
   const std::string name = std::string("Ostrel_") + Class();
-  const broker::Instance instance = {Path(), {}};
+  const cim::Instance instance = {Path(), {}};
   broker::Recorder recorder;
   EXPECT_EQ(manager().CreateInstance(name, Path(), instance, recorder).code,
             CMPI_RC_ERR_NOT_SUPPORTED);

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "broker/wbem_uri.h"
+#include "cim/wbem_uri.h"
 #include "support/provider_test.h"
 
 namespace {
@@ -19,7 +19,7 @@ using ::testing::SizeIs;
 class PciDeviceTest : public ProviderTest {
  protected:
   // The instance of the one device "e" of a host.
-  broker::Instance Instance(fake::Device device) {
+  cim::Instance Instance(fake::Device device) {
     device.name = "e";
     Use(fake::Host().Add(std::move(device)));
     return EnumInstances("PCIDevice").Only();
@@ -44,7 +44,7 @@ TEST_F(PciDeviceTest, ListsADuplicateTwice) {
 
 TEST_F(PciDeviceTest, KeysStandInOrderAndCarryTheLoweredSystemName) {
   Use(fake::Host().SystemName("Host.EXAMPLE").Add(fake::Endpoint("0000:01:00.0 Ä")));
-  EXPECT_EQ(broker::ToWbemUri(EnumNames("PCIDevice").paths.at(0)),
+  EXPECT_EQ(cim::ToWbemUri(EnumNames("PCIDevice").paths.at(0)),
             "root/cimv2:Ostrel_PCIDevice.SystemCreationClassName=\"OMC_UnitaryComputerSystem\","
             "SystemName=\"host.example\",CreationClassName=\"Ostrel_PCIDevice\","
             "DeviceID=\"0000:01:00.0 Ä\"");
@@ -116,13 +116,13 @@ TEST_F(PciDeviceTest, CutsCapabilitiesToSixteenBits) {
 TEST_F(PciDeviceTest, WrapsThePositionAfter256Capabilities) {
   std::vector<std::uint32_t> codes(258);
   std::iota(codes.begin(), codes.end(), 1000);
-  const broker::Instance instance = Instance(fake::Endpoint("e").Capabilities(codes));
-  const broker::Value::Array& array = *instance.Find("Capabilities")->elements();
+  const cim::Instance instance = Instance(fake::Endpoint("e").Capabilities(codes));
+  const cim::Value::Array& array = *instance.Find("Capabilities")->elements();
   ASSERT_THAT(array, SizeIs(258));
-  EXPECT_EQ(array[0], broker::Value(std::uint16_t{1256}));
-  EXPECT_EQ(array[1], broker::Value(std::uint16_t{1257}));
-  EXPECT_EQ(array[2], broker::Value(std::uint16_t{1002}));
-  EXPECT_EQ(array[255], broker::Value(std::uint16_t{1255}));
+  EXPECT_EQ(array[0], cim::Value(std::uint16_t{1256}));
+  EXPECT_EQ(array[1], cim::Value(std::uint16_t{1257}));
+  EXPECT_EQ(array[2], cim::Value(std::uint16_t{1002}));
+  EXPECT_EQ(array[255], cim::Value(std::uint16_t{1255}));
   EXPECT_TRUE(array[256].is_null());
   EXPECT_TRUE(array[257].is_null());
 }
@@ -136,7 +136,7 @@ TEST_F(PciDeviceTest, ReadsTheDeviceAfreshForEveryRequest) {
 }
 
 TEST_F(PciDeviceTest, LeavesAnUnreadableSlotOut) {
-  const broker::Instance instance =
+  const cim::Instance instance =
       Instance(fake::Endpoint("e").Slot(1).Throws("GetPhysicalSlot", "no slot"));
   EXPECT_THAT(log.Lines(), ElementsAre(LogLine{LOG_ERR, "Report PCI devices failed : no slot"}));
   EXPECT_EQ(PropertyText(instance, "PhysicalSlot"), "no property PhysicalSlot");

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include "broker/wbem_uri.h"
+#include "cim/wbem_uri.h"
 #include "support/provider_test.h"
 
 namespace {
@@ -38,7 +38,7 @@ TEST_F(PciPortGroupTest, ListsEveryBusOnceAscending) {
 
 TEST_F(PciPortGroupTest, IsNamedByItsBus) {
   Use(fake::Host().Add(fake::Endpoint("e").Bus(7)));
-  EXPECT_EQ(broker::ToWbemUri(EnumNames("PCIPortGroup").paths.at(0)),
+  EXPECT_EQ(cim::ToWbemUri(EnumNames("PCIPortGroup").paths.at(0)),
             "root/cimv2:Ostrel_PCIPortGroup.InstanceID=\"Ostrel:bus-7\"");
 }
 

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "broker/wbem_uri.h"
+#include "cim/wbem_uri.h"
 #include "support/provider_test.h"
 
 namespace {
@@ -23,19 +23,18 @@ class PciPortTest : public ProviderTest {
   // What a pair of twins returns for a source path: the instances, then the paths.
   using InstanceForm = void (*)(const ostInt::CmpiObjectPath&, const char**, ostInt::CmpiResult&);
   using RefForm = void (*)(const ostInt::CmpiObjectPath&, ostInt::CmpiResult&);
-  std::vector<Answer> Twins(InstanceForm instances, RefForm refs,
-                            const broker::ObjectPath& source) {
+  std::vector<Answer> Twins(InstanceForm instances, RefForm refs, const cim::ObjectPath& source) {
     return {
         Inside(source, [=](auto& result, const auto& path) { instances(path, nullptr, result); }),
         InsideRef(source, [=](auto& result, const auto& path) { refs(path, result); })};
   }
-  std::vector<Answer> ListPortsOf(const broker::ObjectPath& source) {
+  std::vector<Answer> ListPortsOf(const cim::ObjectPath& source) {
     return Twins(&ListPorts, &ListPortsRef, source);
   }
-  std::vector<Answer> ListBridgePortsOf(const broker::ObjectPath& source) {
+  std::vector<Answer> ListBridgePortsOf(const cim::ObjectPath& source) {
     return Twins(&ListBridgePorts, &ListBridgePortsRef, source);
   }
-  std::vector<Answer> ListSwitchPortsOf(const broker::ObjectPath& source) {
+  std::vector<Answer> ListSwitchPortsOf(const cim::ObjectPath& source) {
     return Twins(&ListSwitchPorts, &ListSwitchPortsRef, source);
   }
 };
@@ -79,9 +78,9 @@ TEST_P(PortKindTest, HasItsPorts) {
   fake::Device device = GetParam().device;
   Use(fake::Host().Add(device.Bus(7).Secondary(9)));
   std::vector<std::string> ports;
-  for (const broker::Instance& port : EnumInstances("PCIPort").instances) {
-    const auto text = [&](const char* name) { return " " + broker::ToText(*port.Find(name)); };
-    ports.push_back(broker::ToText(*port.Find("DeviceID")) + text("ControllerDeviceID") +
+  for (const cim::Instance& port : EnumInstances("PCIPort").instances) {
+    const auto text = [&](const char* name) { return " " + cim::ToText(*port.Find(name)); };
+    ports.push_back(cim::ToText(*port.Find("DeviceID")) + text("ControllerDeviceID") +
                     text("PortType") + text("BusNumber"));
   }
   EXPECT_EQ(ports, GetParam().ports);
@@ -114,7 +113,7 @@ TEST_F(PciPortTest, ListsDuplicateBridgesOnceAndOtherDuplicatesEachTime) {
 
 TEST_F(PciPortTest, KeysStandInAnOrderOfTheirOwn) {
   Use(fake::Host().Add(fake::Endpoint("e")));
-  EXPECT_EQ(broker::ToWbemUri(EnumNames("PCIPort").paths.at(0)),
+  EXPECT_EQ(cim::ToWbemUri(EnumNames("PCIPort").paths.at(0)),
             "root/cimv2:Ostrel_PCIPort.SystemName=\"fake-host\",CreationClassName="
             "\"Ostrel_PCIPort\",SystemCreationClassName=\"OMC_UnitaryComputerSystem\","
             "DeviceID=\"e-ep\"");
@@ -346,7 +345,7 @@ TEST_F(PciPortTest, ListsNoSwitchPortsForAnEmptyIdentifierAndTracesNothing) {
 
 TEST_F(PciPortTest, SelectionsFailWithoutAnIdentifier) {
   Use(MixedHost());
-  const broker::ObjectPath bare = Without(DevicePath("e"), "DeviceID");
+  const cim::ObjectPath bare = Without(DevicePath("e"), "DeviceID");
   const auto fails = ElementsAre("NO_SUCH_PROPERTY", "NO_SUCH_PROPERTY");
   EXPECT_THAT(ListPortsOf(bare), fails);
   EXPECT_THAT(ListBridgePortsOf(bare), fails);

@@ -87,7 +87,7 @@ class ObjectManagerTest : public testing::TestWithParam<bool> {
   // Enumerates, with the body as the provider's operation; answers the status as text.
   std::string Enumerate(Operation body) {
     operation = std::move(body);
-    const broker::Status status =
+    const cim::Status status =
         manager_->EnumerateInstances(kClass, manager_->ClassPath(kClass), std::nullopt, found_);
     return Checked(status);
   }
@@ -95,11 +95,11 @@ class ObjectManagerTest : public testing::TestWithParam<bool> {
     operation = std::move(body);
     return Checked(manager_->EnumerateInstanceNames(kClass, manager_->ClassPath(kClass), found_));
   }
-  std::string Checked(const broker::Status& status) const {
+  std::string Checked(const cim::Status& status) const {
     for (const broker::ProviderError& error : manager_->ProviderErrors()) {
       ADD_FAILURE() << broker::ToString(error);
     }
-    return broker::ToString(status);
+    return cim::ToString(status);
   }
 
   StderrCapture stderr_;  // the trace lines
@@ -123,7 +123,7 @@ TEST_P(ObjectManagerTest, AnInstanceArrivesAsItWasBuilt) {
             }),
             kOk);
   ASSERT_EQ(found_.instances.size(), 1U);
-  const broker::Instance& instance = found_.instances.front();
+  const cim::Instance& instance = found_.instances.front();
   EXPECT_EQ(*instance.path.Key("DeviceID")->text(), "0000:00:01.0-ep");
   EXPECT_EQ(*instance.Find("ElementName")->text(), "text");
   EXPECT_EQ(instance.Find("BusNumber")->as_unsigned(), 3U);
@@ -226,7 +226,7 @@ TEST_P(ObjectManagerTest, CleanupTakesTheProviderAndTheNextRequestMakesANewOne) 
 
 TEST_P(ObjectManagerTest, OperationsThatTheProviderLeavesOutAreNotSupported) {
   broker::Recorder sink;
-  const broker::ObjectPath path = manager_->ClassPath(kClass);
+  const cim::ObjectPath path = manager_->ClassPath(kClass);
   EXPECT_EQ(manager_->DeleteInstance(kClass, path, sink).code, CMPI_RC_ERR_NOT_SUPPORTED);
   EXPECT_EQ(manager_->ExecQuery(kClass, path, "select *", "WQL", sink).code,
             CMPI_RC_ERR_NOT_SUPPORTED);

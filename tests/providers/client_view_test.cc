@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "broker/result_sink.h"
-#include "broker/schema.h"
-#include "broker/wbem_uri.h"
+#include "cim/schema.h"
+#include "cim/wbem_uri.h"
 #include "providers/linked_bench.h"
 #include "providers/provider_run.h"
 #include "providers/varied_hosts.h"
@@ -21,11 +21,11 @@
 
 namespace {
 
-using broker::Instance;
-using broker::ObjectPath;
 using broker::PropertyList;
 using broker::Recorder;
-using broker::ToWbemUri;
+using cim::Instance;
+using cim::ObjectPath;
+using cim::ToWbemUri;
 
 constexpr const char* kPort = "Ostrel_PCIPort";
 
@@ -38,18 +38,18 @@ class ClientView : public ::testing::Test {
   std::vector<Instance> Enumerate(const std::string& class_name,
                                   const PropertyList& properties = {}) {
     Recorder found;
-    const broker::Status status = manager().EnumerateInstances(
+    const cim::Status status = manager().EnumerateInstances(
         class_name, manager().ClassPath(class_name), properties, found);
-    EXPECT_TRUE(status.ok()) << broker::ToString(status);
+    EXPECT_TRUE(status.ok()) << cim::ToString(status);
     return found.instances;
   }
   std::vector<Instance> Associators(const std::string& association, const ObjectPath& source) {
     Recorder found;
-    const broker::Status status = manager().Associators(association, source, {}, {}, found);
-    EXPECT_TRUE(status.ok()) << broker::ToString(status);
+    const cim::Status status = manager().Associators(association, source, {}, {}, found);
+    EXPECT_TRUE(status.ok()) << cim::ToString(status);
     return found.instances;
   }
-  broker::Status Get(const ObjectPath& path, const PropertyList& properties, Recorder& found) {
+  cim::Status Get(const ObjectPath& path, const PropertyList& properties, Recorder& found) {
     return manager().GetInstance(path.class_name, path, properties, found);
   }
 
@@ -62,11 +62,11 @@ class ClientView : public ::testing::Test {
 
 // The instance's keys are properties of it, with the values that its path says.
 void ExpectKeys(const Instance& instance) {
-  const broker::schema::Class* cls = broker::schema::FindClass(instance.path.class_name);
+  const cim::schema::Class* cls = cim::schema::FindClass(instance.path.class_name);
   ASSERT_NE(cls, nullptr);
-  for (const std::string_view name : broker::schema::KeyNames(*cls)) {
-    const broker::Value* key = instance.path.Key(name);
-    const broker::Value* property = instance.Find(name);
+  for (const std::string_view name : cim::schema::KeyNames(*cls)) {
+    const cim::Value* key = instance.path.Key(name);
+    const cim::Value* property = instance.Find(name);
     ASSERT_TRUE(key != nullptr && property != nullptr) << name;
     EXPECT_FALSE(property->is_null()) << name;
     EXPECT_EQ(*property, *key) << name;
@@ -91,7 +91,7 @@ TEST_F(ClientView, EveryAssociationHasBothEnds) {
     for (const Instance& association : Enumerate(kProviderClasses[i])) {
       SCOPED_TRACE(ToWbemUri(association.path));
       ASSERT_EQ(association.properties.size(), 2U);
-      for (const broker::Property& end : association.properties) {
+      for (const cim::Property& end : association.properties) {
         ASSERT_NE(end.value.reference(), nullptr) << end.name;
         EXPECT_FALSE(end.value.reference()->keys.empty()) << end.name;
       }
@@ -121,8 +121,8 @@ TEST_F(ClientView, EveryPortHasItsOwnName) {
     SCOPED_TRACE(ToWbemUri(port.path));
     for (const PropertyList& properties : {PropertyList(), some}) {
       Recorder found;
-      const broker::Status status = Get(port.path, properties, found);
-      EXPECT_TRUE(status.ok()) << broker::ToString(status);
+      const cim::Status status = Get(port.path, properties, found);
+      EXPECT_TRUE(status.ok()) << cim::ToString(status);
       if (OnServer()) {
         EXPECT_EQ(found.instances.size(), 1U);
       }
@@ -141,7 +141,7 @@ TEST_F(ClientView, WhatIsNotThereIsNotFound) {
   for (const Instance& port : Enumerate(kPort)) {
     ObjectPath path = port.path;
     for (auto& [name, value] : path.keys) {
-      if (name == "DeviceID") value = broker::Value("no such port");
+      if (name == "DeviceID") value = cim::Value("no such port");
     }
     Recorder found;
     EXPECT_EQ(Get(path, {}, found).code, OnServer() ? CMPI_RC_ERR_NOT_FOUND : CMPI_RC_OK);
@@ -156,7 +156,7 @@ TEST_F(ClientView, StatesAreUnknownWhateverTheClassDefaultsAre) {
     for (const Instance& element : Enumerate(class_name)) {
       for (const char* state : {"EnabledState", "RequestedState"}) {
         ASSERT_NE(element.Find(state), nullptr) << state;
-        EXPECT_EQ(*element.Find(state), broker::Value(std::uint16_t{0})) << state;
+        EXPECT_EQ(*element.Find(state), cim::Value(std::uint16_t{0})) << state;
       }
       EXPECT_EQ(element.Find("EnabledDefault") != nullptr, OnServer());
     }

@@ -11,8 +11,8 @@ namespace {
 void Count(const naive::Answer& answer, Tally& tally) {
   ++tally.requests;
   for (const naive::Event& event : answer.events) {
-    if (std::holds_alternative<broker::Instance>(event)) ++tally.instances;
-    if (std::holds_alternative<broker::ObjectPath>(event)) ++tally.paths;
+    if (std::holds_alternative<cim::Instance>(event)) ++tally.instances;
+    if (std::holds_alternative<cim::ObjectPath>(event)) ++tally.paths;
   }
   tally.log_lines += answer.log.size();
 }

@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "broker/provider_library.h"
-#include "broker/wbem_uri.h"
+#include "cim/wbem_uri.h"
 #include "providers/failing_library.h"
 #include "providers/linked_bench.h"
 #include "providers/provider_run.h"
@@ -182,10 +182,10 @@ bool Logs(const Answer& answer, const LogLine& line) {
 std::vector<std::string> ElementsOf(const Answer& answer) {
   std::vector<std::string> elements;
   for (const naive::Event& event : answer.events) {
-    if (const auto* instance = std::get_if<broker::Instance>(&event)) {
-      elements.push_back("instance " + broker::ToWbemUri(instance->path));
-    } else if (const auto* path = std::get_if<broker::ObjectPath>(&event)) {
-      elements.push_back("path " + broker::ToWbemUri(*path));
+    if (const auto* instance = std::get_if<cim::Instance>(&event)) {
+      elements.push_back("instance " + cim::ToWbemUri(instance->path));
+    } else if (const auto* path = std::get_if<cim::ObjectPath>(&event)) {
+      elements.push_back("path " + cim::ToWbemUri(*path));
     }
   }
   return elements;

@@ -80,11 +80,11 @@ void AddSubclasses(const CMPIBroker* broker) {
 class Recorder : public broker::ResultSink {
  public:
   explicit Recorder(naive::Answer& answer) : answer_(answer) {}
-  void OnInstance(broker::Instance&& instance) override {
+  void OnInstance(cim::Instance&& instance) override {
     RemoveClassDefaults(instance);
     answer_.events.emplace_back(std::move(instance));
   }
-  void OnObjectPath(broker::ObjectPath&& path) override {
+  void OnObjectPath(cim::ObjectPath&& path) override {
     answer_.events.emplace_back(std::move(path));
   }
   void OnDone() override { answer_.events.emplace_back(naive::Done{}); }
@@ -93,8 +93,8 @@ class Recorder : public broker::ResultSink {
   naive::Answer& answer_;
 };
 
-broker::Status Run(broker::ObjectManager& manager, const naive::Request& request,
-                   broker::ResultSink& sink) {
+cim::Status Run(broker::ObjectManager& manager, const naive::Request& request,
+                broker::ResultSink& sink) {
   const std::string& provider = request.class_name;
   const broker::AssociationFilter& filter = request.filter;
   switch (request.operation) {
@@ -150,7 +150,7 @@ ProviderRun::ProviderRun(const fake::Host& host,
 naive::Answer ProviderRun::AskWithoutLog(const naive::Request& request) {
   naive::Answer answer;
   Recorder recorder(answer);
-  broker::Status status = Run(manager_, request, recorder);
+  cim::Status status = Run(manager_, request, recorder);
   answer.code = status.code;
   answer.message = std::move(status.message);
   return answer;

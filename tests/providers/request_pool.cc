@@ -6,7 +6,7 @@
 
 #include "providers/provider_run.h"
 
-using broker::ObjectPath;
+using cim::ObjectPath;
 using naive::Operation;
 using naive::Request;
 
@@ -196,7 +196,7 @@ void RequestPool::MutateKey(ObjectPath& path) {
     case 1: value = std::uint32_t{7}; break;
     case 2: value = true; break;
     case 3: value = GroupPath("Ostrel:bus-0"); break;
-    case 4: value = broker::Value::Null(CMPI_string); break;
+    case 4: value = cim::Value::Null(CMPI_string); break;
     case 5: value = ""; break;
     default: name = MixCase(name); break;
   }

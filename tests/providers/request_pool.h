@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "broker/value.h"
+#include "cim/value.h"
 #include "providers/varied_hosts.h"
 #include "support/fake_host.h"
 #include "support/naive_providers.h"
@@ -28,7 +28,7 @@ class RequestPool {
   static std::vector<naive::Request> OrdinaryRequests(const fake::Host& host);
 
  private:
-  using Path = broker::ObjectPath;
+  using Path = cim::ObjectPath;
 
   std::string DrawName();
   std::string DrawGroupId();
@@ -46,9 +46,9 @@ class RequestPool {
 };
 
 // A path with all keys of its class. `class_name` is one of the device and port classes.
-broker::ObjectPath ElementPath(const std::string& class_name, const std::string& id,
-                               const std::string& system_name);
-broker::ObjectPath GroupPath(const std::string& id);
-broker::ObjectPath SystemPath(const std::string& system_name);
+cim::ObjectPath ElementPath(const std::string& class_name, const std::string& id,
+                            const std::string& system_name);
+cim::ObjectPath GroupPath(const std::string& id);
+cim::ObjectPath SystemPath(const std::string& system_name);
 
 #endif  // PROVIDERS_REQUEST_POOL_H_

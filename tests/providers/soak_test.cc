@@ -63,7 +63,7 @@ void CleanUpIdle(broker::ObjectManager& manager, Dice& dice, Tally& tally, Findi
   const auto kind =
       dice.OneIn(2) ? broker::ProviderKind::kInstance : broker::ProviderKind::kAssociation;
   const char* const provider = dice.OneOf(kProviderClasses);
-  const broker::Status status = manager.Cleanup(provider, kind, dice.OneIn(4));
+  const cim::Status status = manager.Cleanup(provider, kind, dice.OneIn(4));
   const bool refused =
       status.code == CMPI_RC_ERR_FAILED && status.message == std::string(provider) + " is in use";
   if (status.code == CMPI_RC_OK) ++tally.cleanups;

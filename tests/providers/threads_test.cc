@@ -22,7 +22,7 @@ TEST(Threads, AskingEverythingAtOnceAreAnsweredAsOneThread) {
     const std::vector<Asked> asked = AskedAlone(host, seed, 200);
     ProviderRun run(host, LinkedBench().start(), broker::SystemClassMode::kServed, false);
     for (const char* name : kProviderClasses) {
-      broker::Status status;
+      cim::Status status;
       run.manager().InstanceProvider(name, &status);
       run.manager().AssociationProvider(name, &status);
     }
@@ -56,7 +56,7 @@ TEST(Threads, CallingTheFactoriesOfAllClassesAtOnceBuildOnce) {
     Finding finding;
     OnThreads(asked.size(), [&](std::size_t i) {
       finding.Add(AskAgain(run, asked[i]));
-      broker::Status status;
+      cim::Status status;
       run.manager().AssociationProvider(asked[i].request.class_name, &status);
     });
     ASSERT_EQ(finding.text(), "") << "seed " << seed;

@@ -2,14 +2,14 @@
 
 #include <sstream>
 
-#include "broker/wbem_uri.h"
+#include "cim/wbem_uri.h"
 #include "support/naive/cim.h"
 
 namespace naive {
 
-using broker::Instance;
-using broker::ObjectPath;
 using broker::PropertyList;
+using cim::Instance;
+using cim::ObjectPath;
 
 Providers::Providers(fake::Host host, SystemClass system)
     : host_(std::move(host)), system_(std::move(system)), model_(host_) {}
@@ -275,10 +275,10 @@ const char* NameOf(Operation operation) {
 }
 
 std::string DescribeInstance(const Instance& instance) {
-  std::string text = "instance " + broker::ToWbemUri(instance.path);
-  for (const broker::Property& property : instance.properties) {
-    text += "\n    " + property.name + " " + broker::TypeName(property.value.type()) + " " +
-            broker::ToText(property.value);
+  std::string text = "instance " + cim::ToWbemUri(instance.path);
+  for (const cim::Property& property : instance.properties) {
+    text += "\n    " + property.name + " " + cim::TypeName(property.value.type()) + " " +
+            cim::ToText(property.value);
   }
   return text;
 }
@@ -293,13 +293,13 @@ std::vector<std::string> Describe(const Answer& answer) {
     if (const auto* instance = std::get_if<Instance>(&event)) {
       line += DescribeInstance(*instance);
     } else if (const auto* path = std::get_if<ObjectPath>(&event)) {
-      line += "path " + broker::ToWbemUri(*path);
+      line += "path " + cim::ToWbemUri(*path);
     } else {
       line += "done";
     }
     lines.push_back(line);
   }
-  lines.push_back("status " + broker::ToString({answer.code, answer.message.value_or("")}));
+  lines.push_back("status " + cim::ToString({answer.code, answer.message.value_or("")}));
   number = 0;
   for (const LogLine& line : answer.log) {
     std::ostringstream out;
@@ -311,7 +311,7 @@ std::vector<std::string> Describe(const Answer& answer) {
 
 std::string Describe(const Request& request) {
   std::string text = request.class_name + " " + NameOf(request.operation) + " ";
-  text += broker::ToWbemUri(request.path);
+  text += cim::ToWbemUri(request.path);
   if (request.filter.result_class) text += ", result class " + *request.filter.result_class;
   if (request.properties) {
     text += ", properties {";

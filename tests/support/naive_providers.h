@@ -20,7 +20,7 @@
 #include <vector>
 
 #include "broker/object_manager.h"
-#include "broker/value.h"
+#include "cim/value.h"
 #include "support/fake_host.h"
 #include "support/log_capture.h"
 #include "support/naive_topology.h"
@@ -40,7 +40,7 @@ enum class Operation {
 struct Request {
   std::string class_name;  // of the provider: "Ostrel_PCIPort"
   Operation operation = Operation::kEnumInstanceNames;
-  broker::ObjectPath path;
+  cim::ObjectPath path;
   broker::PropertyList properties;   // where the operation takes them
   broker::AssociationFilter filter;  // of an association operation; only its result class counts
 };
@@ -48,7 +48,7 @@ struct Request {
 struct Done {
   bool operator==(const Done&) const = default;
 };
-using Event = std::variant<broker::Instance, broker::ObjectPath, Done>;
+using Event = std::variant<cim::Instance, cim::ObjectPath, Done>;
 
 struct Answer {
   std::vector<Event> events;
@@ -85,8 +85,8 @@ class Providers {
   const Topology& topology() const { return model_.topology(); }
 
  private:
-  using Path = broker::ObjectPath;
-  using Instance = broker::Instance;
+  using Path = cim::ObjectPath;
+  using Instance = cim::Instance;
   using Properties = broker::PropertyList;
 
   void StartAnew();

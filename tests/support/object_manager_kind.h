@@ -17,7 +17,7 @@
 #include <vector>
 
 #include "broker/imitation.h"
-#include "broker/value.h"
+#include "cim/value.h"
 #include "platform/cmpi/cmpi.h"
 
 inline std::string_view ObjectManagerKind() {
@@ -45,11 +45,11 @@ inline const broker::Imitation& TestedObjectManager() {
 // Takes out what a server puts into every instance of a class and no provider sets: what is
 // compared is what the provider says. (A property that it sets to the default's value would be
 // taken out as well; no provider does.)
-inline void RemoveClassDefaults(broker::Instance& instance) {
+inline void RemoveClassDefaults(cim::Instance& instance) {
   if (!OnServer()) return;
-  std::erase_if(instance.properties, [](const broker::Property& property) {
+  std::erase_if(instance.properties, [](const cim::Property& property) {
     const auto is = [&](std::string_view name, std::uint16_t value) {
-      return property.name == name && property.value == broker::Value(value);
+      return property.name == name && property.value == cim::Value(value);
     };
     return is("EnabledState", 5) || is("RequestedState", 12) || is("EnabledDefault", 2) ||
            is("TransitioningToState", 12);

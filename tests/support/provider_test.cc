@@ -7,13 +7,13 @@
 #include <utility>
 
 #include "broker/provider_library.h"
-#include "broker/schema.h"
+#include "cim/schema.h"
 #include "frame/registration.h"
 #include "platform/cmpi/cmpi.h"
 #include "support/object_manager_kind.h"
 
-using broker::ObjectPath;
-using broker::Value;
+using cim::ObjectPath;
+using cim::Value;
 
 // The factories of the providers under test, as an object manager's loader finds them.
 #define PROVIDER_TEST_DECLARE_INSTANCE(Class)                                      \
@@ -112,8 +112,8 @@ void* FindFactory(const char* symbol) {
 std::string ClassName(const std::string& name) { return kPrefix + name; }
 
 // "CMPI_RC_ERR_NOT_FOUND (6)" as "NOT_FOUND".
-std::string StatusText(const broker::Status& status) {
-  std::string name = broker::StatusName(status.code);
+std::string StatusText(const cim::Status& status) {
+  std::string name = cim::StatusName(status.code);
   name.erase(std::min(name.find(' '), name.size()));
   for (const std::string_view prefix : {"CMPI_RC_ERR_", "CMPI_RC_"}) {
     if (name.starts_with(prefix)) return name.substr(prefix.size());
@@ -125,9 +125,9 @@ std::string WithoutPrefix(const std::string& text, std::string_view prefix) {
   return text.starts_with(prefix) ? text.substr(prefix.size()) : text;
 }
 
-std::string PropertyText(const broker::Property& property) {
-  return property.name + " " + broker::TypeName(property.value.type()) + " " +
-         broker::ToText(property.value);
+std::string PropertyText(const cim::Property& property) {
+  return property.name + " " + cim::TypeName(property.value.type()) + " " +
+         cim::ToText(property.value);
 }
 
 }  // namespace
@@ -168,13 +168,13 @@ bool Answer::Is(std::string_view text) const {
 
 std::vector<std::string> Answer::Elements() const {
   std::vector<std::string> elements;
-  for (const broker::Instance& instance : instances) elements.push_back(Brief(instance.path));
+  for (const cim::Instance& instance : instances) elements.push_back(Brief(instance.path));
   for (const ObjectPath& path : paths) elements.push_back(Brief(path));
   std::sort(elements.begin(), elements.end());
   return elements;
 }
 
-broker::Instance Answer::Only() const {
+cim::Instance Answer::Only() const {
   if (instances.size() != 1) throw std::logic_error("not one instance: " + Text());
   return instances.front();
 }
@@ -186,9 +186,9 @@ std::ostream& operator<<(std::ostream& out, const Answer& answer) {
 }
 
 std::string Brief(const ObjectPath& path) {
-  if (path.class_name == broker::schema::kSystemClass) {
+  if (path.class_name == cim::schema::kSystemClass) {
     const Value* name = path.Key("Name");
-    return "System " + (name == nullptr ? std::string() : broker::ToText(*name));
+    return "System " + (name == nullptr ? std::string() : cim::ToText(*name));
   }
   std::string text = WithoutPrefix(path.class_name, kPrefix);
   std::string ends;
@@ -196,22 +196,22 @@ std::string Brief(const ObjectPath& path) {
     if (value.reference() != nullptr) {
       ends += (ends.empty() ? "" : ", ") + Brief(*value.reference());
     } else if (name == "DeviceID" || name == "InstanceID") {
-      text += " " + WithoutPrefix(broker::ToText(value), "Ostrel:");
+      text += " " + WithoutPrefix(cim::ToText(value), "Ostrel:");
     }
   }
   return ends.empty() ? text : text + "(" + ends + ")";
 }
 
-std::vector<std::string> Properties(const broker::Instance& instance) {
+std::vector<std::string> Properties(const cim::Instance& instance) {
   std::vector<std::string> texts;
-  for (const broker::Property& property : instance.properties) {
+  for (const cim::Property& property : instance.properties) {
     if (instance.path.Key(property.name) == nullptr) texts.push_back(PropertyText(property));
   }
   return texts;
 }
 
-std::string PropertyText(const broker::Instance& instance, std::string_view name) {
-  for (const broker::Property& property : instance.properties) {
+std::string PropertyText(const cim::Instance& instance, std::string_view name) {
+  for (const cim::Property& property : instance.properties) {
     if (property.name == name) return PropertyText(property);
   }
   return "no property " + std::string(name);
@@ -221,7 +221,7 @@ ObjectPath ElementPath(const std::string& class_name, const std::string& identif
   ObjectPath path = {{},
                      kNameSpace,
                      ClassName(class_name),
-                     {{"SystemCreationClassName", std::string(broker::schema::kSystemClass)},
+                     {{"SystemCreationClassName", std::string(cim::schema::kSystemClass)},
                       {"SystemName", "fake-host"},
                       {"CreationClassName", ClassName(class_name)},
                       {"DeviceID", identifier}}};
@@ -236,7 +236,7 @@ ObjectPath GroupPath(const std::string& instance_id) {
 }
 
 ObjectPath SystemPath(const std::string& name) {
-  const std::string class_name(broker::schema::kSystemClass);
+  const std::string class_name(cim::schema::kSystemClass);
   return {{}, kNameSpace, class_name, {{"CreationClassName", class_name}, {"Name", name}}};
 }
 
@@ -335,8 +335,8 @@ class ProviderTest::BrokerExtension {
                                          CMPIStatus* status) {
     CMPIInstance* instance = current_->original_->newInstance(broker, path, status);
     const CMPIString* name = path->ft->getClassName(path, nullptr);
-    const auto* cls = broker::schema::FindClass(name->ft->getCharPtr(name, nullptr));
-    for (const broker::schema::Property* property : broker::schema::AllProperties(*cls)) {
+    const auto* cls = cim::schema::FindClass(name->ft->getCharPtr(name, nullptr));
+    for (const cim::schema::Property* property : cim::schema::AllProperties(*cls)) {
       if (property->key) continue;
       CMPIValue value{};
       CMPIType type = property->type;
@@ -392,10 +392,10 @@ void ProviderTest::Use(const fake::Host& host, broker::Options options) {
   for (const char* class_name : kClasses) manager_->Register(ClassName(class_name), library);
 }
 
-Answer ProviderTest::Request(const std::function<broker::Status(broker::ResultSink&)>& request) {
+Answer ProviderTest::Request(const std::function<cim::Status(broker::ResultSink&)>& request) {
   Answer answer;
   answer.status = request(answer);
-  for (broker::Instance& instance : answer.instances) RemoveClassDefaults(instance);
+  for (cim::Instance& instance : answer.instances) RemoveClassDefaults(instance);
   return answer;
 }
 

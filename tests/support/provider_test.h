@@ -38,8 +38,8 @@
 
 #include "broker/object_manager.h"
 #include "broker/result_sink.h"
-#include "broker/value.h"
 #include "cache/cache_state.h"
+#include "cim/value.h"
 #include "platform/ostint/cmpi_broker.h"
 #include "support/cache_reset.h"
 #include "support/fake_host.h"
@@ -47,7 +47,7 @@
 
 // What a request was answered with.
 struct Answer : broker::Recorder {
-  broker::Status status;
+  cim::Status status;
   std::string asked;  // of GetInstance: the element that was asked for, as text
 
   std::string Text() const;
@@ -57,47 +57,45 @@ struct Answer : broker::Recorder {
   // The texts of the elements alone, sorted: where the order is nobody's business.
   std::vector<std::string> Elements() const;
   // The one instance. Throws std::logic_error when there are none or several.
-  broker::Instance Only() const;
+  cim::Instance Only() const;
 };
 
 inline bool operator==(const Answer& answer, std::string_view text) { return answer.Is(text); }
 std::ostream& operator<<(std::ostream& out, const Answer& answer);
 
 // An element's text: "PCIDevice e", "PCIPortGroup bus-3", "System fake-host".
-std::string Brief(const broker::ObjectPath& path);
+std::string Brief(const cim::ObjectPath& path);
 
 // How failing tests show them.
-namespace broker {
+namespace cim {
 inline void PrintTo(const ObjectPath& path, std::ostream* out) {
   *out << path.class_name;
   for (const auto& [name, value] : path.keys) *out << ' ' << name << '=' << ToText(value);
 }
 inline void PrintTo(const Instance& instance, std::ostream* out) { PrintTo(instance.path, out); }
-}  // namespace broker
+}  // namespace cim
 
 // The properties of an instance that are no keys, in order: "BusNumber uint8 1"; a null is
 // "PhysicalSlot uint8 NULL".
-std::vector<std::string> Properties(const broker::Instance& instance);
+std::vector<std::string> Properties(const cim::Instance& instance);
 // The same for one property; "no property NAME" where there is none.
-std::string PropertyText(const broker::Instance& instance, std::string_view name);
+std::string PropertyText(const cim::Instance& instance, std::string_view name);
 
 // Paths as requests carry them, with all keys of their class.
-broker::ObjectPath ElementPath(const std::string& class_name, const std::string& identifier);
-inline broker::ObjectPath DevicePath(const std::string& id) { return ElementPath("PCIDevice", id); }
-inline broker::ObjectPath BridgePath(const std::string& id) { return ElementPath("PCIBridge", id); }
-inline broker::ObjectPath SwitchPath(const std::string& id) {
-  return ElementPath("PCIeSwitch", id);
-}
-inline broker::ObjectPath PortPath(const std::string& name) { return ElementPath("PCIPort", name); }
-broker::ObjectPath GroupPath(const std::string& instance_id);
-broker::ObjectPath SystemPath(const std::string& name = "fake-host");
+cim::ObjectPath ElementPath(const std::string& class_name, const std::string& identifier);
+inline cim::ObjectPath DevicePath(const std::string& id) { return ElementPath("PCIDevice", id); }
+inline cim::ObjectPath BridgePath(const std::string& id) { return ElementPath("PCIBridge", id); }
+inline cim::ObjectPath SwitchPath(const std::string& id) { return ElementPath("PCIeSwitch", id); }
+inline cim::ObjectPath PortPath(const std::string& name) { return ElementPath("PCIPort", name); }
+cim::ObjectPath GroupPath(const std::string& instance_id);
+cim::ObjectPath SystemPath(const std::string& name = "fake-host");
 // An association of the class with its two reference keys.
-broker::ObjectPath AssociationPath(const std::string& class_name, const broker::ObjectPath& first,
-                                   const broker::ObjectPath& second);
+cim::ObjectPath AssociationPath(const std::string& class_name, const cim::ObjectPath& first,
+                                const cim::ObjectPath& second);
 
 // The path with a key set, and without a key.
-broker::ObjectPath With(broker::ObjectPath path, const std::string& key, broker::Value value);
-broker::ObjectPath Without(broker::ObjectPath path, const std::string& key);
+cim::ObjectPath With(cim::ObjectPath path, const std::string& key, cim::Value value);
+cim::ObjectPath Without(cim::ObjectPath path, const std::string& key);
 
 // Options of an object manager whose class of the hosting system has no instances, or is refused.
 broker::Options WithoutSystem();
@@ -137,32 +135,31 @@ class ProviderTest : public ::testing::Test {
 
   Answer EnumNames(const std::string& class_name);
   Answer EnumInstances(const std::string& class_name, const PropertyList& properties = {});
-  Answer Get(const std::string& class_name, const broker::ObjectPath& path,
+  Answer Get(const std::string& class_name, const cim::ObjectPath& path,
              const PropertyList& properties = {});
-  Answer Associators(const std::string& class_name, const broker::ObjectPath& source,
+  Answer Associators(const std::string& class_name, const cim::ObjectPath& source,
                      const Filter& filter = {}, const PropertyList& properties = {});
-  Answer AssociatorNames(const std::string& class_name, const broker::ObjectPath& source,
+  Answer AssociatorNames(const std::string& class_name, const cim::ObjectPath& source,
                          const Filter& filter = {});
-  Answer References(const std::string& class_name, const broker::ObjectPath& source,
+  Answer References(const std::string& class_name, const cim::ObjectPath& source,
                     const Filter& filter = {}, const PropertyList& properties = {});
-  Answer ReferenceNames(const std::string& class_name, const broker::ObjectPath& source,
+  Answer ReferenceNames(const std::string& class_name, const cim::ObjectPath& source,
                         const Filter& filter = {});
 
   // The four association requests from one source, in the order associators, associatorNames,
   // references, referenceNames.
   std::vector<Answer> AssociationRequests(const std::string& class_name,
-                                          const broker::ObjectPath& source,
-                                          const Filter& filter = {});
+                                          const cim::ObjectPath& source, const Filter& filter = {});
 
   // Runs body(result, path) inside a provider call: where functions are tested that no request can
   // reach. A body that answers no status stands for OK. The object manager takes instances in the
   // one call, object paths in the other.
   template <typename Body>
-  Answer Inside(const broker::ObjectPath& path, const Body& body) {
+  Answer Inside(const cim::ObjectPath& path, const Body& body) {
     return RunProbe(path, Operation(body), false);
   }
   template <typename Body>
-  Answer InsideRef(const broker::ObjectPath& path, const Body& body) {
+  Answer InsideRef(const cim::ObjectPath& path, const Body& body) {
     return RunProbe(path, Operation(body), true);
   }
 
@@ -197,8 +194,8 @@ class ProviderTest : public ::testing::Test {
   }
 
   BrokerExtension& ExtendBroker();
-  Answer RunProbe(const broker::ObjectPath& path, ProbeOperation operation, bool refs);
-  Answer Request(const std::function<broker::Status(broker::ResultSink&)>& request);
+  Answer RunProbe(const cim::ObjectPath& path, ProbeOperation operation, bool refs);
+  Answer Request(const std::function<cim::Status(broker::ResultSink&)>& request);
 
   std::unique_ptr<broker::ObjectManager> manager_;
   std::unique_ptr<BrokerExtension> extension_;

@@ -3,25 +3,25 @@
 #include <string>
 #include <utility>
 
-#include "broker/utf8.h"
+#include "cim/utf8.h"
 #include "tool/utf8_text.h"
 
 namespace tool {
 
-using broker::Instance;
-using broker::ObjectPath;
-using broker::Value;
+using cim::Instance;
+using cim::ObjectPath;
+using cim::Value;
 
 namespace {
 
 Json ScalarToJson(const Value& value) {
   if (const bool* truth = value.get<bool>()) return *truth;
-  if (const char16_t* letter = value.get<char16_t>()) return ValidUtf8(broker::ToUtf8(*letter));
+  if (const char16_t* letter = value.get<char16_t>()) return ValidUtf8(cim::ToUtf8(*letter));
   if (const float* single = value.get<float>()) return *single;
   if (const double* real = value.get<double>()) return *real;
   if (const auto number = value.as_unsigned()) return *number;
   if (const auto number = value.as_signed()) return *number;
-  if (const auto* time = value.get<broker::DateTime>()) return ValidUtf8(time->text);
+  if (const auto* time = value.get<cim::DateTime>()) return ValidUtf8(time->text);
   if (const std::string* text = value.text()) return ValidUtf8(*text);
   return nullptr;
 }
@@ -41,7 +41,7 @@ Json ToJson(const ObjectPath& path) {
 
 Json ToJson(const Instance& instance) {
   Json properties = Json::object();
-  for (const broker::Property& property : instance.properties) {
+  for (const cim::Property& property : instance.properties) {
     properties[ValidUtf8(property.name)] = ToJson(property.value);
   }
   Json json;

@@ -5,16 +5,16 @@
 #ifndef TESTS_TOOL_NAIVE_JSON_H_
 #define TESTS_TOOL_NAIVE_JSON_H_
 
-#include "broker/value.h"
+#include "cim/value.h"
 #include "tool/json_value.h"
 
 namespace tool {
 
 // {"namespace": ..., "className": ..., "keys": {...}}, with "host" in front where there is one.
-Json ToJson(const broker::ObjectPath& path);
+Json ToJson(const cim::ObjectPath& path);
 // {"path": ..., "properties": {...}}
-Json ToJson(const broker::Instance& instance);
-Json ToJson(const broker::Value& value);
+Json ToJson(const cim::Instance& instance);
+Json ToJson(const cim::Value& value);
 
 }  // namespace tool
 

@@ -5,7 +5,7 @@
 
 #include <optional>
 
-#include "broker/wbem_uri.h"
+#include "cim/wbem_uri.h"
 #include "tool/class_names.h"
 #include "tool/errors.h"
 #include "tool/path_completion.h"
@@ -14,7 +14,7 @@
 namespace tool {
 namespace {
 
-using broker::ObjectPath;
+using cim::ObjectPath;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -35,7 +35,7 @@ TEST(ClassNames, MayBeShortAndInAnyCase) {
 
 TEST(ClassNames, OfTheTenServedClassesAllHaveADifferentShortForm) {
   ASSERT_EQ(ServedClasses().size(), 10U);
-  for (const broker::schema::Class* cls : ServedClasses()) {
+  for (const cim::schema::Class* cls : ServedClasses()) {
     EXPECT_EQ(ResolveClass(cls->name.substr(7)).name, cls->name);
   }
 }
@@ -55,7 +55,7 @@ TEST(ClassNames, ThatDoNotExistAreAnsweredWithNearOnes) {
 }
 
 ObjectPath System() {
-  return broker::ParseWbemUri(
+  return cim::ParseWbemUri(
       "root/cimv2:OMC_UnitaryComputerSystem.CreationClassName=\"OMC_UnitaryComputerSystem\","
       "Name=\"host\"");
 }

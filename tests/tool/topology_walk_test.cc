@@ -171,7 +171,7 @@ TEST_F(TopologyWalk, LeavesTheServedSystemTheSameName) {
   fake::Use(host_.SystemName("Acme-Rack-1"));
   Session session({PROVIDER_LIBRARY, "this-machine"});
   EXPECT_EQ(session.ManagerForThreads().SystemPath(), session.system());
-  EXPECT_EQ(*session.system().Key("Name"), broker::Value("acme-rack-1"));
+  EXPECT_EQ(*session.system().Key("Name"), cim::Value("acme-rack-1"));
 }
 
 TEST_F(TopologyWalk, IsOfTheNamedSystemWhereTheProvidersCannotTell) {
@@ -179,7 +179,7 @@ TEST_F(TopologyWalk, IsOfTheNamedSystemWhereTheProvidersCannotTell) {
   fake::Use(host_);
   testing::internal::CaptureStderr();
   Session session({PROVIDER_LIBRARY, "this-machine"});
-  EXPECT_EQ(*session.system().Key("Name"), broker::Value("this-machine"));
+  EXPECT_EQ(*session.system().Key("Name"), cim::Value("this-machine"));
   EXPECT_THROW(WalkTopology(session, {}), CommandError);
   testing::internal::GetCapturedStderr();
 }

@@ -16,9 +16,9 @@
 namespace tool {
 namespace {
 
-using broker::Instance;
-using broker::ObjectPath;
-using broker::Value;
+using cim::Instance;
+using cim::ObjectPath;
+using cim::Value;
 using testing::HasSubstr;
 
 ObjectPath Path(std::string class_name, std::string id) {
@@ -91,7 +91,7 @@ TEST(JsonWriter, WritesAsADocumentInMemoryIsWritten) {
   }
   instances[2].properties.push_back({"Letter", Value(u'\x1f')});
   instances[2].properties.push_back({"Half", Value(static_cast<char16_t>(0xd800))});
-  instances[2].properties.push_back({"Time", Value(broker::DateTime{"20260101000000.000000+000"})});
+  instances[2].properties.push_back({"Time", Value(cim::DateTime{"20260101000000.000000+000"})});
   instances[2].properties.push_back({"Least", Value(std::numeric_limits<std::int64_t>::min())});
   instances[2].properties.push_back(
       {"References", Value::ArrayOf(CMPI_ref, {Value(Path("Test_Other", "\n")), Value()})});

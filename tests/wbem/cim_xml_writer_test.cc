@@ -7,13 +7,13 @@
 #include <string>
 #include <vector>
 
-#include "broker/schema.h"
+#include "cim/schema.h"
 
 namespace {
 
-using broker::Instance;
-using broker::ObjectPath;
-using broker::Value;
+using cim::Instance;
+using cim::ObjectPath;
+using cim::Value;
 using wbem::Selection;
 
 const wbem::Place kPlace{"a-host:5988", "root/cimv2"};
@@ -67,7 +67,7 @@ TEST(CimXmlWriter, ScalarsOfEveryType) {
   EXPECT_EQ(Written(Value(u'\u00e4')), Property("char16", "\u00e4"));
   EXPECT_EQ(Written(Value("a<b & \x01")), Property("string", "a&lt;b &amp; \ufffd"));
   EXPECT_EQ(Written(Value("")), Property("string", ""));
-  EXPECT_EQ(Written(Value(broker::DateTime{"20260102030405.000000+000"})),
+  EXPECT_EQ(Written(Value(cim::DateTime{"20260102030405.000000+000"})),
             Property("datetime", "20260102030405.000000+000"));
 }
 
@@ -143,9 +143,9 @@ TEST(CimXmlWriter, PropertyListsIgnoreCaseAndUnknownNames) {
 TEST(CimXmlWriter, ASuperclassBoundsTheProperties) {
   const Instance instance{Group("x"), {{"InstanceID", Value("x")}, {"BusNumber", Value("1")}}};
   Selection selection;
-  selection.known_to = broker::schema::FindClass("CIM_Collection");
+  selection.known_to = cim::schema::FindClass("CIM_Collection");
   EXPECT_TRUE(Names(Written(instance, selection)).empty());
-  selection.known_to = broker::schema::FindClass("CIM_SystemSpecificCollection");
+  selection.known_to = cim::schema::FindClass("CIM_SystemSpecificCollection");
   EXPECT_EQ(Names(Written(instance, selection)), (std::vector<std::string>{"InstanceID"}));
 }
 
@@ -162,7 +162,7 @@ TEST(CimXmlWriter, ClassOriginIsWhereAPropertyCameIn) {
 }
 
 TEST(CimXmlWriter, EveryClassIsAWellFormedDocument) {
-  for (const broker::schema::Class& cls : broker::schema::AllClasses()) {
+  for (const cim::schema::Class& cls : cim::schema::AllClasses()) {
     Selection selection;
     selection.qualifiers = true;
     selection.class_origin = true;
@@ -184,7 +184,7 @@ TEST(CimXmlWriter, QualifiersOfClassesAndProperties) {
   Selection selection;
   selection.qualifiers = true;
   std::string xml;
-  wbem::AppendClass(xml, *broker::schema::FindClass("Ostrel_PCIControlledBy"), selection);
+  wbem::AppendClass(xml, *cim::schema::FindClass("Ostrel_PCIControlledBy"), selection);
   EXPECT_NE(xml.find("<QUALIFIER NAME=\"Association\" TYPE=\"boolean\"><VALUE>TRUE</VALUE>"
                      "</QUALIFIER><QUALIFIER NAME=\"Version\" TYPE=\"string\" "
                      "TOSUBCLASS=\"false\"><VALUE>"),
@@ -195,7 +195,7 @@ TEST(CimXmlWriter, QualifiersOfClassesAndProperties) {
             std::string::npos)
       << xml;
   xml.clear();
-  wbem::AppendClass(xml, *broker::schema::FindClass("Ostrel_PCIPort"), selection);
+  wbem::AppendClass(xml, *cim::schema::FindClass("Ostrel_PCIPort"), selection);
   EXPECT_NE(xml.find("<QUALIFIER NAME=\"ValueMap\" TYPE=\"string\"><VALUE.ARRAY><VALUE>150"),
             std::string::npos);
   EXPECT_NE(xml.find("<QUALIFIER NAME=\"Values\" TYPE=\"string\"><VALUE.ARRAY><VALUE>PCI"),
@@ -204,7 +204,7 @@ TEST(CimXmlWriter, QualifiersOfClassesAndProperties) {
 
 TEST(CimXmlWriter, InheritedPropertiesAreMarked) {
   std::string xml;
-  const auto& cls = *broker::schema::FindClass("CIM_PCIPortGroup");
+  const auto& cls = *cim::schema::FindClass("CIM_PCIPortGroup");
   wbem::AppendClass(xml, cls, {});
   EXPECT_NE(xml.find("<PROPERTY NAME=\"InstanceID\" TYPE=\"string\" PROPAGATED=\"true\">"),
             std::string::npos)

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "broker/object_manager.h"
-#include "broker/schema.h"
+#include "cim/schema.h"
 #include "support/fake_host.h"
 #include "wbem/answers.h"
 #include "wbem/guest.h"
@@ -76,7 +76,7 @@ class OperationsTest : public testing::Test {
     options.system_name = "small-host";
     manager = std::make_unique<broker::ObjectManager>(std::move(options));
     const auto library = broker::ProviderLibrary::Open(PROVIDER_LIBRARY);
-    for (const auto& cls : broker::schema::AllClasses()) {
+    for (const auto& cls : cim::schema::AllClasses()) {
       if (cls.name.starts_with("Ostrel_")) manager->Register(cls.name, library);
     }
   }
@@ -387,7 +387,7 @@ TEST_F(OperationsTest, EnumeratesClasses) {
               UnorderedElementsAre("CIM_ManagedElement", "CIM_Component", "CIM_Dependency",
                                    "CIM_MemberOfCollection"));
   EXPECT_THAT(Ask("EnumerateClassNames", Flag("DeepInheritance", true)).classes(),
-              SizeIs(broker::schema::AllClasses().size()));
+              SizeIs(cim::schema::AllClasses().size()));
   EXPECT_THAT(Ask("EnumerateClassNames", Class("CIM_PCIDevice")).classes(),
               UnorderedElementsAre("Ostrel_PCIDevice", "CIM_PCIBridge", "CIM_PCIeSwitch"));
   EXPECT_THAT(
@@ -596,7 +596,7 @@ TEST_F(GuestTest, AnOperationEndsWhenItsClientIsGone) {
 
 // The keys that requests can name.
 TEST(Keys, OfAllClassesAreStringsAndReferences) {
-  for (const auto& cls : broker::schema::AllClasses()) {
+  for (const auto& cls : cim::schema::AllClasses()) {
     for (const auto* property : AllProperties(cls)) {
       EXPECT_TRUE(!property->key || property->type == CMPI_string || property->type == CMPI_ref)
           << cls.name << "." << property->name;

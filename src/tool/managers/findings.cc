@@ -8,7 +8,7 @@
 #include <system_error>
 #include <utility>
 
-#include "broker/text.h"
+#include "cim/text.h"
 #include "tool/managers/program.h"
 
 namespace tool {
@@ -31,7 +31,7 @@ bool Holds(const std::vector<std::string>& folders, const std::string& folder) {
 // A host's name that can stand in MOF and in a sed command as it is.
 bool IsPlainName(const std::string& name) {
   const auto plain = [](char c) {
-    const char lower = broker::LowerAscii(c);
+    const char lower = cim::LowerAscii(c);
     return (lower >= 'a' && lower <= 'z') || (c >= '0' && c <= '9') || c == '.' || c == '-' ||
            c == '_';
   };

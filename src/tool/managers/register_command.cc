@@ -14,8 +14,8 @@
 #include <sstream>
 #include <system_error>
 
-#include "broker/schema_files.h"
-#include "broker/text.h"
+#include "cim/schema_files.h"
+#include "cim/text.h"
 #include "tool/errors.h"
 #include "tool/managers/findings.h"
 #include "tool/managers/server_kind.h"
@@ -28,7 +28,7 @@ namespace fs = std::filesystem;
 const ServerKind& KindOf(Server server) { return server == Server::kSfcb ? Sfcb() : Pegasus(); }
 
 std::string LowerCase(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(), broker::LowerAscii);
+  std::transform(text.begin(), text.end(), text.begin(), cim::LowerAscii);
   return text;
 }
 
@@ -64,7 +64,7 @@ void FillInSystemClass(const std::string& from, const std::string& to, const std
   read << std::ifstream(from).rdbuf();
   if (!read) throw CommandError(fmt::format("cannot read {}", from));
   std::string text = read.str();
-  constexpr std::string_view kPlaceholder = broker::schema::kSystemNamePlaceholder;
+  constexpr std::string_view kPlaceholder = cim::schema::kSystemNamePlaceholder;
   for (std::size_t at = 0; (at = text.find(kPlaceholder, at)) != std::string::npos;) {
     text.replace(at, kPlaceholder.size(), name);
   }
@@ -117,7 +117,7 @@ void PrintSteps(const RegisterOptions& options, std::ostream& out) {
   if (options.with_system && !options.unregister) {
     fmt::print(out, "# Put the host's name into the hosting system's instance\n{} > {}\n",
                ShellLine({"sed",
-                          fmt::format("s/{}/{}/", broker::schema::kSystemNamePlaceholder,
+                          fmt::format("s/{}/{}/", cim::schema::kSystemNamePlaceholder,
                                       LowerCase(options.system_name)),
                           fs::path(options.schema_folder) / kSystemClassFile}),
                kSystemClassFile);

@@ -4,15 +4,15 @@
 #include <cstdint>
 #include <utility>
 
-#include "broker/wbem_uri.h"
+#include "cim/wbem_uri.h"
 #include "support/naive_providers.h"
 
 namespace naive {
 
-using broker::Instance;
-using broker::ObjectPath;
 using broker::PropertyList;
-using broker::Value;
+using cim::Instance;
+using cim::ObjectPath;
+using cim::Value;
 
 namespace {
 
@@ -57,7 +57,7 @@ Instance Filtered(const Instance& instance, const PropertyList& properties) {
   if (!properties) return instance;
   Instance filtered;
   filtered.path = instance.path;
-  for (const broker::Property& property : instance.properties) {
+  for (const cim::Property& property : instance.properties) {
     bool kept = false;
     for (const std::string& listed : *properties) {
       if (SameName(listed, property.name)) kept = true;
@@ -113,7 +113,7 @@ bool SameElement(const ObjectPath& left, const ObjectPath& right) {
 }
 
 std::string Text(const ObjectPath& path) {
-  const std::string text = broker::ToWbemUri(path);
+  const std::string text = cim::ToWbemUri(path);
   return text.substr(0, text.find('\0'));
 }
 

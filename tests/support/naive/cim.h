@@ -8,7 +8,7 @@
 
 #include <string>
 
-#include "broker/value.h"
+#include "cim/value.h"
 #include "platform/cmpi/cmpi.h"
 #include "support/naive_providers.h"
 
@@ -48,26 +48,26 @@ bool SameName(const std::string& left, const std::string& right);
 bool HasDash(const std::string& name);
 
 // Values and properties.
-broker::Value Uint8(int value);
-broker::Value Uint16(int value);
-bool SameValue(const broker::Value& left, const broker::Value& right);
-void Set(broker::Instance& instance, const char* name, broker::Value value);
+cim::Value Uint8(int value);
+cim::Value Uint16(int value);
+bool SameValue(const cim::Value& left, const cim::Value& right);
+void Set(cim::Instance& instance, const char* name, cim::Value value);
 
 // An instance starts with the keys of its path.
-broker::Instance InstanceFrom(const broker::ObjectPath& path);
+cim::Instance InstanceFrom(const cim::ObjectPath& path);
 
 // The listed properties alone. Object managers keep the keys, listed or not.
-broker::Instance Filtered(const broker::Instance& instance, const broker::PropertyList& properties);
+cim::Instance Filtered(const cim::Instance& instance, const broker::PropertyList& properties);
 
 // Keys. Throw the wrapper's Status where a key is missing or of another type.
-std::string ReadText(const broker::ObjectPath& path, const char* name);
-broker::ObjectPath ReadReference(const broker::ObjectPath& path, const char* name);
+std::string ReadText(const cim::ObjectPath& path, const char* name);
+cim::ObjectPath ReadReference(const cim::ObjectPath& path, const char* name);
 
-bool IsA(const broker::ObjectPath& path, const std::string& class_name);
-bool SameElement(const broker::ObjectPath& left, const broker::ObjectPath& right);
+bool IsA(const cim::ObjectPath& path, const std::string& class_name);
+bool SameElement(const cim::ObjectPath& left, const cim::ObjectPath& right);
 
 // A log line ends at a zero byte, which a path with a zero character holds.
-std::string Text(const broker::ObjectPath& path);
+std::string Text(const cim::ObjectPath& path);
 
 }  // namespace naive
 

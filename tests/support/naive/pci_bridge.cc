@@ -7,9 +7,9 @@
 
 namespace naive {
 
-using broker::Instance;
-using broker::ObjectPath;
 using broker::PropertyList;
+using cim::Instance;
+using cim::ObjectPath;
 
 Instance Providers::MakeBridge(const fake::Device& device, const PropertyList& properties) {
   Instance instance = InstanceFrom(DevicePath(device, kBridge));

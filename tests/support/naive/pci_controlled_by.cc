@@ -10,9 +10,9 @@
 
 namespace naive {
 
-using broker::Instance;
-using broker::ObjectPath;
 using broker::PropertyList;
+using cim::Instance;
+using cim::ObjectPath;
 
 Providers::Source Providers::ReadSource(const ObjectPath& path) const {
   Source source;

@@ -9,10 +9,10 @@
 
 namespace naive {
 
-using broker::Instance;
-using broker::ObjectPath;
 using broker::PropertyList;
-using broker::Value;
+using cim::Instance;
+using cim::ObjectPath;
+using cim::Value;
 
 void Providers::PopulateDeviceDetails(const fake::Device& device, Instance& instance) {
   const std::string vendor = model_.Ask("GetVendorName", device, device.vendor_name);

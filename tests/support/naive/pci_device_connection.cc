@@ -9,8 +9,8 @@
 
 namespace naive {
 
-using broker::ObjectPath;
 using broker::PropertyList;
+using cim::ObjectPath;
 
 Providers::Connection Providers::ConnectionOfDevice(const fake::Device& device) {
   const std::string parent = AskParentName(device).value_or("");

@@ -7,8 +7,8 @@
 
 namespace naive {
 
-using broker::ObjectPath;
 using broker::PropertyList;
+using cim::ObjectPath;
 
 void Providers::ReturnHosted(int bus, const PropertyList& properties) {
   const ObjectPath path =

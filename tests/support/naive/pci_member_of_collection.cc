@@ -10,8 +10,8 @@
 
 namespace naive {
 
-using broker::ObjectPath;
 using broker::PropertyList;
+using cim::ObjectPath;
 
 void Providers::ReturnMember(int bus, const std::string& port_name,
                              const PropertyList& properties) {

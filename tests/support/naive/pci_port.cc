@@ -9,9 +9,9 @@
 
 namespace naive {
 
-using broker::Instance;
-using broker::ObjectPath;
 using broker::PropertyList;
+using cim::Instance;
+using cim::ObjectPath;
 
 Instance Providers::MakePort(const PropertyList& properties, const std::string& port_name,
                              const std::string& controller, const fake::Device& device,

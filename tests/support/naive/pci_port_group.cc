@@ -10,9 +10,9 @@
 
 namespace naive {
 
-using broker::Instance;
-using broker::ObjectPath;
 using broker::PropertyList;
+using cim::Instance;
+using cim::ObjectPath;
 
 Instance Providers::MakePortGroup(int bus) {
   Instance instance = InstanceFrom(GroupPath(bus));

@@ -7,9 +7,9 @@
 
 namespace naive {
 
-using broker::Instance;
-using broker::ObjectPath;
 using broker::PropertyList;
+using cim::Instance;
+using cim::ObjectPath;
 
 void Providers::ReturnSystemDevice(const ObjectPath& part, const PropertyList& properties) {
   const ObjectPath path =

@@ -8,9 +8,9 @@
 
 namespace naive {
 
-using broker::Instance;
-using broker::ObjectPath;
 using broker::PropertyList;
+using cim::Instance;
+using cim::ObjectPath;
 
 bool Providers::IsChildOf(const fake::Device& parent, const fake::Device& device) {
   try {

@@ -3,8 +3,8 @@
 //
 // Thread rule: plain values; share them as const.
 
-#ifndef BROKER_VALUE_H_
-#define BROKER_VALUE_H_
+#ifndef CIM_VALUE_H_
+#define CIM_VALUE_H_
 
 #include <concepts>
 #include <cstdint>
@@ -18,7 +18,7 @@
 
 #include "platform/cmpi/cmpi.h"
 
-namespace broker {
+namespace cim {
 
 struct ObjectPath;
 struct Instance;
@@ -144,6 +144,6 @@ std::string TypeName(CMPIType type);
 // reference as its WBEM URI, a null as "NULL".
 std::string ToText(const Value& value);
 
-}  // namespace broker
+}  // namespace cim
 
-#endif  // BROKER_VALUE_H_
+#endif  // CIM_VALUE_H_

@@ -1,12 +1,12 @@
-#include "broker/schema_files.h"
+#include "cim/schema_files.h"
 
 #include <fmt/format.h>
 
-#include "broker/class_versions.h"
-#include "broker/mof_writer.h"
-#include "broker/schema.h"
+#include "cim/class_mof.h"
+#include "cim/class_versions.h"
+#include "cim/schema.h"
 
-namespace broker::schema {
+namespace cim::schema {
 namespace {
 
 constexpr std::string_view kNameSpace = "root/cimv2";
@@ -189,4 +189,4 @@ std::vector<SchemaFile> SchemaFiles() {
   };
 }
 
-}  // namespace broker::schema
+}  // namespace cim::schema

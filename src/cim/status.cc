@@ -1,8 +1,8 @@
-#include "broker/status.h"
+#include "cim/status.h"
 
 #include <fmt/format.h>
 
-namespace broker {
+namespace cim {
 
 namespace {
 
@@ -48,4 +48,4 @@ std::string ToString(const Status& status) {
   return StatusName(status.code) + ": " + status.message;
 }
 
-}  // namespace broker
+}  // namespace cim

@@ -1,13 +1,13 @@
-#include "broker/schema.h"
+#include "cim/schema.h"
 
 #include <array>
 #include <cstddef>
 #include <unordered_set>
 
-#include "broker/schema_table.h"
-#include "broker/text.h"
+#include "cim/schema_table.h"
+#include "cim/text.h"
 
-namespace broker::schema {
+namespace cim::schema {
 
 namespace {
 
@@ -149,4 +149,4 @@ std::vector<std::string_view> KeyNames(const Class& cls) {
   return names;
 }
 
-}  // namespace broker::schema
+}  // namespace cim::schema

@@ -4,14 +4,14 @@
 //
 // Only schema.cc includes this.
 
-#ifndef BROKER_SCHEMA_TABLE_H_
-#define BROKER_SCHEMA_TABLE_H_
+#ifndef CIM_SCHEMA_TABLE_H_
+#define CIM_SCHEMA_TABLE_H_
 
 #include <array>
 
-#include "broker/schema.h"
+#include "cim/schema.h"
 
-namespace broker::schema {
+namespace cim::schema {
 namespace {  // NOLINT(cert-dcl59-cpp): one file includes this
 
 constexpr std::string_view kCimVersion = "2.41.0";
@@ -406,6 +406,6 @@ constexpr auto kClasses = std::to_array<Class>({
 });
 
 }  // namespace
-}  // namespace broker::schema
+}  // namespace cim::schema
 
-#endif  // BROKER_SCHEMA_TABLE_H_
+#endif  // CIM_SCHEMA_TABLE_H_

@@ -1,4 +1,4 @@
-#include "broker/mof_reader.h"
+#include "cim/mof_reader.h"
 
 #include <algorithm>
 #include <cctype>

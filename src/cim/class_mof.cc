@@ -1,12 +1,12 @@
-#include "broker/mof_writer.h"
+#include "cim/class_mof.h"
 
 #include <cstddef>
 #include <string_view>
 #include <vector>
 
-#include "broker/value.h"
+#include "cim/value.h"
 
-namespace broker::schema {
+namespace cim::schema {
 namespace {
 
 constexpr std::size_t kColumns = 80;
@@ -159,4 +159,4 @@ std::string ClassMof(const Class& cls) {
   return text + "};\n";
 }
 
-}  // namespace broker::schema
+}  // namespace cim::schema

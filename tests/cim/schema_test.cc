@@ -1,4 +1,4 @@
-#include "broker/schema.h"
+#include "cim/schema.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <set>
 #include <string>
 
-namespace broker::schema {
+namespace cim::schema {
 namespace {
 
 std::vector<std::string_view> ChainOf(std::string_view name) {
@@ -105,4 +105,4 @@ TEST(Schema, GivesEveryOwnClassItsKeys) {
 }
 
 }  // namespace
-}  // namespace broker::schema
+}  // namespace cim::schema

@@ -4,17 +4,17 @@
 //
 // Thread rule: pure functions over constant data.
 
-#ifndef BROKER_CLASS_VERSIONS_H_
-#define BROKER_CLASS_VERSIONS_H_
+#ifndef CIM_CLASS_VERSIONS_H_
+#define CIM_CLASS_VERSIONS_H_
 
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "broker/schema.h"
+#include "cim/schema.h"
 
-namespace broker::schema {
+namespace cim::schema {
 
 inline constexpr std::string_view kClassVersionsFile = "class_versions.txt";
 
@@ -28,6 +28,6 @@ std::string ClassVersions(std::span<const Class* const> classes);
 std::vector<std::string> VersionFaults(std::string_view record,
                                        std::span<const Class* const> classes);
 
-}  // namespace broker::schema
+}  // namespace cim::schema
 
-#endif  // BROKER_CLASS_VERSIONS_H_
+#endif  // CIM_CLASS_VERSIONS_H_

@@ -1,11 +1,11 @@
-#include "broker/date_time.h"
+#include "cim/date_time.h"
 
 #include <fmt/format.h>
 
 #include <charconv>
 #include <chrono>
 
-namespace broker {
+namespace cim {
 
 namespace {
 
@@ -90,4 +90,4 @@ std::optional<TimeRead> ReadTime(std::string_view text) {
   return TimeRead{static_cast<std::uint64_t>(utc), false};
 }
 
-}  // namespace broker
+}  // namespace cim

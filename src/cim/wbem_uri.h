@@ -8,17 +8,17 @@
 //
 // Thread rule: pure functions.
 
-#ifndef BROKER_WBEM_URI_H_
-#define BROKER_WBEM_URI_H_
+#ifndef CIM_WBEM_URI_H_
+#define CIM_WBEM_URI_H_
 
 #include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 
-#include "broker/value.h"
+#include "cim/value.h"
 
-namespace broker {
+namespace cim {
 
 // A text that is no object path. `position` is the offset in bytes at which reading stopped, within
 // the outermost text (for an error inside a reference: where that reference's text begins).
@@ -46,6 +46,6 @@ std::string ToWbemUri(const ObjectPath& path);
 // numbers are uint64, sint64 when negative, or real64. Throws WbemUriError.
 ObjectPath ParseWbemUri(std::string_view text);
 
-}  // namespace broker
+}  // namespace cim
 
-#endif  // BROKER_WBEM_URI_H_
+#endif  // CIM_WBEM_URI_H_

@@ -6,8 +6,8 @@
 //
 // Thread rule: constant data, read from any thread.
 
-#ifndef BROKER_SCHEMA_H_
-#define BROKER_SCHEMA_H_
+#ifndef CIM_SCHEMA_H_
+#define CIM_SCHEMA_H_
 
 #include <span>
 #include <string_view>
@@ -15,7 +15,7 @@
 
 #include "platform/cmpi/cmpi.h"
 
-namespace broker::schema {
+namespace cim::schema {
 
 // One code of a coded property (the qualifiers ValueMap and Values).
 struct CodedValue {
@@ -71,6 +71,6 @@ std::string_view PropertyName(std::string_view name);
 // The names of the key properties, in the order of AllProperties.
 std::vector<std::string_view> KeyNames(const Class& cls);
 
-}  // namespace broker::schema
+}  // namespace cim::schema
 
-#endif  // BROKER_SCHEMA_H_
+#endif  // CIM_SCHEMA_H_

@@ -1,4 +1,4 @@
-#include "broker/class_versions.h"
+#include "cim/class_versions.h"
 
 #include <fmt/format.h>
 
@@ -9,9 +9,9 @@
 #include <sstream>
 #include <system_error>
 
-#include "broker/mof_writer.h"
+#include "cim/class_mof.h"
 
-namespace broker::schema {
+namespace cim::schema {
 namespace {
 
 constexpr std::string_view kHead =
@@ -76,7 +76,7 @@ std::string FaultOf(const Class& cls, const Recorded& recorded) {
   if (DeclarationHash(cls) == recorded.hash) return "";
   return fmt::format(
       "{}: the declaration changed, the Version is still {}; make it {} in "
-      "src/broker/schema_table.h, then run script/schema",
+      "src/cim/schema_table.h, then run script/schema",
       cls.name, cls.version, Higher(*before));
 }
 
@@ -108,4 +108,4 @@ std::vector<std::string> VersionFaults(std::string_view record,
   return faults;
 }
 
-}  // namespace broker::schema
+}  // namespace cim::schema

@@ -3,19 +3,19 @@
 //
 // Thread rule: pure functions over constant data.
 
-#ifndef BROKER_MOF_WRITER_H_
-#define BROKER_MOF_WRITER_H_
+#ifndef CIM_CLASS_MOF_H_
+#define CIM_CLASS_MOF_H_
 
 #include <string>
 
-#include "broker/schema.h"
+#include "cim/schema.h"
 
-namespace broker::schema {
+namespace cim::schema {
 
 // The declaration of the class with what it declares itself, references and keys that override
 // inherited ones included; ends with a line feed. Lines stay within 80 columns.
 std::string ClassMof(const Class& cls);
 
-}  // namespace broker::schema
+}  // namespace cim::schema
 
-#endif  // BROKER_MOF_WRITER_H_
+#endif  // CIM_CLASS_MOF_H_

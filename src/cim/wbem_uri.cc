@@ -1,4 +1,4 @@
-#include "broker/wbem_uri.h"
+#include "cim/wbem_uri.h"
 
 #include <fmt/format.h>
 
@@ -8,11 +8,11 @@
 #include <system_error>
 #include <type_traits>
 
-#include "broker/schema.h"
-#include "broker/text.h"
-#include "broker/utf8.h"
+#include "cim/schema.h"
+#include "cim/text.h"
+#include "cim/utf8.h"
 
-namespace broker {
+namespace cim {
 
 WbemUriError::WbemUriError(std::size_t position, const std::string& what)
     : std::invalid_argument(fmt::format("object path, at offset {}: {}", position, what)),
@@ -276,4 +276,4 @@ class Parser {
 
 ObjectPath ParseWbemUri(std::string_view text) { return Parser(text, 0, 0).ReadPath(); }
 
-}  // namespace broker
+}  // namespace cim

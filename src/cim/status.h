@@ -2,14 +2,14 @@
 //
 // Thread rule: plain values.
 
-#ifndef BROKER_STATUS_H_
-#define BROKER_STATUS_H_
+#ifndef CIM_STATUS_H_
+#define CIM_STATUS_H_
 
 #include <string>
 
 #include "platform/cmpi/cmpi.h"
 
-namespace broker {
+namespace cim {
 
 struct Status {
   CMPIrc code = CMPI_RC_OK;
@@ -27,6 +27,6 @@ std::string StatusName(CMPIrc code);
 // StatusName, then ": " and the message when there is one.
 std::string ToString(const Status& status);
 
-}  // namespace broker
+}  // namespace cim
 
-#endif  // BROKER_STATUS_H_
+#endif  // CIM_STATUS_H_

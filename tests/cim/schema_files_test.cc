@@ -1,6 +1,6 @@
 // The files of schema/ against the class table, and the class table against the rules of CIM.
 
-#include "broker/schema_files.h"
+#include "cim/schema_files.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -11,19 +11,19 @@
 #include <map>
 #include <sstream>
 
-#include "broker/class_versions.h"
-#include "broker/mof_reader.h"
-#include "broker/mof_writer.h"
 #include "broker/object_manager.h"
-#include "broker/schema.h"
-#include "broker/value.h"
+#include "cim/class_mof.h"
+#include "cim/class_versions.h"
+#include "cim/mof_reader.h"
+#include "cim/schema.h"
+#include "cim/value.h"
 
 namespace {
 
-using broker::schema::AllClasses;
-using broker::schema::FindClass;
-using broker::schema::FindProperty;
-using broker::schema::IsA;
+using cim::schema::AllClasses;
+using cim::schema::FindClass;
+using cim::schema::FindProperty;
+using cim::schema::IsA;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -37,22 +37,22 @@ std::string CheckedIn(std::string_view name) {
   return text.str();
 }
 
-std::vector<const broker::schema::Class*> ServedClasses() {
-  std::vector<const broker::schema::Class*> served;
-  for (const broker::schema::Class& cls : AllClasses()) {
+std::vector<const cim::schema::Class*> ServedClasses() {
+  std::vector<const cim::schema::Class*> served;
+  for (const cim::schema::Class& cls : AllClasses()) {
     if (cls.name.starts_with("Ostrel_")) served.push_back(&cls);
   }
   return served;
 }
 
 TEST(SchemaFiles, StandCheckedInAsTheClassTableWritesThem) {
-  for (const broker::schema::SchemaFile& file : broker::schema::SchemaFiles()) {
+  for (const cim::schema::SchemaFile& file : cim::schema::SchemaFiles()) {
     EXPECT_EQ(CheckedIn(file.name), file.text) << file.name << " is stale: run script/schema";
   }
 }
 
 TEST(SchemaFiles, KeepTheirLinesWithinEightyColumns) {
-  for (const broker::schema::SchemaFile& file : broker::schema::SchemaFiles()) {
+  for (const cim::schema::SchemaFile& file : cim::schema::SchemaFiles()) {
     std::istringstream lines(file.text);
     for (std::string line; std::getline(lines, line);) {
       EXPECT_LE(line.size(), 80U) << file.name << ": " << line;
@@ -62,29 +62,29 @@ TEST(SchemaFiles, KeepTheirLinesWithinEightyColumns) {
 }
 
 // What the class table says, in the reader's terms.
-mof::Literals CodesOf(const broker::schema::Property& property,
-                      std::string_view broker::schema::CodedValue::*field) {
+mof::Literals CodesOf(const cim::schema::Property& property,
+                      std::string_view cim::schema::CodedValue::*field) {
   mof::Literals codes;
-  for (const broker::schema::CodedValue& value : property.values) {
+  for (const cim::schema::CodedValue& value : property.values) {
     codes.emplace_back(value.*field);
   }
   return codes;
 }
 
-void ExpectSameProperty(const mof::Property& read, const broker::schema::Property& declared) {
+void ExpectSameProperty(const mof::Property& read, const cim::schema::Property& declared) {
   EXPECT_EQ(read.name, declared.name);
   const std::string type = declared.type == CMPI_ref
                                ? std::string(declared.reference_class) + " REF"
-                               : broker::TypeName(declared.type);
+                               : cim::TypeName(declared.type);
   EXPECT_EQ(read.type + (read.array ? "[]" : ""), type);
   EXPECT_EQ(read.qualifiers.contains("Key"), declared.key);
   EXPECT_THAT(read.qualifiers.at("Description"), ElementsAre(std::string(declared.description)));
   if (declared.values.empty()) return;
-  EXPECT_EQ(read.qualifiers.at("ValueMap"), CodesOf(declared, &broker::schema::CodedValue::code));
-  EXPECT_EQ(read.qualifiers.at("Values"), CodesOf(declared, &broker::schema::CodedValue::meaning));
+  EXPECT_EQ(read.qualifiers.at("ValueMap"), CodesOf(declared, &cim::schema::CodedValue::code));
+  EXPECT_EQ(read.qualifiers.at("Values"), CodesOf(declared, &cim::schema::CodedValue::meaning));
 }
 
-void ExpectSameClass(const mof::Class& read, const broker::schema::Class& declared) {
+void ExpectSameClass(const mof::Class& read, const cim::schema::Class& declared) {
   SCOPED_TRACE(read.name);
   EXPECT_EQ(read.name, declared.name);
   EXPECT_EQ(read.superclass, declared.superclass);
@@ -94,7 +94,7 @@ void ExpectSameClass(const mof::Class& read, const broker::schema::Class& declar
   ASSERT_EQ(read.properties.size(), declared.properties.size());
   for (std::size_t i = 0; i < read.properties.size(); ++i) {
     ExpectSameProperty(read.properties[i], declared.properties[i]);
-    const broker::schema::Class* superclass = FindClass(declared.superclass);
+    const cim::schema::Class* superclass = FindClass(declared.superclass);
     const bool inherited =
         superclass != nullptr && FindProperty(*superclass, read.properties[i].name) != nullptr;
     EXPECT_EQ(read.properties[i].qualifiers.contains("Override"), inherited);
@@ -112,11 +112,11 @@ TEST(SchemaFiles, DeclareTheServedClassesAsTheClassTableDoes) {
 TEST(SchemaFiles, GiveTheSystemClassOneInstanceWithAllKeys) {
   const mof::File file = mof::Read(CheckedIn("OMC_UnitaryComputerSystem.mof"));
   ASSERT_THAT(file.classes, SizeIs(1));
-  const broker::schema::Class* system = FindClass(broker::schema::kSystemClass);
+  const cim::schema::Class* system = FindClass(cim::schema::kSystemClass);
   ExpectSameClass(file.classes.front(), *system);
   ASSERT_THAT(file.instances, SizeIs(1));
   EXPECT_EQ(file.instances.front().class_name, system->name);
-  for (const std::string_view key : broker::schema::KeyNames(*system)) {
+  for (const std::string_view key : cim::schema::KeyNames(*system)) {
     EXPECT_TRUE(file.instances.front().properties.contains(std::string(key))) << key;
   }
   for (const auto& [name, value] : file.instances.front().properties) {
@@ -128,22 +128,22 @@ TEST(SchemaFiles, GiveTheSystemWhatTheBuiltInObjectManagerSaysOfIt) {
   broker::ObjectManager manager({.system_name = "host"});
   broker::Recorder served;
   ASSERT_TRUE(
-      manager.GetInstance(broker::schema::kSystemClass, manager.SystemPath(), std::nullopt, served)
+      manager.GetInstance(cim::schema::kSystemClass, manager.SystemPath(), std::nullopt, served)
           .ok());
   ASSERT_THAT(served.instances, SizeIs(1));
   std::map<std::string, mof::Literals> properties;
-  for (const broker::Property& property : served.instances.front().properties) {
-    const std::string text = broker::ToText(property.value);
-    properties[property.name] = {
-        text == "host" ? std::string(broker::schema::kSystemNamePlaceholder) : text};
+  for (const cim::Property& property : served.instances.front().properties) {
+    const std::string text = cim::ToText(property.value);
+    properties[property.name] = {text == "host" ? std::string(cim::schema::kSystemNamePlaceholder)
+                                                : text};
   }
   const mof::File file = mof::Read(CheckedIn("OMC_UnitaryComputerSystem.mof"));
   EXPECT_EQ(file.instances.front().properties, properties);
 }
 
 TEST(SchemaFiles, WriteEveryClassOfTheTableSoThatItReadsBack) {
-  for (const broker::schema::Class& cls : AllClasses()) {
-    const mof::File file = mof::Read(broker::schema::ClassMof(cls));
+  for (const cim::schema::Class& cls : AllClasses()) {
+    const mof::File file = mof::Read(cim::schema::ClassMof(cls));
     ASSERT_THAT(file.classes, SizeIs(1)) << cls.name;
     ExpectSameClass(file.classes.front(), cls);
   }
@@ -151,7 +151,7 @@ TEST(SchemaFiles, WriteEveryClassOfTheTableSoThatItReadsBack) {
 
 TEST(SchemaFiles, RegisterEveryServedClassWithSfcbOnce) {
   std::string expected;
-  for (const broker::schema::Class* cls : ServedClasses()) {
+  for (const cim::schema::Class* cls : ServedClasses()) {
     expected += "[" + std::string(cls->name) + "] provider: " + std::string(cls->name) +
                 " location: OstrelPCI type: instance" + (cls->association ? " association" : "") +
                 " namespace: root/cimv2 ";
@@ -195,30 +195,30 @@ TEST(SchemaFiles, RegisterEveryServedClassWithOpenPegasusOnce) {
 
 // An object manager may keep the class that it has where the Version is the same.
 TEST(ClassVersions, RoseWithEveryChangeOfADeclaration) {
-  EXPECT_THAT(broker::schema::VersionFaults(CheckedIn(broker::schema::kClassVersionsFile),
-                                            broker::schema::DeclaredClasses()),
+  EXPECT_THAT(cim::schema::VersionFaults(CheckedIn(cim::schema::kClassVersionsFile),
+                                         cim::schema::DeclaredClasses()),
               IsEmpty());
 }
 
 class VersionFaultsTest : public testing::Test {
  protected:
   std::vector<std::string> Faults() const {
-    const broker::schema::Class* const now[] = {&class_};
-    return broker::schema::VersionFaults(record_, now);
+    const cim::schema::Class* const now[] = {&class_};
+    return cim::schema::VersionFaults(record_, now);
   }
 
-  broker::schema::Class class_ = *FindClass("Ostrel_PCIPort");
-  std::string record_ = CheckedIn(broker::schema::kClassVersionsFile);
+  cim::schema::Class class_ = *FindClass("Ostrel_PCIPort");
+  std::string record_ = CheckedIn(cim::schema::kClassVersionsFile);
 };
 
 TEST_F(VersionFaultsTest, RefusesAChangedClassThatKeepsItsVersion) {
   const char* fault =
       "Ostrel_PCIPort: the declaration changed, the Version is still 1.0.0; make it 1.1.0 in "
-      "src/broker/schema_table.h, then run script/schema";
+      "src/cim/schema_table.h, then run script/schema";
   class_.version = "1.0.0";
-  record_ = broker::schema::ClassVersions(std::vector<const broker::schema::Class*>{&class_});
+  record_ = cim::schema::ClassVersions(std::vector<const cim::schema::Class*>{&class_});
   EXPECT_THAT(Faults(), IsEmpty());
-  const broker::schema::Class before = class_;
+  const cim::schema::Class before = class_;
 
   class_.description = "Another text.";
   EXPECT_THAT(Faults(), ElementsAre(fault));
@@ -237,16 +237,15 @@ TEST_F(VersionFaultsTest, RefusesAChangedClassThatKeepsItsVersion) {
 }
 
 TEST_F(VersionFaultsTest, RefusesAChangeOfAnythingThatAPropertyDeclares) {
-  void (*const changes[])(broker::schema::Property&) = {
-      [](broker::schema::Property& property) { property.name = "Other"; },
-      [](broker::schema::Property& property) { property.type = CMPI_uint32; },
-      [](broker::schema::Property& property) { property.key = true; },
-      [](broker::schema::Property& property) { property.values = {}; },
-      [](broker::schema::Property& property) { property.description = ""; }};
+  void (*const changes[])(cim::schema::Property&) = {
+      [](cim::schema::Property& property) { property.name = "Other"; },
+      [](cim::schema::Property& property) { property.type = CMPI_uint32; },
+      [](cim::schema::Property& property) { property.key = true; },
+      [](cim::schema::Property& property) { property.values = {}; },
+      [](cim::schema::Property& property) { property.description = ""; }};
   for (const auto& change : changes) {
-    std::vector<broker::schema::Property> properties(
-        FindClass("Ostrel_PCIPort")->properties.begin(),
-        FindClass("Ostrel_PCIPort")->properties.end());
+    std::vector<cim::schema::Property> properties(FindClass("Ostrel_PCIPort")->properties.begin(),
+                                                  FindClass("Ostrel_PCIPort")->properties.end());
     const auto coded = std::find_if(properties.begin(), properties.end(),
                                     [](const auto& property) { return !property.values.empty(); });
     ASSERT_NE(coded, properties.end());
@@ -258,7 +257,7 @@ TEST_F(VersionFaultsTest, RefusesAChangeOfAnythingThatAPropertyDeclares) {
 
 TEST_F(VersionFaultsTest, ComparesVersionsByNumber) {
   class_.version = "1.9.0";
-  record_ = broker::schema::ClassVersions(std::vector<const broker::schema::Class*>{&class_});
+  record_ = cim::schema::ClassVersions(std::vector<const cim::schema::Class*>{&class_});
   class_.version = "1.10.0";
   EXPECT_THAT(Faults(), IsEmpty());
   class_.version = "1.8.12";
@@ -282,11 +281,11 @@ TEST_F(VersionFaultsTest, TakesANewClassWithAnyVersion) {
 
 // An override may narrow a reference, and nothing else (DSP0004, 5.6.3.34).
 TEST(ClassTable, RedeclaresOnlyKeysOfTheSameTypeAndNarrowerReferences) {
-  for (const broker::schema::Class& cls : AllClasses()) {
-    const broker::schema::Class* superclass = FindClass(cls.superclass);
+  for (const cim::schema::Class& cls : AllClasses()) {
+    const cim::schema::Class* superclass = FindClass(cls.superclass);
     if (superclass == nullptr) continue;
-    for (const broker::schema::Property& declared : cls.properties) {
-      const broker::schema::Property* inherited = FindProperty(*superclass, declared.name);
+    for (const cim::schema::Property& declared : cls.properties) {
+      const cim::schema::Property* inherited = FindProperty(*superclass, declared.name);
       if (inherited == nullptr) continue;
       SCOPED_TRACE(std::string(cls.name) + "." + std::string(declared.name));
       EXPECT_TRUE(declared.key && inherited->key);
@@ -297,11 +296,11 @@ TEST(ClassTable, RedeclaresOnlyKeysOfTheSameTypeAndNarrowerReferences) {
 }
 
 TEST(ClassTable, DescribesAndVersionsEveryServedClassAndProperty) {
-  for (const broker::schema::Class* cls : ServedClasses()) {
+  for (const cim::schema::Class* cls : ServedClasses()) {
     EXPECT_NE(cls->version, FindClass(cls->superclass)->version) << cls->name;
     EXPECT_TRUE(cls->description.ends_with('.')) << cls->name;
     EXPECT_NE(FindClass(cls->superclass), nullptr) << cls->name;
-    for (const broker::schema::Property& property : cls->properties) {
+    for (const cim::schema::Property& property : cls->properties) {
       EXPECT_TRUE(property.description.ends_with('.')) << cls->name << '.' << property.name;
     }
   }

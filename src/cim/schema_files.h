@@ -3,16 +3,16 @@
 //
 // Thread rule: pure functions over constant data.
 
-#ifndef BROKER_SCHEMA_FILES_H_
-#define BROKER_SCHEMA_FILES_H_
+#ifndef CIM_SCHEMA_FILES_H_
+#define CIM_SCHEMA_FILES_H_
 
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "broker/schema.h"
+#include "cim/schema.h"
 
-namespace broker::schema {
+namespace cim::schema {
 
 struct SchemaFile {
   std::string_view name;  // without a folder
@@ -31,6 +31,6 @@ std::vector<const Class*> DeclaredClasses();
 // Stands for the host's name in the instance of OMC_UnitaryComputerSystem.mof.
 inline constexpr std::string_view kSystemNamePlaceholder = "@SYSTEM_NAME@";
 
-}  // namespace broker::schema
+}  // namespace cim::schema
 
-#endif  // BROKER_SCHEMA_FILES_H_
+#endif  // CIM_SCHEMA_FILES_H_

@@ -2,15 +2,15 @@
 //
 // Thread rule: pure functions.
 
-#ifndef BROKER_UTF8_H_
-#define BROKER_UTF8_H_
+#ifndef CIM_UTF8_H_
+#define CIM_UTF8_H_
 
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
 
-namespace broker {
+namespace cim {
 
 // CIM's char16 in one to three bytes. Half of a surrogate pair, which alone is no character, is
 // written in three bytes as well, so that it survives the way back.
@@ -49,6 +49,6 @@ inline std::optional<CharacterRead> FirstCharacter(std::string_view text) {
   return CharacterRead{value, bytes};
 }
 
-}  // namespace broker
+}  // namespace cim
 
-#endif  // BROKER_UTF8_H_
+#endif  // CIM_UTF8_H_

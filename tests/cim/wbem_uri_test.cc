@@ -1,4 +1,4 @@
-#include "broker/wbem_uri.h"
+#include "cim/wbem_uri.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace broker {
+namespace cim {
 namespace {
 
 constexpr const char* kDevice =
@@ -222,4 +222,4 @@ TEST(WbemUri, ReadsAnyDamagedTextOrRefusesIt) {
 }
 
 }  // namespace
-}  // namespace broker
+}  // namespace cim

@@ -1,15 +1,15 @@
-#include "broker/value.h"
+#include "cim/value.h"
 
 #include <fmt/format.h>
 
 #include <limits>
 #include <type_traits>
 
-#include "broker/text.h"
-#include "broker/utf8.h"
-#include "broker/wbem_uri.h"
+#include "cim/text.h"
+#include "cim/utf8.h"
+#include "cim/wbem_uri.h"
 
-namespace broker {
+namespace cim {
 
 Value Value::Null(CMPIType type) {
   Value value;
@@ -173,4 +173,4 @@ std::string ToText(const Value& value) {
   return fmt::format("{}", *value.as_unsigned());
 }
 
-}  // namespace broker
+}  // namespace cim

@@ -3,13 +3,13 @@
 //
 // Thread rule: pure functions.
 
-#ifndef BROKER_TEXT_H_
-#define BROKER_TEXT_H_
+#ifndef CIM_TEXT_H_
+#define CIM_TEXT_H_
 
 #include <cstddef>
 #include <string_view>
 
-namespace broker {
+namespace cim {
 
 constexpr char LowerAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
 
@@ -21,6 +21,6 @@ constexpr bool EqualIgnoringCase(std::string_view a, std::string_view b) {
   return true;
 }
 
-}  // namespace broker
+}  // namespace cim
 
-#endif  // BROKER_TEXT_H_
+#endif  // CIM_TEXT_H_

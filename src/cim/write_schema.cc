@@ -6,13 +6,13 @@
 #include <fstream>
 #include <sstream>
 
-#include "broker/class_versions.h"
-#include "broker/schema_files.h"
+#include "cim/class_versions.h"
+#include "cim/schema_files.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-namespace schema = broker::schema;
+namespace schema = cim::schema;
 
 bool VersionsAreRight(const fs::path& record) {
   std::ostringstream text;

@@ -3,8 +3,8 @@
 //
 // Thread rule: pure functions.
 
-#ifndef TESTS_BROKER_MOF_READER_H_
-#define TESTS_BROKER_MOF_READER_H_
+#ifndef TESTS_CIM_MOF_READER_H_
+#define TESTS_CIM_MOF_READER_H_
 
 #include <map>
 #include <string>
@@ -47,4 +47,4 @@ File Read(std::string_view text);
 
 }  // namespace mof
 
-#endif  // TESTS_BROKER_MOF_READER_H_
+#endif  // TESTS_CIM_MOF_READER_H_

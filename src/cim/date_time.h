@@ -6,15 +6,15 @@
 //
 // Thread rule: pure functions.
 
-#ifndef BROKER_DATE_TIME_H_
-#define BROKER_DATE_TIME_H_
+#ifndef CIM_DATE_TIME_H_
+#define CIM_DATE_TIME_H_
 
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 
-namespace broker {
+namespace cim {
 
 // In microseconds; times in UTC.
 std::string TimeText(std::uint64_t since_epoch);
@@ -27,6 +27,6 @@ struct TimeRead {
 };
 std::optional<TimeRead> ReadTime(std::string_view text);
 
-}  // namespace broker
+}  // namespace cim
 
-#endif  // BROKER_DATE_TIME_H_
+#endif  // CIM_DATE_TIME_H_

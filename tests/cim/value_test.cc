@@ -1,12 +1,12 @@
-#include "broker/value.h"
+#include "cim/value.h"
 
 #include <gtest/gtest.h>
 
 #include <utility>
 
-#include "broker/status.h"
+#include "cim/status.h"
 
-namespace broker {
+namespace cim {
 namespace {
 
 TEST(Value, KeepsTheTypeThatWasSpelt) {
@@ -109,4 +109,4 @@ TEST(Status, TellsNameNumberAndText) {
 }
 
 }  // namespace
-}  // namespace broker
+}  // namespace cim
