@@ -1,7 +1,7 @@
 // The reading that a host control library of ours answers from, shown to the program that opened
-// it. So a tool reads no function a second time, and what it draws is of the same moment as what
-// the providers say. A library that has no such function is another platform's: its devices need
-// not be PCI functions of this machine at all.
+// it. So a tool reads no function a second time, what it draws is of the same moment as what the
+// providers say, and it knows what is missing. A library that has no such function is another
+// platform's: its devices need not be PCI functions of this machine at all.
 //
 // Thread rule: thread-safe.
 
@@ -9,6 +9,7 @@
 #define PCI_SHARED_HOST_H_
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 
 #include "pci/host.h"
@@ -27,10 +28,15 @@ struct HostLayout {
   }
 };
 
-// The library's C function of that name. It gives the latest reading, which lives as long as any
-// device of it; nullptr where there is none, or where the caller was built of other sources than
-// the library and would misread it.
-using SharedHostFunction = const Host*(const HostLayout& callers);
+// The latest reading.
+struct SharedReading {
+  const Host* host = nullptr;  // lives as long as any device of it; nullptr where there is none
+  std::string failure = {};    // why the host could not be read; else empty
+};
+
+// The library's C function of that name. False, and `reading` as it was, where the caller was built
+// of other sources than the library and would misread it.
+using SharedHostFunction = bool(const HostLayout& callers, SharedReading& reading);
 inline constexpr const char* kSharedHostSymbol = "OstrelSharedPciHost";
 
 }  // namespace pci

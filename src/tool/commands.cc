@@ -219,13 +219,20 @@ void ShowElements(const Arguments& arguments, Session& session, std::ostream& ou
   writer->Finish(false);
 }
 
+// The providers' name for it: a platform's own host control library may have another than this
+// machine.
+std::string NameOfHostingSystem(const Arguments& arguments) {
+  const Session session({arguments.library, SystemName(), arguments.verbose});
+  return *session.system().Key("Name")->text();
+}
+
 int Register(const Arguments& arguments, std::ostream& out) {
   SelectHost(arguments.source);
   RegisterOptions options = arguments.registration;
   options.root = geteuid() == 0;
   if (!options.unregister) options.library = FindLibrary(arguments.library);
   options.schema_folder = FindSchemaFolder();
-  options.system_name = SystemName();
+  if (options.AddsSystem()) options.system_name = NameOfHostingSystem(arguments);
   return RunRegister(options, out, std::cerr);
 }
 

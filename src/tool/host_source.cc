@@ -11,8 +11,6 @@
 #include <filesystem>
 #include <system_error>
 
-#include "pci/error.h"
-#include "pci/host.h"
 #include "pci/source.h"
 #include "tool/errors.h"
 
@@ -86,18 +84,5 @@ void SelectHost(const HostSource& source) {
 }
 
 std::string SystemName() { return pci::SystemName(); }
-
-HostReport ReportOnHost() {
-  try {
-    const pci::Host host = pci::Host::Read(pci::Source::FromEnvironment(), {});
-    if (const std::size_t missing = host.troubles().size(); missing > 0) {
-      return {fmt::format("{} of {} PCI functions could not be read", missing,
-                          missing + host.functions().size())};
-    }
-    return {.has_gaps = host.cut_off_functions() > 0 || !host.names_notice().empty()};
-  } catch (const pci::Error& error) {
-    return {fmt::format("the host could not be read: {}", error.what())};
-  }
-}
 
 }  // namespace tool

@@ -27,16 +27,6 @@ void SelectHost(const HostSource& source);
 // The name that the host control library will report, once SelectHost was called.
 std::string SystemName();
 
-// What of the chosen host can be read.
-struct HostReport {
-  std::string failure = {};  // in plain words, where not all functions can be; else empty
-  bool has_gaps = false;     // all can be, but something of them is not shown
-};
-
-// Reads the host to see. For when the host control library has complained: on the running kernel's
-// functions another platform's library may complain of what is not reported here.
-HostReport ReportOnHost();
-
 }  // namespace tool
 
 #endif  // TOOL_HOST_SOURCE_H_

@@ -12,7 +12,6 @@
 #include "pci/shared_host.h"
 #include "tool/class_names.h"
 #include "tool/errors.h"
-#include "tool/host_source.h"
 #include "tool/library_file.h"
 #include "tool/output.h"
 #include "tool/quiet_factory.h"
@@ -28,15 +27,8 @@ using cim::ObjectPath;
 using cim::Status;
 using cim::schema::Class;
 
-// Says in plain words what of the host could not be read; false where it is not all there. For when
-// the library has said something: `complained` that it was not just its progress.
-bool TellOfHost(bool complained) {
-  const HostReport report = ReportOnHost();
-  if (!report.failure.empty()) WriteDiagnostic(fmt::format("ostrel-pci: {}\n", report.failure));
-  return report.failure.empty() && (report.has_gaps || !complained);
-}
-
-broker::Options ManagerOptions(const SessionOptions& options, bool& incomplete) {
+broker::Options ManagerOptions(const SessionOptions& options,
+                               std::function<void()> on_first_factory) {
   broker::Options manager;
   manager.system_name = options.system_name;
   if (options.verbose) {
@@ -46,12 +38,11 @@ broker::Options ManagerOptions(const SessionOptions& options, bool& incomplete) 
                                   entry.level, entry.id, entry.text));
     };
   }
-  manager.around_factory = [&incomplete, verbose = options.verbose, reads_host = true](
+  manager.around_factory = [verbose = options.verbose, first = std::move(on_first_factory)](
                                std::string_view, broker::ProviderKind,
                                const std::function<void()>& call) mutable {
     const std::string said = RunFactory(call, verbose);
-    // The first call reads the host for all of them.
-    if (std::exchange(reads_host, false) && !said.empty()) incomplete = !TellOfHost(!verbose);
+    if (first) std::exchange(first, nullptr)();
     WriteDiagnostic(said);
   };
   return manager;
@@ -67,10 +58,26 @@ std::shared_ptr<const broker::ProviderLibrary> OpenLibrary(
   }
 }
 
-const pci::Host* SharedHost(const broker::ProviderLibrary& library) {
+// Nothing where the host control library is another platform's, or not of this release.
+std::optional<pci::SharedReading> SharedReading(const broker::ProviderLibrary& library) {
   void* function = library.FindSymbol(pci::kSharedHostSymbol);
-  if (function == nullptr) return nullptr;
-  return reinterpret_cast<pci::SharedHostFunction*>(function)({});
+  pci::SharedReading reading;
+  if (function == nullptr || !reinterpret_cast<pci::SharedHostFunction*>(function)({}, reading)) {
+    return std::nullopt;
+  }
+  return reading;
+}
+
+// What of the host could not be read, in plain words; empty where all of it is there.
+std::string MissingOf(const pci::SharedReading& reading) {
+  if (reading.host == nullptr) {
+    return fmt::format("the host could not be read: {}",
+                       reading.failure.empty() ? "memory ran short" : reading.failure);
+  }
+  if (reading.host->troubles().empty()) return {};
+  const std::size_t missing = reading.host->troubles().size();
+  return fmt::format("{} of {} PCI functions could not be read", missing,
+                     missing + reading.host->functions().size());
 }
 
 // Passes on what is an instance of the wanted class, and keeps the provider's own error.
@@ -157,18 +164,27 @@ bool RolesFit(const Class& association, const ObjectPath& source, const Associat
 
 Session::Session(const SessionOptions& options)
     : verbose_(options.verbose),
-      manager_(ManagerOptions(options, incomplete_)),
+      manager_(ManagerOptions(options, [this] { TakeReading(); })),
       system_(manager_.SystemPath()) {
   OpenLog(options.verbose);
-  const auto library = OpenLibrary(options.library);
+  library_ = OpenLibrary(options.library);
   for (const Class* cls : ServedClasses()) {
-    if (library->FindInstanceFactory(cls->name) == nullptr) {
+    if (library_->FindInstanceFactory(cls->name) == nullptr) {
       throw CommandError(fmt::format("the library has no provider of {}", cls->name));
     }
-    manager_.Register(cls->name, library);
+    manager_.Register(cls->name, library_);
   }
   TakeSystemName();
-  host_ = SharedHost(*library);
+}
+
+// The first factory reads the host for all of them. Plain words come before what the library logs.
+void Session::TakeReading() {
+  const std::optional<pci::SharedReading> reading = SharedReading(*library_);
+  if (!reading) return;
+  host_ = reading->host;
+  const std::string missing = MissingOf(*reading);
+  incomplete_ = !missing.empty();
+  if (incomplete_) WriteDiagnostic(fmt::format("ostrel-pci: {}\n", missing));
 }
 
 // Of the host control library's name for the system the providers alone know, and say it of a

@@ -6,12 +6,14 @@
 #ifndef TOOL_SESSION_H_
 #define TOOL_SESSION_H_
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "broker/object_manager.h"
+#include "broker/provider_library.h"
 #include "broker/result_sink.h"
 #include "cim/schema.h"
 #include "pci/host.h"
@@ -47,8 +49,8 @@ class Session {
   // StatusError where a provider cannot be made.
   broker::ObjectManager& ManagerForThreads();
 
-  // Whether the library could not read the whole host; standard error says why. The requests are
-  // answered with what there is.
+  // Whether functions of the host are missing, as far as the host control library tells; standard
+  // error says why. The requests are answered with what there is.
   bool incomplete() const { return incomplete_; }
 
   // Requests. Each asks every provider that is concerned and goes on with the next one when one
@@ -79,14 +81,18 @@ class Session {
                                           const std::optional<std::string>& association,
                                           const broker::AssociationFilter& filter) const;
 
+  // Looks at what the library has read of the host, and tells what is missing.
+  void TakeReading();
+
   // Gives the hosting system the name that the providers have for it.
   void TakeSystemName();
 
   bool verbose_;
   bool incomplete_ = false;
+  const pci::Host* host_ = nullptr;
+  std::shared_ptr<const broker::ProviderLibrary> library_;
   broker::ObjectManager manager_;
   cim::ObjectPath system_;
-  const pci::Host* host_ = nullptr;
 };
 
 // Whether elements tied to `source` by the association class may answer the filter's roles: the

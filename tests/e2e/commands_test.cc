@@ -13,6 +13,7 @@ namespace e2e {
 namespace {
 
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 using Json = nlohmann::ordered_json;
 
@@ -221,6 +222,21 @@ TEST(Commands, PrintHowToRegister) {
   EXPECT_THAT(run.out, HasSubstr("\nsfcbrepos -f\n"));
   const Outcome back = RunOnRecord({"unregister", "--for", "pegasus", "--dry-run"});
   EXPECT_THAT(back.out, HasSubstr("\n  cimprovider -r -m OstrelPCIModule\n"));
+}
+
+TEST(Commands, RegisterTheSystemThatAPlatformsOwnLibraryNames) {
+  const Setting platform{.environment = {{"LD_LIBRARY_PATH", SILENT_PLATFORM_FOLDER}}};
+  const Outcome run =
+      RunTool({"register", "--for", "sfcb", "--dry-run", "--with-system"}, platform);
+  EXPECT_THAT(run.out, HasSubstr("\nsed s/@SYSTEM_NAME@/acme-rack-1/ /"));
+}
+
+// The library may be gone by then.
+TEST(Commands, UnregisterTheSystemWithoutTheLibrary) {
+  const Outcome run = RunTool({"unregister", "--for", "sfcb", "--dry-run", "--with-system"},
+                              {.environment = {{"OSTREL_PCI_LIBRARY", "/nonexistent"}}});
+  EXPECT_THAT(run.out, HasSubstr("\nsfcbunstage -n root/cimv2 "));
+  EXPECT_THAT(run.out, Not(HasSubstr("@SYSTEM_NAME@")));
 }
 
 TEST(Failures, NameClassesThatWereMeant) {

@@ -114,5 +114,30 @@ TEST_F(IncompleteHost, IsSaidInPlainWordsInAVerboseRunToo) {
               HasSubstr("ostrel-pci: the host could not be read: "));
 }
 
+// Configuration space that is cut off hides capabilities, but no function.
+TEST_F(IncompleteHost, IsNoneWhereCapabilitiesAloneAreMissing) {
+  const std::string dump = Write("dump",
+                                 "00:02.0 Ethernet controller: A card\n"
+                                 "00: 86 80 34 12 00 00 10 00 00 00 00 02 00 00 00 00\n"
+                                 "10: 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00\n"
+                                 "20: 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00\n"
+                                 "30: 00 00 00 00 40 00 00 00 00 00 00 00 00 00 00 00\n");
+  const Outcome run = RunTool({"ein", "device", "--dump", dump});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_THAT(run.err, HasSubstr("are shown without their capabilities"));
+}
+
+// Of another platform's hardware nothing is known but what its library logs, and what this machine
+// has says nothing about it.
+TEST_F(IncompleteHost, OfAPlatformsOwnLibraryIsToldByItsLogAlone) {
+  const Outcome run =
+      RunTool({"ein", "device"}, {.environment = {{"LD_LIBRARY_PATH", SILENT_PLATFORM_FOLDER}}});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.out, "");
+  EXPECT_EQ(run.err,
+            "ostrel-pci: PCI information caught exception, reporting may be incomplete, error the "
+            "board does not answer\n");
+}
+
 }  // namespace
 }  // namespace e2e

@@ -6,6 +6,7 @@
 #include <exception>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <type_traits>
 
 #include "cache/hostctl.h"
@@ -65,30 +66,47 @@ void WarnOfWhatIsMissing(const pci::Host& host, const pci::Source& source) {
 }
 
 // The latest reading, as long as somebody holds a device of it.
-class SharedHost {
+class LatestReading {
  public:
-  void Set(const std::shared_ptr<const pci::Host>& host) {
+  void Succeeded(const std::shared_ptr<const pci::Host>& host) {
     const std::lock_guard lock(mutex_);
-    latest_ = host;
+    host_ = host;
+    std::string().swap(failure_);
   }
-  const pci::Host* Get() {
+  void Failed(const char* why) {
     const std::lock_guard lock(mutex_);
-    return latest_.lock().get();
+    host_.reset();
+    failure_ = why;
+  }
+  pci::SharedReading Get() {
+    const std::lock_guard lock(mutex_);
+    return {host_.lock().get(), failure_};
   }
 
  private:
   std::mutex mutex_;
-  std::weak_ptr<const pci::Host> latest_;
+  std::weak_ptr<const pci::Host> host_;
+  std::string failure_;
 };
-SharedHost shared_host;
+LatestReading latest_reading;
+
+std::shared_ptr<const pci::Host> ReadHost(const pci::Source& source) {
+  try {
+    auto host = std::make_shared<const pci::Host>(pci::Host::Read(source, {}));
+    latest_reading.Succeeded(host);
+    return host;
+  } catch (const std::exception& error) {
+    latest_reading.Failed(error.what());
+    throw;
+  }
+}
 
 class SnapshotPciInfo final : public PciInfo {
  public:
   std::vector<std::unique_ptr<Hardware::PciDevice>> GetPciDevices() const override {
     return WithOneExceptionType([] {
       const pci::Source source = pci::Source::FromEnvironment();
-      const auto host = std::make_shared<const pci::Host>(pci::Host::Read(source, {}));
-      shared_host.Set(host);
+      const std::shared_ptr<const pci::Host> host = ReadHost(source);
       WarnOfWhatIsMissing(*host, source);
       const auto count = static_cast<std::uint32_t>(host->functions().size());
       std::vector<std::unique_ptr<Hardware::PciDevice>> devices;
@@ -113,10 +131,13 @@ class LinuxHardwareInfo final : public HardwareInfo {
 }  // namespace
 }  // namespace Linux
 
-extern "C" HOSTCTL_API const pci::Host* OstrelSharedPciHost(const pci::HostLayout& callers);
-const pci::Host* OstrelSharedPciHost(const pci::HostLayout& callers) {
+extern "C" HOSTCTL_API bool OstrelSharedPciHost(const pci::HostLayout& callers,
+                                                pci::SharedReading& reading);
+bool OstrelSharedPciHost(const pci::HostLayout& callers, pci::SharedReading& reading) {
   static_assert(std::is_same_v<decltype(OstrelSharedPciHost), pci::SharedHostFunction>);
-  return callers == pci::HostLayout{} ? Linux::shared_host.Get() : nullptr;
+  if (callers != pci::HostLayout{}) return false;
+  reading = Linux::latest_reading.Get();
+  return true;
 }
 
 HOSTCTL_API std::unique_ptr<HardwareInfo> Host::GetHardwareInfo() {

@@ -57,7 +57,7 @@ class Findings {
     LookForPrograms(steps);
     if (missing_.empty()) AskServer();
     LookForFiles();
-    if (options.with_system && !IsPlainName(options.system_name)) {
+    if (options.AddsSystem() && !IsPlainName(options.system_name)) {
       Add("the host's name \"{}\" cannot be an instance's name; give one with --system-name",
           options.system_name);
     }
@@ -96,7 +96,7 @@ class Findings {
 
   void LookForFiles() {
     std::vector<const char*> names = {kClassesFile, kind_.registration_file};
-    if (options_.with_system) names.push_back(kSystemClassFile);
+    if (options_.AddsSystem()) names.push_back(kSystemClassFile);
     for (const char* name : names) {
       const std::string file = fs::path(options_.schema_folder) / name;
       if (!Exists(file)) Add("there is no {}", file);

@@ -114,7 +114,7 @@ std::vector<Step> StepsOf(const RegisterOptions& options, const fs::path& workin
 // The steps in the words of a shell, the template filled in by sed in the current folder.
 void PrintSteps(const RegisterOptions& options, std::ostream& out) {
   fmt::print(out, "set -e\n");
-  if (options.with_system && !options.unregister) {
+  if (options.AddsSystem()) {
     fmt::print(out, "# Put the host's name into the hosting system's instance\n{} > {}\n",
                ShellLine({"sed",
                           fmt::format("s/{}/{}/", cim::schema::kSystemNamePlaceholder,
@@ -128,7 +128,7 @@ void PrintSteps(const RegisterOptions& options, std::ostream& out) {
 int CarryOutIn(const fs::path& folder, const RegisterOptions& options, std::ostream& out,
                std::ostream& err) {
   const std::vector<Step> steps = StepsOf(options, folder);
-  if (options.with_system) {
+  if (options.AddsSystem()) {
     FillInSystemClass(fs::path(options.schema_folder) / kSystemClassFile, folder / kSystemClassFile,
                       LowerCase(options.system_name));
   }

@@ -22,9 +22,11 @@ struct RegisterOptions {
   bool root = false;         // whether this process may change the server's files
   std::string library;       // libOstrelPCI.so, as it is installed
   std::string schema_folder;
-  std::string system_name;  // the hosting system's Name
+  std::string system_name;  // the hosting system's Name, where its instance is added
   // Where the server looks for provider libraries, if it does not tell; what it tells counts.
   std::vector<std::string> provider_folders;
+
+  bool AddsSystem() const { return with_system && !unregister; }
 };
 
 // The folder of the schema files: under the prefix that the program is installed in, in the build
