@@ -104,11 +104,9 @@ const Class& ReadClass(const std::string& operand, const ObjectPath& system) {
 }
 
 // The user's class names as the schema spells them.
-broker::AssociationFilter ResolvedFilter(broker::AssociationFilter filter) {
-  for (std::optional<std::string>* name : {&filter.assoc_class, &filter.result_class}) {
-    if (*name) *name = ResolveClass(**name).name;
-  }
-  return filter;
+std::optional<std::string> ResolvedClass(const std::optional<std::string>& name) {
+  if (!name) return std::nullopt;
+  return std::string(ResolveClass(*name).name);
 }
 
 void Enumerate(const Arguments& arguments, Session& session, ElementWriter& writer) {
@@ -118,30 +116,21 @@ void Enumerate(const Arguments& arguments, Session& session, ElementWriter& writ
 }
 
 void Associators(const Arguments& arguments, Session& session, ElementWriter& writer) {
-  const ObjectPath source = ReadPath(arguments.operand, session.system());
-  const broker::AssociationFilter filter = ResolvedFilter(arguments.filter);
-  if (arguments.names) return session.AssociatorNames(source, filter, writer);
-  session.Associators(source, filter, Properties(arguments), writer);
+  const broker::AssociationFilter& filter = arguments.filter;
+  const requests::AssociationRequest request{
+      ReadPath(arguments.operand, session.system()), ResolvedClass(filter.assoc_class),
+      ResolvedClass(filter.result_class), filter.role, filter.result_role};
+  if (arguments.names) return session.AssociatorNames(request, writer);
+  session.Associators(request, Properties(arguments), writer);
 }
 
 void References(const Arguments& arguments, Session& session, ElementWriter& writer) {
-  const ObjectPath source = ReadPath(arguments.operand, session.system());
-  const broker::AssociationFilter filter = ResolvedFilter(arguments.filter);
-  if (arguments.names) return session.ReferenceNames(source, filter, writer);
-  session.References(source, filter, Properties(arguments), writer);
-}
-
-// Whether the found path has the asked one's keys; what was not asked for does not count.
-bool Answers(const ObjectPath& found, const ObjectPath& asked) {
-  for (const auto& [name, value] : asked.keys) {
-    const cim::Value* key = found.Key(name);
-    if (key == nullptr) return false;
-    const bool same = value.reference() != nullptr && key->reference() != nullptr
-                          ? Answers(*key->reference(), *value.reference())
-                          : *key == value;
-    if (!same) return false;
-  }
-  return true;
+  const broker::AssociationFilter& filter = arguments.filter;
+  const requests::AssociationRequest request{ReadPath(arguments.operand, session.system()),
+                                             ResolvedClass(filter.result_class), std::nullopt,
+                                             filter.role, std::nullopt};
+  if (arguments.names) return session.ReferenceNames(request, writer);
+  session.References(request, Properties(arguments), writer);
 }
 
 // The keys of the class that neither the user nor the host's system determines.
@@ -154,37 +143,29 @@ std::string MissingKeys(const ObjectPath& path) {
 }
 
 // A provider may do with a part of the keys; where it does not, the user should know what lacks.
-broker::Recorder GetAll(const ObjectPath& path, const broker::PropertyList& properties,
-                        Session& session) {
-  broker::Recorder found;
+std::vector<cim::Instance> Find(const ObjectPath& path, const broker::PropertyList& properties,
+                                Session& session) {
   try {
-    session.Get(path, properties, found);
+    return session.Get(path, properties);
   } catch (const StatusError& error) {
     const std::string missing = MissingKeys(path);
     if (missing.empty()) throw;
     throw CommandError(fmt::format("{}; the path has no {}", error.what(), missing));
   }
-  return found;
 }
 
-// Asked for one port of a bridge, the provider answers both: only the one asked for is shown.
-// Where none has exactly the keys asked for, what the provider answered is.
 void Get(const Arguments& arguments, Session& session, ElementWriter& writer) {
   const ObjectPath path = ReadPath(arguments.operand, session.system());
-  const broker::Recorder found = GetAll(path, Properties(arguments), session);
-  const bool exact =
-      std::any_of(found.instances.begin(), found.instances.end(),
-                  [&](const cim::Instance& instance) { return Answers(instance.path, path); });
-  for (const cim::Instance& instance : found.instances) {
-    if (exact && !Answers(instance.path, path)) continue;
-    if (arguments.names) {
-      writer.OnObjectPath(ObjectPath(instance.path));
-    } else {
-      writer.OnInstance(cim::Instance(instance));
-    }
-  }
-  if (found.instances.empty()) {
+  std::vector<cim::Instance> found = Find(path, Properties(arguments), session);
+  if (found.empty()) {
     throw CommandError("not found: there is no instance " + ToWbemUri(path));
+  }
+  for (cim::Instance& instance : found) {
+    if (arguments.names) {
+      writer.OnObjectPath(std::move(instance.path));
+    } else {
+      writer.OnInstance(std::move(instance));
+    }
   }
 }
 

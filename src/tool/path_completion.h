@@ -1,5 +1,6 @@
-// Object paths as users write them, made whole: what the class and the hosting system determine
-// (namespace, CreationClassName, SystemCreationClassName, SystemName) need not be written.
+// Object paths as users write them, made whole (requests/path_completion.h): what the class and the
+// hosting system determine (namespace, CreationClassName, SystemCreationClassName, SystemName) need
+// not be written.
 //
 // Thread rule: pure functions.
 
@@ -14,10 +15,8 @@ namespace tool {
 
 // The path that `text` means (a WBEM URI, see cim/wbem_uri.h, with a class name as ResolveClass
 // reads it). `system` is the complete path of the hosting system, in the only namespace there is.
-// Keys keep the order in which they were written, missing ones that can be known follow in the
-// schema's. Paths inside the path are completed as well. Throws UsageError for what is no object
-// path or has a key that the class does not know, CommandError for another namespace or an unknown
-// class.
+// Throws UsageError for what is no object path or has a key that the class does not know,
+// CommandError for another namespace or an unknown class.
 cim::ObjectPath ReadPath(std::string_view text, const cim::ObjectPath& system);
 
 }  // namespace tool

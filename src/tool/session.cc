@@ -19,13 +19,13 @@
 namespace tool {
 namespace {
 
-using broker::AssociationFilter;
 using broker::PropertyList;
 using broker::ResultSink;
 using cim::Instance;
 using cim::ObjectPath;
 using cim::Status;
 using cim::schema::Class;
+using requests::AssociationRequest;
 
 broker::Options ManagerOptions(const SessionOptions& options,
                                std::function<void()> on_first_factory) {
@@ -80,34 +80,6 @@ std::string MissingOf(const pci::SharedReading& reading) {
                      missing + reading.host->functions().size());
 }
 
-// Passes on what is an instance of the wanted class, and keeps the provider's own error.
-class FilteringSink : public ResultSink {
- public:
-  FilteringSink(ResultSink& next, std::string_view result_class)
-      : next_(next), result_class_(result_class) {}
-
-  void OnInstanceView(const broker::InstanceView& instance) override {
-    if (Wanted(instance.path())) next_.OnInstanceView(instance);
-  }
-  void OnObjectPathView(const broker::ObjectPathView& path) override {
-    if (Wanted(path)) next_.OnObjectPathView(path);
-  }
-  void OnError(Status&& error) override {
-    if (error_.ok()) error_ = std::move(error);
-  }
-
-  const Status& error() const { return error_; }
-
- private:
-  bool Wanted(const broker::ObjectPathView& path) const {
-    return result_class_.empty() || cim::schema::IsA(path.class_name(), result_class_);
-  }
-
-  ResultSink& next_;
-  std::string result_class_;
-  Status error_;
-};
-
 // "get of root/cimv2:Ostrel_PCIDevice.DeviceID=..."
 std::string RequestText(std::string_view operation, const ObjectPath* target,
                         std::string_view provider) {
@@ -117,54 +89,20 @@ std::string RequestText(std::string_view operation, const ObjectPath* target,
   return text;
 }
 
-// Asks one provider after the other; throws the first failure when all were asked. `target` is what
-// the request is about, where that is no class.
-void AskEach(std::string_view operation, const ObjectPath* target,
-             const std::vector<std::string>& providers, std::string_view result_class,
-             ResultSink& sink,
-             const std::function<Status(const std::string& provider, ResultSink& sink)>& ask) {
-  std::optional<StatusError> failure;
-  for (const std::string& provider : providers) {
-    FilteringSink filter(sink, result_class);
-    Status status = ask(provider, filter);
-    if (status.ok()) status = filter.error();
-    if (!status.ok() && !failure) {
-      failure.emplace(RequestText(operation, target, provider), status);
-    }
+// `target` is what the request is about, where that is no class.
+void Check(std::string_view operation, const ObjectPath* target,
+           const std::optional<requests::Failure>& failure) {
+  if (failure) {
+    throw StatusError(RequestText(operation, target, failure->provider), failure->status);
   }
-  if (failure) throw *failure;  // NOLINT(cert-err09-cpp,cert-err61-cpp): kept over the loop
-}
-
-// What stands at the reference is an instance of both classes, as far as the class tree tells.
-bool MayStand(const Class& association, const std::string& role, std::string_view class_name) {
-  const cim::schema::Property* reference = cim::schema::FindProperty(association, role);
-  if (reference == nullptr || reference->type != CMPI_ref) return false;
-  return class_name.empty() || cim::schema::IsA(class_name, reference->reference_class) ||
-         cim::schema::IsA(reference->reference_class, class_name);
-}
-
-AssociationFilter Narrowed(AssociationFilter filter, std::string_view provider) {
-  // Object managers hand a provider its own class where the client named one of its ancestors.
-  if (filter.assoc_class) filter.assoc_class = provider;
-  return filter;
-}
-
-AssociationFilter NarrowedReferences(AssociationFilter filter, std::string_view provider) {
-  if (filter.result_class) filter.result_class = provider;
-  return filter;
 }
 
 }  // namespace
 
-bool RolesFit(const Class& association, const ObjectPath& source, const AssociationFilter& filter) {
-  if (filter.role && !MayStand(association, *filter.role, source.class_name)) return false;
-  return !filter.result_role ||
-         MayStand(association, *filter.result_role, filter.result_class.value_or(""));
-}
-
 Session::Session(const SessionOptions& options)
     : verbose_(options.verbose),
       manager_(ManagerOptions(options, [this] { TakeReading(); })),
+      operations_(manager_, requests::AfterFailure::kAskTheOthers),
       system_(manager_.SystemPath()) {
   OpenLog(options.verbose);
   library_ = OpenLibrary(options.library);
@@ -226,53 +164,36 @@ broker::ObjectManager& Session::ManagerForThreads() {
   return manager_;
 }
 
-std::vector<std::string> Session::ServedBelow(const Class& cls) const {
-  std::vector<std::string> providers = manager_.ProvidersFor(cls.name);
-  if (providers.empty()) {
-    throw CommandError(fmt::format("{}: no provider serves {} or a class below it",
-                                   cim::StatusName(CMPI_RC_ERR_INVALID_CLASS), cls.name));
-  }
-  return providers;
+void Session::CheckServed(const Class& cls) const {
+  if (!manager_.ProvidersFor(cls.name).empty()) return;
+  throw CommandError(fmt::format("{}: no provider serves {} or a class below it",
+                                 cim::StatusName(CMPI_RC_ERR_INVALID_CLASS), cls.name));
 }
 
-std::vector<std::string> Session::AssociationsOf(const ObjectPath& source,
-                                                 const std::optional<std::string>& association,
-                                                 const AssociationFilter& filter) const {
-  std::vector<std::string> providers = manager_.AssociationProvidersFor(association);
-  if (providers.empty() && !association) {
-    throw CommandError(fmt::format("{}: the library has no provider of an association",
-                                   cim::StatusName(CMPI_RC_ERR_NOT_SUPPORTED)));
-  }
-  if (providers.empty()) {
-    throw CommandError(fmt::format("{}: {} is no association class with a provider",
-                                   cim::StatusName(CMPI_RC_ERR_INVALID_CLASS), *association));
-  }
-  std::erase_if(providers, [&](const std::string& provider) {
-    return !RolesFit(*cim::schema::FindClass(provider), source, filter);
-  });
-  return providers;
+void Session::CheckAssociation(const AssociationRequest& request) const {
+  if (!manager_.AssociationProvidersFor(request.association_class).empty()) return;
+  throw CommandError(request.association_class
+                         ? fmt::format("{}: {} is no association class with a provider",
+                                       cim::StatusName(CMPI_RC_ERR_INVALID_CLASS),
+                                       *request.association_class)
+                         : fmt::format("{}: the library has no provider of an association",
+                                       cim::StatusName(CMPI_RC_ERR_NOT_SUPPORTED)));
 }
 
 void Session::Enumerate(const Class& cls, const PropertyList& properties, ResultSink& sink) {
-  AskEach("enumeration", nullptr, ServedBelow(cls), {}, sink,
-          [&](const std::string& provider, ResultSink& results) {
-            return manager_.EnumerateInstances(provider, manager_.ClassPath(provider), properties,
-                                               results);
-          });
+  CheckServed(cls);
+  Check("enumeration", nullptr, operations_.EnumerateInstances(cls, properties, sink));
 }
 
 void Session::EnumerateNames(const Class& cls, ResultSink& sink) {
-  AskEach("enumeration", nullptr, ServedBelow(cls), {}, sink,
-          [&](const std::string& provider, ResultSink& results) {
-            return manager_.EnumerateInstanceNames(provider, manager_.ClassPath(provider), results);
-          });
+  CheckServed(cls);
+  Check("enumeration", nullptr, operations_.EnumerateInstanceNames(cls, sink));
 }
 
-void Session::Get(const ObjectPath& path, const PropertyList& properties, ResultSink& sink) {
-  AskEach("get", &path, {path.class_name}, {}, sink,
-          [&](const std::string& provider, ResultSink& results) {
-            return manager_.GetInstance(provider, path, properties, results);
-          });
+std::vector<Instance> Session::Get(const ObjectPath& path, const PropertyList& properties) {
+  std::vector<Instance> found;
+  Check("get", &path, operations_.GetInstance(path, properties, found));
+  return found;
 }
 
 bool Session::TryGet(const ObjectPath& path, ResultSink& sink) {
@@ -283,41 +204,26 @@ bool Session::TryGet(const ObjectPath& path, ResultSink& sink) {
   return status.ok();
 }
 
-void Session::Associators(const ObjectPath& source, const AssociationFilter& filter,
-                          const PropertyList& properties, ResultSink& sink) {
-  AskEach("associators", &source, AssociationsOf(source, filter.assoc_class, filter),
-          filter.result_class.value_or(""), sink,
-          [&](const std::string& provider, ResultSink& results) {
-            return manager_.Associators(provider, source, Narrowed(filter, provider), properties,
-                                        results);
-          });
+void Session::Associators(const AssociationRequest& request, const PropertyList& properties,
+                          ResultSink& sink) {
+  CheckAssociation(request);
+  Check("associators", &request.source, operations_.Associators(request, properties, sink));
 }
 
-void Session::AssociatorNames(const ObjectPath& source, const AssociationFilter& filter,
-                              ResultSink& sink) {
-  AskEach("associator names", &source, AssociationsOf(source, filter.assoc_class, filter),
-          filter.result_class.value_or(""), sink,
-          [&](const std::string& provider, ResultSink& results) {
-            return manager_.AssociatorNames(provider, source, Narrowed(filter, provider), results);
-          });
+void Session::AssociatorNames(const AssociationRequest& request, ResultSink& sink) {
+  CheckAssociation(request);
+  Check("associator names", &request.source, operations_.AssociatorNames(request, sink));
 }
 
-void Session::References(const ObjectPath& source, const AssociationFilter& filter,
-                         const PropertyList& properties, ResultSink& sink) {
-  AskEach("references", &source, AssociationsOf(source, filter.result_class, filter), {}, sink,
-          [&](const std::string& provider, ResultSink& results) {
-            return manager_.References(provider, source, NarrowedReferences(filter, provider),
-                                       properties, results);
-          });
+void Session::References(const AssociationRequest& request, const PropertyList& properties,
+                         ResultSink& sink) {
+  CheckAssociation(request);
+  Check("references", &request.source, operations_.References(request, properties, sink));
 }
 
-void Session::ReferenceNames(const ObjectPath& source, const AssociationFilter& filter,
-                             ResultSink& sink) {
-  AskEach("reference names", &source, AssociationsOf(source, filter.result_class, filter), {}, sink,
-          [&](const std::string& provider, ResultSink& results) {
-            return manager_.ReferenceNames(provider, source, NarrowedReferences(filter, provider),
-                                           results);
-          });
+void Session::ReferenceNames(const AssociationRequest& request, ResultSink& sink) {
+  CheckAssociation(request);
+  Check("reference names", &request.source, operations_.ReferenceNames(request, sink));
 }
 
 }  // namespace tool

@@ -17,6 +17,7 @@
 #include "broker/result_sink.h"
 #include "cim/schema.h"
 #include "pci/host.h"
+#include "requests/operations.h"
 
 namespace tool {
 
@@ -53,33 +54,28 @@ class Session {
   // error says why. The requests are answered with what there is.
   bool incomplete() const { return incomplete_; }
 
-  // Requests. Each asks every provider that is concerned and goes on with the next one when one
-  // fails; then throws StatusError with the first failure. Elements reach the sink as they come.
-  // `cls` may be a superclass of served ones.
+  // Requests (requests/operations.h). Each asks every provider that is concerned and goes on with
+  // the next one when one fails; then throws StatusError with the first failure. Elements reach the
+  // sink as they come. Throws CommandError for a class that no provider serves.
   void Enumerate(const cim::schema::Class& cls, const broker::PropertyList& properties,
                  broker::ResultSink& sink);
   void EnumerateNames(const cim::schema::Class& cls, broker::ResultSink& sink);
-  void Get(const cim::ObjectPath& path, const broker::PropertyList& properties,
-           broker::ResultSink& sink);
+  // The instances that have most of the path's keys.
+  std::vector<cim::Instance> Get(const cim::ObjectPath& path,
+                                 const broker::PropertyList& properties);
   // Whether the answer was CMPI_RC_OK, which it may be without an instance. CMPI_RC_ERR_NOT_FOUND
   // is no failure here, any other status is.
   bool TryGet(const cim::ObjectPath& path, broker::ResultSink& sink);
-  // Elements that are no instance of filter.result_class are left out: the providers hand out all.
-  void Associators(const cim::ObjectPath& source, const broker::AssociationFilter& filter,
+  void Associators(const requests::AssociationRequest& request,
                    const broker::PropertyList& properties, broker::ResultSink& sink);
-  void AssociatorNames(const cim::ObjectPath& source, const broker::AssociationFilter& filter,
-                       broker::ResultSink& sink);
-  // filter.result_class names the association class.
-  void References(const cim::ObjectPath& source, const broker::AssociationFilter& filter,
+  void AssociatorNames(const requests::AssociationRequest& request, broker::ResultSink& sink);
+  void References(const requests::AssociationRequest& request,
                   const broker::PropertyList& properties, broker::ResultSink& sink);
-  void ReferenceNames(const cim::ObjectPath& source, const broker::AssociationFilter& filter,
-                      broker::ResultSink& sink);
+  void ReferenceNames(const requests::AssociationRequest& request, broker::ResultSink& sink);
 
  private:
-  std::vector<std::string> ServedBelow(const cim::schema::Class& cls) const;
-  std::vector<std::string> AssociationsOf(const cim::ObjectPath& source,
-                                          const std::optional<std::string>& association,
-                                          const broker::AssociationFilter& filter) const;
+  void CheckServed(const cim::schema::Class& cls) const;
+  void CheckAssociation(const requests::AssociationRequest& request) const;
 
   // Looks at what the library has read of the host, and tells what is missing.
   void TakeReading();
@@ -92,13 +88,9 @@ class Session {
   const pci::Host* host_ = nullptr;
   std::shared_ptr<const broker::ProviderLibrary> library_;
   broker::ObjectManager manager_;
+  const requests::Operations operations_;
   cim::ObjectPath system_;
 };
-
-// Whether elements tied to `source` by the association class may answer the filter's roles: the
-// class has a reference of that name, and what stands there may be the source or the result.
-bool RolesFit(const cim::schema::Class& association, const cim::ObjectPath& source,
-              const broker::AssociationFilter& filter);
 
 }  // namespace tool
 

@@ -19,7 +19,6 @@
 namespace tool {
 namespace {
 
-using broker::AssociationFilter;
 using broker::InstanceView;
 using broker::ValueView;
 using cim::ObjectPath;
@@ -344,23 +343,20 @@ class Walk {
   std::vector<TopologyBus> Buses() {
     std::vector<ObjectPath> groups;
     std::vector<TopologyBus> buses;
-    AssociationFilter filter;
-    filter.assoc_class = "Ostrel_PCIHostedCollection";
     InstanceTaker taker([&](const InstanceView& group) {
       groups.push_back(group.path().ToObjectPath());
       buses.push_back({TextOf(group, "InstanceID"), ByteOf(group, "BusNumber"), {}});
     });
-    session_.Associators(session_.system(), filter, std::nullopt, taker);
+    session_.Associators({session_.system(), "Ostrel_PCIHostedCollection", {}, {}, {}},
+                         std::nullopt, taker);
     for (std::size_t i = 0; i < groups.size(); ++i) buses[i].ports = Members(groups[i]);
     return buses;
   }
 
   std::vector<std::string> Members(const ObjectPath& group) {
     std::vector<std::string> members;
-    AssociationFilter filter;
-    filter.assoc_class = "Ostrel_PCIMemberOfCollection";
     PathTaker taker([&](const ObjectPath& path) { members.push_back(ShortName(path)); });
-    session_.AssociatorNames(group, filter, taker);
+    session_.AssociatorNames({group, "Ostrel_PCIMemberOfCollection", {}, {}, {}}, taker);
     // A device with several port entries is named once for each.
     std::sort(members.begin(), members.end());
     members.erase(std::unique(members.begin(), members.end()), members.end());

@@ -12,6 +12,7 @@
 
 #include "cim/schema.h"
 #include "cim/text.h"
+#include "requests/operations.h"
 #include "wbem/cim_error.h"
 #include "wbem/cim_xml_writer.h"
 #include "wbem/parameters.h"
@@ -23,9 +24,10 @@ namespace {
 using cim::EqualIgnoringCase;
 using cim::Instance;
 using cim::ObjectPath;
+using requests::AssociationRequest;
 namespace schema = cim::schema;
 
-// Hands what a provider returns to one of two functions, and makes its failure a CimError.
+// Hands what the providers return to one of two functions.
 class Results : public broker::ResultSink {
  public:
   explicit Results(std::function<void(Instance&&)> on_instance)
@@ -38,76 +40,14 @@ class Results : public broker::ResultSink {
   void OnObjectPath(ObjectPath&& path) override {
     if (on_path_) on_path_(std::move(path));
   }
-  void OnError(cim::Status&& error) override {
-    if (!error_) error_ = std::move(error);
-  }
-
-  // To be called with the operation's own status.
-  void Check(const cim::Status& status) const {
-    if (!status.ok()) throw ErrorOf(status);
-    if (error_ && !error_->ok()) throw ErrorOf(*error_);
-  }
 
  private:
   std::function<void(Instance&&)> on_instance_;
   std::function<void(ObjectPath&&)> on_path_;
-  std::optional<cim::Status> error_;
 };
 
-// What an association request asks for.
-struct AssociationRequest {
-  ObjectPath source;
-  std::optional<std::string> association_class;
-  std::optional<std::string> result_class;  // of associated elements only
-  std::optional<std::string> role;
-  std::optional<std::string> result_role;  // of associated elements only
-};
-
-// Whether one of the association's references has the name (any, where there is none), may refer to
-// an element of the class, and is `wanted`.
-template <class Wanted>
-bool AnyReference(std::string_view association, const std::optional<std::string>& name,
-                  std::string_view class_name, Wanted wanted) {
-  const schema::Class* cls = schema::FindClass(association);
-  if (cls == nullptr) return false;
-  const auto properties = schema::AllProperties(*cls);
-  return std::any_of(properties.begin(), properties.end(), [&](const schema::Property* property) {
-    return property->type == CMPI_ref && (!name || EqualIgnoringCase(property->name, *name)) &&
-           schema::IsA(class_name, property->reference_class) && wanted(*property);
-  });
-}
-
-// Whether an element of the class, found through the association, is one that the request wants. An
-// element comes without the instance that associates it, so the schema says what roles there are.
-bool Admits(const AssociationRequest& request, std::string_view association,
-            std::string_view element_class) {
-  if (request.result_class && !schema::IsA(element_class, *request.result_class)) return false;
-  if (!request.role && !request.result_role) return true;
-  return AnyReference(
-      association, request.role, request.source.class_name, [&](const schema::Property& from) {
-        return AnyReference(association, request.result_role, element_class,
-                            [&](const schema::Property& to) { return &from != &to; });
-      });
-}
-
-// Whether the association has the role that the request wants, and there an element of the source's
-// class. It need not be the source itself: providers may answer more widely than they are asked.
-bool Admits(const AssociationRequest& request, const ObjectPath& association) {
-  if (!request.role) return true;
-  const cim::Value* end = association.Key(*request.role);
-  const ObjectPath* element = end != nullptr ? end->reference() : nullptr;
-  return element != nullptr && (schema::IsA(element->class_name, request.source.class_name) ||
-                                schema::IsA(request.source.class_name, element->class_name));
-}
-
-// What the provider is told: its own class where the client may have named one above it.
-broker::AssociationFilter AssociatorsFilter(const AssociationRequest& request,
-                                            const std::string& provider) {
-  return {provider, request.result_class, request.role, request.result_role};
-}
-broker::AssociationFilter ReferencesFilter(const AssociationRequest& request,
-                                           const std::string& provider) {
-  return {std::nullopt, provider, request.role, std::nullopt};
+void Check(const std::optional<requests::Failure>& failure) {
+  if (failure) throw ErrorOf(failure->status);
 }
 
 // One request being answered.
@@ -115,7 +55,10 @@ class Call {
  public:
   Call(broker::ObjectManager& manager, const Request& request, const std::string& host,
        AnswerStream& answer)
-      : manager_(manager), request_(request), place_{host, kNameSpace}, answer_(answer) {}
+      : operations_(manager, requests::AfterFailure::kStop),
+        request_(request),
+        place_{host, kNameSpace},
+        answer_(answer) {}
 
   void GetClass();
   void EnumerateClasses();
@@ -138,10 +81,10 @@ class Call {
   AssociationRequest AssociatorsRequest(const Parameters& parameters) const;
   AssociationRequest ReferencesRequest(const Parameters& parameters) const;
 
-  void EmitPath(const ObjectPath& path);
-  void EmitObject(const Instance& instance, const Selection& selection);
+  Results Paths();
+  Results Objects(const Selection& selection);
 
-  broker::ObjectManager& manager_;
+  const requests::Operations operations_;
   const Request& request_;
   Place place_;
   AnswerStream& answer_;
@@ -227,47 +170,20 @@ Selection Call::SelectionOfInstances(const Parameters& parameters) {
   return selection;
 }
 
-std::size_t EqualKeys(const ObjectPath& a, const ObjectPath& b);
-
-// A path's keys have no order, and its namespace and the letter case of its class say nothing here.
-bool NamesSame(const ObjectPath& a, const ObjectPath& b) {
-  return EqualIgnoringCase(a.class_name, b.class_name) && a.keys.size() == b.keys.size() &&
-         EqualKeys(a, b) == a.keys.size();
-}
-
-// How many keys of `a` have the same value in `b`.
-std::size_t EqualKeys(const ObjectPath& a, const ObjectPath& b) {
-  return static_cast<std::size_t>(std::count_if(a.keys.begin(), a.keys.end(), [&](const auto& key) {
-    const cim::Value* other = b.Key(key.first);
-    if (other == nullptr) return false;
-    const ObjectPath* reference = key.second.reference();
-    const ObjectPath* other_reference = other->reference();
-    return reference != nullptr && other_reference != nullptr
-               ? NamesSame(*reference, *other_reference)
-               : *other == key.second;
-  }));
-}
-
-// A provider may return more than the one instance, such as both ports of a bridge; the one whose
-// keys match best is meant.
 void Call::GetInstance() {
   const Parameters parameters(request_, {"InstanceName", "LocalOnly", "IncludeQualifiers",
                                          "IncludeClassOrigin", "PropertyList"});
   const Selection selection = SelectionOfInstances(parameters);
   const InstanceName& name = parameters.RequiredInstance("InstanceName");
   const schema::Class& cls = KnownClass(name.class_name, CimCode::kInvalidClass);
-  const ObjectPath path = ToObjectPath(name, cls, place_.name_space);
-
-  std::optional<Instance> best;
-  Results results([&](Instance&& found) {
-    if (!best || EqualKeys(path, found.path) > EqualKeys(path, best->path)) best = std::move(found);
-  });
-  const auto served = manager_.ProvidersFor(cls.name);
-  if (std::find(served.begin(), served.end(), cls.name) != served.end()) {
-    results.Check(manager_.GetInstance(cls.name, path, selection.properties, results));
+  std::vector<Instance> found;
+  Check(
+      operations_.GetInstance(ToObjectPath(name, place_.name_space), selection.properties, found));
+  if (found.empty()) {
+    throw CimError(CimCode::kNotFound, fmt::format("no such instance of {}", cls.name));
   }
-  if (!best) throw CimError(CimCode::kNotFound, fmt::format("no such instance of {}", cls.name));
-  answer_.Element([&](std::string& out) { AppendInstance(out, *best, selection, place_); });
+  // Where several match alike, the first is the answer.
+  answer_.Element([&](std::string& out) { AppendInstance(out, found.front(), selection, place_); });
 }
 
 void Call::EnumerateInstances() {
@@ -280,30 +196,25 @@ void Call::EnumerateInstances() {
   const schema::Class& cls = KnownClass(name, CimCode::kInvalidClass);
   if (!deep) selection.known_to = &cls;
 
-  for (const std::string& provider : manager_.ProvidersFor(cls.name)) {
-    Results results([&](Instance&& instance) {
-      answer_.Element([&](std::string& out) {
-        AppendWrapped(out, "VALUE.NAMEDINSTANCE", [&] {
-          AppendInstanceName(out, instance.path, place_);
-          AppendInstance(out, instance, selection, place_);
-        });
+  Results results([&](Instance&& instance) {
+    answer_.Element([&](std::string& out) {
+      AppendWrapped(out, "VALUE.NAMEDINSTANCE", [&] {
+        AppendInstanceName(out, instance.path, place_);
+        AppendInstance(out, instance, selection, place_);
       });
     });
-    results.Check(manager_.EnumerateInstances(provider, manager_.ClassPath(provider),
-                                              selection.properties, results));
-  }
+  });
+  Check(operations_.EnumerateInstances(cls, selection.properties, results));
 }
 
 void Call::EnumerateInstanceNames() {
   const Parameters parameters(request_, {"ClassName"});
   const schema::Class& cls =
       KnownClass(parameters.RequiredClass("ClassName"), CimCode::kInvalidClass);
-  for (const std::string& provider : manager_.ProvidersFor(cls.name)) {
-    Results results([&](ObjectPath&& path) {
-      answer_.Element([&](std::string& out) { AppendInstanceName(out, path, place_); });
-    });
-    results.Check(manager_.EnumerateInstanceNames(provider, manager_.ClassPath(provider), results));
-  }
+  Results results([&](ObjectPath&& path) {
+    answer_.Element([&](std::string& out) { AppendInstanceName(out, path, place_); });
+  });
+  Check(operations_.EnumerateInstanceNames(cls, results));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -314,8 +225,7 @@ ObjectPath Call::SourcePath(const Parameters& parameters) const {
   if (name == nullptr) {
     throw CimError(CimCode::kNotSupported, "associations between classes are not served");
   }
-  const schema::Class& cls = KnownClass(name->class_name, CimCode::kInvalidParameter);
-  return ToObjectPath(*name, cls, place_.name_space);
+  return ToObjectPath(*name, place_.name_space);
 }
 
 // The name of a class that a filter may name.
@@ -338,17 +248,22 @@ AssociationRequest Call::ReferencesRequest(const Parameters& parameters) const {
           parameters.Text("Role"), std::nullopt};
 }
 
-void Call::EmitPath(const ObjectPath& path) {
-  answer_.Element([&](std::string& out) {
-    AppendWrapped(out, "OBJECTPATH", [&] { AppendInstancePath(out, path, place_); });
+Results Call::Paths() {
+  return Results([this](ObjectPath&& path) {
+    answer_.Element([&](std::string& out) {
+      AppendWrapped(out, "OBJECTPATH", [&] { AppendInstancePath(out, path, place_); });
+    });
   });
 }
 
-void Call::EmitObject(const Instance& instance, const Selection& selection) {
-  answer_.Element([&](std::string& out) {
-    AppendWrapped(out, "VALUE.OBJECTWITHPATH", [&] {
-      AppendInstancePath(out, instance.path, place_);
-      AppendInstance(out, instance, selection, place_);
+// `selection` must outlive the results.
+Results Call::Objects(const Selection& selection) {
+  return Results([this, &selection](Instance&& instance) {
+    answer_.Element([&](std::string& out) {
+      AppendWrapped(out, "VALUE.OBJECTWITHPATH", [&] {
+        AppendInstancePath(out, instance.path, place_);
+        AppendInstance(out, instance, selection, place_);
+      });
     });
   });
 }
@@ -358,53 +273,29 @@ void Call::Associators() {
                               {"ObjectName", "AssocClass", "ResultClass", "Role", "ResultRole",
                                "IncludeQualifiers", "IncludeClassOrigin", "PropertyList"});
   const Selection selection = SelectionOfInstances(parameters);
-  const AssociationRequest wanted = AssociatorsRequest(parameters);
-  for (const auto& provider : manager_.AssociationProvidersFor(wanted.association_class)) {
-    Results results([&](Instance&& element) {
-      if (Admits(wanted, provider, element.path.class_name)) EmitObject(element, selection);
-    });
-    results.Check(manager_.Associators(provider, wanted.source, AssociatorsFilter(wanted, provider),
-                                       selection.properties, results));
-  }
+  Results results = Objects(selection);
+  Check(operations_.Associators(AssociatorsRequest(parameters), selection.properties, results));
 }
 
 void Call::AssociatorNames() {
   const Parameters parameters(request_,
                               {"ObjectName", "AssocClass", "ResultClass", "Role", "ResultRole"});
-  const AssociationRequest wanted = AssociatorsRequest(parameters);
-  for (const auto& provider : manager_.AssociationProvidersFor(wanted.association_class)) {
-    Results results([&](ObjectPath&& element) {
-      if (Admits(wanted, provider, element.class_name)) EmitPath(element);
-    });
-    results.Check(manager_.AssociatorNames(provider, wanted.source,
-                                           AssociatorsFilter(wanted, provider), results));
-  }
+  Results results = Paths();
+  Check(operations_.AssociatorNames(AssociatorsRequest(parameters), results));
 }
 
 void Call::References() {
   const Parameters parameters(request_, {"ObjectName", "ResultClass", "Role", "IncludeQualifiers",
                                          "IncludeClassOrigin", "PropertyList"});
   const Selection selection = SelectionOfInstances(parameters);
-  const AssociationRequest wanted = ReferencesRequest(parameters);
-  for (const auto& provider : manager_.AssociationProvidersFor(wanted.association_class)) {
-    Results results([&](Instance&& association) {
-      if (Admits(wanted, association.path)) EmitObject(association, selection);
-    });
-    results.Check(manager_.References(provider, wanted.source, ReferencesFilter(wanted, provider),
-                                      selection.properties, results));
-  }
+  Results results = Objects(selection);
+  Check(operations_.References(ReferencesRequest(parameters), selection.properties, results));
 }
 
 void Call::ReferenceNames() {
   const Parameters parameters(request_, {"ObjectName", "ResultClass", "Role"});
-  const AssociationRequest wanted = ReferencesRequest(parameters);
-  for (const auto& provider : manager_.AssociationProvidersFor(wanted.association_class)) {
-    Results results([&](ObjectPath&& association) {
-      if (Admits(wanted, association)) EmitPath(association);
-    });
-    results.Check(manager_.ReferenceNames(provider, wanted.source,
-                                          ReferencesFilter(wanted, provider), results));
-  }
+  Results results = Paths();
+  Check(operations_.ReferenceNames(ReferencesRequest(parameters), results));
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -1,11 +1,7 @@
 // The read operations of CIM (DSP0200, 5.4.2) on an object manager. Every other intrinsic method,
 // and every extrinsic one, is CIM_ERR_NOT_SUPPORTED.
 //
-// What the standard leaves to the server, or asks for beyond what the object manager does:
-// - An enumeration asks the providers of all classes below the named one, one after the other.
-// - Associations are followed through every association provider below AssocClass (of References:
-//   ResultClass); their results are held against the class and role filters here, because
-//   providers are free to ignore these.
+// What the standard leaves to the server is decided in requests/operations.h; beyond that:
 // - LocalOnly and IncludeQualifiers of instance operations are deprecated: all properties are
 //   returned, and no qualifiers.
 // - A class as the source of an association request is CIM_ERR_NOT_SUPPORTED.

@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "cim/text.h"
-#include "cim/wbem_uri.h"
+#include "requests/path_completion.h"
 #include "wbem/cim_error.h"
 
 namespace wbem {
@@ -34,63 +34,19 @@ const T& RequiredValue(const ParameterValue* value, std::string_view name) {
   Invalid(fmt::format("{} is required", name));
 }
 
-// ---------------------------------------------------------------------------------------------
-// Keys
-
-cim::ObjectPath ReadPath(const InstanceName& name, const schema::Class& cls,
-                         const std::string& name_space, int depth);
-
-cim::Value ReadReference(const InstanceName& name, const std::string& name_space, int depth) {
-  if (depth >= cim::kMaxReferenceDepth) Invalid("references nested too deeply");
-  const schema::Class* cls = schema::FindClass(name.class_name);
-  if (cls == nullptr) Invalid(fmt::format("a key refers to the unknown class {}", name.class_name));
-  return ReadPath(name, *cls, name_space, depth + 1);
-}
-
-std::string ReadText(const KeyLiteral& literal, std::string_view key) {
-  const bool is_text = literal.kind == KeyLiteral::Kind::kString &&
-                       (literal.type.empty() || EqualIgnoringCase(literal.type, "string"));
-  if (!is_text) Invalid(fmt::format("the key {} is a string", key));
-  return literal.text;
-}
-
-// The keys of all classes in the schema are strings and references.
-cim::Value ReadKey(const KeyBinding& binding, const schema::Property& key,
-                   const std::string& name_space, int depth) {
-  const bool is_reference = key.type == CMPI_ref;
-  if (const auto* literal = std::get_if<KeyLiteral>(&binding.value)) {
-    if (is_reference) Invalid(fmt::format("the key {} is a reference", key.name));
-    return ReadText(*literal, key.name);
-  }
-  if (!is_reference) Invalid(fmt::format("the key {} is a string", key.name));
-  return ReadReference(*std::get<std::shared_ptr<const InstanceName>>(binding.value), name_space,
-                       depth);
-}
-
-const KeyBinding& BindingFor(const InstanceName& name, std::string_view key, bool only_key) {
-  const auto names_key = [&](const KeyBinding& binding) {
-    return EqualIgnoringCase(binding.name, key) || (only_key && binding.name.empty());
-  };
-  const auto found = std::find_if(name.keys.begin(), name.keys.end(), names_key);
-  if (found == name.keys.end()) Invalid(fmt::format("the key {} is missing", key));
-  return *found;
-}
-
-cim::ObjectPath ReadPath(const InstanceName& name, const schema::Class& cls,
-                         const std::string& name_space, int depth) {
-  const bool own_name_space =
-      name.name_space.empty() || EqualIgnoringCase(name.name_space, name_space);
-  cim::ObjectPath path;
-  path.name_space = own_name_space ? name_space : name.name_space;
-  path.class_name = cls.name;
-  const auto keys = schema::KeyNames(cls);
-  for (const std::string_view key : keys) {
-    path.keys.emplace_back(key, ReadKey(BindingFor(name, key, keys.size() == 1),
-                                        *schema::FindProperty(cls, key), name_space, depth));
-  }
-  // Every key has been found, so another number means one that is unknown or there twice.
-  if (name.keys.size() != keys.size()) {
-    Invalid(fmt::format("{} has {} keys, not {}", cls.name, keys.size(), name.keys.size()));
+// The keys as they are written. What is no text is a null: no key of the schema takes it.
+cim::ObjectPath GivenPath(const InstanceName& name) {
+  cim::ObjectPath path{std::nullopt, name.name_space, name.class_name, {}};
+  for (const KeyBinding& binding : name.keys) {
+    cim::Value value;
+    if (const auto* literal = std::get_if<KeyLiteral>(&binding.value)) {
+      const bool is_text = literal->kind == KeyLiteral::Kind::kString &&
+                           (literal->type.empty() || EqualIgnoringCase(literal->type, "string"));
+      if (is_text) value = literal->text;
+    } else {
+      value = GivenPath(*std::get<std::shared_ptr<const InstanceName>>(binding.value));
+    }
+    path.keys.emplace_back(binding.name, std::move(value));
   }
   return path;
 }
@@ -157,9 +113,17 @@ const ParameterValue* Parameters::Find(std::string_view name) const {
   return nullptr;
 }
 
-cim::ObjectPath ToObjectPath(const InstanceName& name, const schema::Class& cls,
-                             const std::string& name_space) {
-  return ReadPath(name, cls, name_space, 0);
+cim::ObjectPath ToObjectPath(const InstanceName& name, const std::string& name_space) {
+  const auto find_class = [](const std::string& class_name) -> const schema::Class& {
+    const schema::Class* cls = schema::FindClass(class_name);
+    if (cls == nullptr) Invalid(fmt::format("unknown class {}", class_name));
+    return *cls;
+  };
+  try {
+    return requests::CompletePath(GivenPath(name), {find_class, name_space});
+  } catch (const requests::PathError& error) {
+    Invalid(error.what());
+  }
 }
 
 }  // namespace wbem

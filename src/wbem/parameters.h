@@ -42,11 +42,9 @@ class Parameters {
   const Request& request_;
 };
 
-// The path of the instance: its keys are those of the class, in the schema's order and spelling,
-// none missing. `name_space` is for references that come without one, or spell it otherwise.
-// Throws CimError where the keys are not those of the class.
-cim::ObjectPath ToObjectPath(const InstanceName& name, const cim::schema::Class& cls,
-                             const std::string& name_space);
+// The path of the instance: its keys are those of its class, in the schema's order and spelling,
+// none missing. Throws CimError where they are not, or the class is unknown.
+cim::ObjectPath ToObjectPath(const InstanceName& name, const std::string& name_space);
 
 }  // namespace wbem
 

@@ -133,9 +133,10 @@ TEST(Commands, SayThatAnInstanceIsNotFound) {
   EXPECT_THAT(Bad(1, {"get", "PCIDevice.DeviceID=\"0000:7f:00.0\"", "-o", "json"}),
               HasSubstr("not found"));
   EXPECT_EQ(Bad(1, {"get", "PCIBridge.DeviceID=\"0000:00:1f.2\""}),
-            "ostrel-pci: get of root/cimv2:Ostrel_PCIBridge.DeviceID=\"0000:00:1f.2\","
+            "ostrel-pci: get of root/cimv2:Ostrel_PCIBridge."
             "SystemCreationClassName=\"OMC_UnitaryComputerSystem\",SystemName=\"recorded\","
-            "CreationClassName=\"Ostrel_PCIBridge\": CMPI_RC_ERR_NOT_FOUND (6)\n");
+            "CreationClassName=\"Ostrel_PCIBridge\",DeviceID=\"0000:00:1f.2\": "
+            "CMPI_RC_ERR_NOT_FOUND (6)\n");
   EXPECT_THAT(Bad(1, {"get", "PCIDevice"}), HasSubstr("the path has no DeviceID"));
   EXPECT_EQ(Bad(1, {"ain", "PCIPortGroup", "--assoc-class", "MemberOfCollection"}),
             "ostrel-pci: associator names of root/cimv2:Ostrel_PCIPortGroup by "
@@ -348,8 +349,8 @@ TEST(Verbose, ShowsLogAndTraceLinesOfTheLibrary) {
   EXPECT_THAT(run.err, HasSubstr("--- _Create_InstanceMI() PN6ostInt10CmpiBaseMIE\n"));
   EXPECT_THAT(run.err, HasSubstr("GetPCIData started"));
   // Lines of the lowest priority, of a request that is no factory call.
-  EXPECT_THAT(RunOnRecord({"ain", "PCIDevice.DeviceID=\"0000:00:1f.2\"", "-v"}).err,
-              HasSubstr("PCIDeviceConnection ain ignoring"));
+  EXPECT_THAT(RunOnRecord({"ain", "PCIBridge.DeviceID=\"0000:00:03.0\"", "-v"}).err,
+              HasSubstr("PCISystemDevice ai ignoring"));
 }
 
 TEST(Table, FitsTheTerminal) {

@@ -1,15 +1,12 @@
-// Class names and object paths as users write them, and the roles of associations.
+// Class names and object paths as users write them.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <optional>
 
 #include "cim/wbem_uri.h"
 #include "tool/class_names.h"
 #include "tool/errors.h"
 #include "tool/path_completion.h"
-#include "tool/session.h"
 
 namespace tool {
 namespace {
@@ -71,29 +68,20 @@ int StatusOf(std::string_view text) {
   return 0;
 }
 
-TEST(PathCompletion, AddsWhatTheClassAndTheSystemDetermine) {
-  EXPECT_EQ(Completed("PCIDevice.DeviceID=\"0000:00:1f.2\""),
-            "root/cimv2:Ostrel_PCIDevice.DeviceID=\"0000:00:1f.2\","
-            "SystemCreationClassName=\"OMC_UnitaryComputerSystem\",SystemName=\"host\","
-            "CreationClassName=\"Ostrel_PCIDevice\"");
+TEST(Paths, AreCompletedAndTheirClassNamesMayBeShort) {
+  const std::string whole =
+      "root/cimv2:Ostrel_PCIDevice.SystemCreationClassName=\"OMC_UnitaryComputerSystem\","
+      "SystemName=\"host\",CreationClassName=\"Ostrel_PCIDevice\",DeviceID=\"0000:00:1f.2\"";
+  EXPECT_EQ(Completed("PCIDevice.DeviceID=\"0000:00:1f.2\""), whole);
+  EXPECT_EQ(Completed("device.deviceid=\"0000:00:1f.2\""), whole);
 }
 
-TEST(PathCompletion, LeavesWhatTheUserWrote) {
-  EXPECT_THAT(Completed("root/cimv2:Ostrel_PCIPort.deviceid=\"a\",SystemName=\"other\""),
-              HasSubstr("Ostrel_PCIPort.DeviceID=\"a\",SystemName=\"other\","));
-}
-
-TEST(PathCompletion, KnowsTheSystemByItsClassAlone) {
+TEST(Paths, KnowTheSystemByItsClassAlone) {
   EXPECT_EQ(ReadPath("OMC_UnitaryComputerSystem", System()), System());
   EXPECT_EQ(ReadPath("system", System()), System());
 }
 
-TEST(PathCompletion, DoesNotInventIdentifiers) {
-  EXPECT_EQ(ReadPath("PCIDevice", System()).Key("DeviceID"), nullptr);
-  EXPECT_EQ(ReadPath("PCIPortGroup", System()).keys.size(), 0U);
-}
-
-TEST(PathCompletion, CompletesThePathsInsideAPath) {
+TEST(Paths, InsideAPathMayBeShortToo) {
   const std::string whole = "PCISystemDevice.PartComponent=\"PCIPort.DeviceID=\\\"a-ep\\\"\"";
   for (const std::string& text : {whole, "Ostrel_" + whole, "systemdevice" + whole.substr(15)}) {
     const ObjectPath path = ReadPath(text, System());
@@ -106,7 +94,7 @@ TEST(PathCompletion, CompletesThePathsInsideAPath) {
   }
 }
 
-TEST(PathCompletion, RefusesWhatIsNoPathOfTheClass) {
+TEST(Paths, ThatAreNoneOfTheirClassAreUsageErrors) {
   EXPECT_EQ(StatusOf("PCIDevice.DeviceID=unquoted"), 2);
   EXPECT_EQ(StatusOf("PCIDevice.Colour=\"red\""), 2);
   EXPECT_EQ(StatusOf("PCIControlledBy.Dependent=5"), 2);
@@ -114,28 +102,6 @@ TEST(PathCompletion, RefusesWhatIsNoPathOfTheClass) {
   EXPECT_EQ(StatusOf("Unknown.Key=\"x\""), 1);
   EXPECT_EQ(StatusOf("root/other:PCIDevice.DeviceID=\"x\""), 1);
   EXPECT_EQ(StatusOf("ROOT/CIMV2:PCIDevice.DeviceID=\"x\""), 0);
-}
-
-using Role = std::optional<std::string>;
-
-bool Fit(const char* association, const char* source, Role role, Role result_role = {},
-         std::optional<std::string> result_class = {}) {
-  broker::AssociationFilter filter;
-  filter.role = std::move(role);
-  filter.result_role = std::move(result_role);
-  filter.result_class = std::move(result_class);
-  return RolesFit(ResolveClass(association), ReadPath(source, System()), filter);
-}
-
-TEST(Roles, FitWhereTheReferenceMayHoldTheClass) {
-  EXPECT_TRUE(Fit("SystemDevice", "system", {}));
-  EXPECT_TRUE(Fit("SystemDevice", "system", "groupcomponent"));
-  EXPECT_FALSE(Fit("SystemDevice", "system", "PartComponent"));
-  EXPECT_FALSE(Fit("SystemDevice", "system", "Antecedent"));
-  EXPECT_FALSE(Fit("ControlledBy", "port", "Antecedent"));
-  EXPECT_TRUE(Fit("ControlledBy", "port", "Dependent"));
-  EXPECT_TRUE(Fit("ControlledBy", "port", {}, "Antecedent"));
-  EXPECT_FALSE(Fit("ControlledBy", "bridge", {}, "Antecedent", "Ostrel_PCIPort"));
 }
 
 }  // namespace

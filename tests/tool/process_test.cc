@@ -172,7 +172,7 @@ TEST(Session, SaysThatALibraryHasNoAssociations) {
   broker::Recorder found;
   for (const auto& ask : {&Session::AssociatorNames, &Session::ReferenceNames}) {
     try {
-      (session.*ask)(session.system(), {}, found);
+      (session.*ask)({session.system(), {}, {}, {}, {}}, found);
       ADD_FAILURE() << "asked";
     } catch (const CommandError& error) {
       EXPECT_THAT(error.what(), HasSubstr("no provider of an association"));
