@@ -51,7 +51,7 @@ class Operations::Filter : public ResultSink {
   }
 
   // Of the operation that answered `status`.
-  Status Outcome(Status status) const { return status.ok() ? error_ : status; }
+  const Status& Outcome(const Status& status) const { return status.ok() ? error_ : status; }
 
  private:
   ResultSink& next_;

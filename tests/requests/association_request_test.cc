@@ -57,7 +57,7 @@ const std::map<std::string, std::set<std::string>> kBelow = {
 bool Is(const std::string& class_name, const Text& wanted) {
   if (!wanted || class_name == *wanted) return true;
   const auto below = kBelow.find(*wanted);
-  return below != kBelow.end() && below->second.count(class_name) > 0;
+  return below != kBelow.end() && below->second.contains(class_name);
 }
 
 bool HasName(const std::string& name, const Text& wanted) {
@@ -70,8 +70,8 @@ bool BelongsToAssociators(const AssociationRequest& request, const std::string& 
   for (const auto& [source_end, sources] : kEnds.at(association)) {
     for (const auto& [result_end, results] : kEnds.at(association)) {
       if (source_end != result_end && HasName(source_end, request.role) &&
-          HasName(result_end, request.result_role) &&
-          sources.count(request.source.class_name) > 0 && results.count(element_class) > 0) {
+          HasName(result_end, request.result_role) && sources.contains(request.source.class_name) &&
+          results.contains(element_class)) {
         return true;
       }
     }
