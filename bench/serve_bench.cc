@@ -8,8 +8,7 @@
 //   GetInstanceOnNewConnection/clients:<n>   the same over a new connection for every request
 //   EnumerateInstances/clients:<n>           1,000 instances, over connections that clients keep
 // Each client sends its next request when it has the answer to the last one. An answer that is not
-// the expected one is an error of the benchmark. A server with more clients than threads ends
-// connections after an answer, and these clients then make new ones. Counters:
+// the expected one is an error of the benchmark. Counters:
 //   requests_per_second
 //   p50_ms, p99_ms   median and 99th percentile of the time from a request, and from connecting
 //                    where it needs a new connection, to the end of its answer

@@ -1,5 +1,7 @@
 #include "wbem/serve.h"
 
+#include <sys/resource.h>
+
 #include <csignal>
 #include <ctime>
 #include <stdexcept>
@@ -32,10 +34,19 @@ class BlockedSignals {
   sigset_t before_{};
 };
 
+// Every connection takes a descriptor, and the usual limit is that of programs that use select().
+void RaiseDescriptorLimit() {
+  rlimit files{};
+  if (getrlimit(RLIMIT_NOFILE, &files) != 0) return;
+  files.rlim_cur = files.rlim_max;
+  setrlimit(RLIMIT_NOFILE, &files);
+}
+
 }  // namespace
 
 void Serve(broker::ObjectManager& manager, const ServerOptions& options, std::ostream& out) {
   const BlockedSignals signals;
+  RaiseDescriptorLimit();
   Server server(manager, options);
   server.Start();
   out << "listening on " << server.Url() << std::endl;

@@ -5,9 +5,10 @@
 //   ...
 //   server.Stop();
 //
-// A fixed number of threads serves connections; more of them wait, and a connection that is idle
-// gives way to one that waits. Nobody is asked for a name or password: who may connect is on this
-// host. A browser's page is not: what a browser sends (it carries Origin) is refused.
+// One thread accepts, reads and writes all connections; a fixed number of others answers the
+// requests that are whole. A connection that says nothing, or little, costs none of them. Nobody is
+// asked for a name or password: who may connect is on this host. A browser's page is not: what a
+// browser sends (it carries Origin) is refused.
 //
 // Thread rule: Start and Stop from one thread.
 
@@ -20,7 +21,7 @@
 #include <string>
 
 #include "broker/object_manager.h"
-#include "wbem/connection_limits.h"
+#include "wbem/limits.h"
 
 namespace wbem {
 
@@ -28,8 +29,10 @@ struct ServerOptions {
   std::string address = "127.0.0.1";
   int port = 5988;  // 0 for a free one
   std::size_t threads = 32;
-  std::size_t max_waiting = 1024;
-  ConnectionLimits limits;
+  // At once, as far as the process may have so many descriptors; more of them wait in the kernel's
+  // queue.
+  std::size_t max_connections = 4096;
+  Limits limits;
   std::chrono::milliseconds stop{5'000};  // how long Stop waits for running requests
 };
 
@@ -46,15 +49,19 @@ class Server {
 
   // Listens, and returns the port. Throws std::runtime_error.
   int Start();
-  // Lets running requests finish, within the bound, and ends all connections and threads. Once.
+  // Lets running requests finish, within the bound, and ends all connections and threads.
   void Stop();
-  // Whether it accepts connections. It may cease to for want of resources.
+  // Whether it accepts connections. It may cease to where the system takes its socket away.
   bool is_running() const;
   // "http://127.0.0.1:5988", after Start.
-  std::string Url() const;
+  const std::string& Url() const { return url_; }
 
  private:
   class Impl;
+
+  broker::ObjectManager& manager_;
+  ServerOptions options_;
+  std::string url_;
   std::unique_ptr<Impl> impl_;
 };
 

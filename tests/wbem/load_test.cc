@@ -3,11 +3,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+
+#include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <fstream>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/on_threads.h"
@@ -78,6 +83,58 @@ TEST_F(LoadTest, TwoHundredClientsAtOnceAreServed) {
     }
   });
   EXPECT_EQ(answered, kClients * kRequests);
+}
+
+// As many connections as the test wants, or as the system allows, to a server in this process.
+std::size_t RoomForConnections(std::size_t wanted) {
+  constexpr std::size_t kOthers = 100;
+  rlimit files{};
+  getrlimit(RLIMIT_NOFILE, &files);
+  files.rlim_cur = std::min<rlim_t>(files.rlim_max, 2 * wanted + kOthers);
+  EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &files), 0);
+  return std::min(wanted, (files.rlim_cur - kOthers) / 2);
+}
+
+TEST_F(LoadTest, HonestClientsAreAnsweredAtOnceAmongThousandsOfOthers) {
+  const std::size_t others = RoomForConnections(2'201) - 201;
+  wbem::ServerOptions options;
+  options.threads = 2;
+  options.limits.idle = options.limits.head = options.limits.request = std::chrono::seconds(300);
+  Start(options);
+  const std::size_t before = Resident();
+
+  const std::string request = Enumeration();
+  const std::string part = request.substr(0, request.size() / 2);
+  const std::string part_of_head = request.substr(0, request.find("CIMMethod"));
+  std::vector<std::unique_ptr<RawClient>> silent;
+  std::vector<std::unique_ptr<RawClient>> trickling;
+  for (std::size_t i = 0; i < others; ++i) {
+    auto client = std::make_unique<RawClient>(port_);
+    const bool trickles = i % 20 == 1;
+    ASSERT_TRUE(client->Send(trickles ? part : i % 2 == 0 ? part_of_head : ""));
+    (trickles ? trickling : silent).push_back(std::move(client));
+  }
+
+  std::chrono::duration<double> slowest{};
+  for (std::size_t i = 0; i < 200; ++i) {
+    ASSERT_TRUE(trickling[i % trickling.size()]->Send(" "));
+    const auto start = std::chrono::steady_clock::now();
+    RawClient client(port_);
+    ASSERT_TRUE(client.Send(request));
+    const auto response = client.Receive();
+    ASSERT_TRUE(response);
+    EXPECT_EQ(response->status, 200);
+    slowest =
+        std::max<std::chrono::duration<double>>(slowest, std::chrono::steady_clock::now() - start);
+  }
+  EXPECT_LT(slowest.count(), 1.0);
+  EXPECT_TRUE(kSanitized || Resident() < before + (64U << 20U));
+
+  // Nobody was turned away: the requests that are completed now are answered.
+  for (auto& client : trickling) {
+    ASSERT_TRUE(client->Send(std::string(request.size(), ' ')));
+    EXPECT_TRUE(client->Receive());
+  }
 }
 
 // Sends so many requests over one connection, and over a new one whenever the server ends it.

@@ -2,6 +2,7 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -12,13 +13,20 @@
 #include <system_error>
 #include <utility>
 
-RawClient::RawClient(int port) : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<in_port_t>(port));
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  if (socket_ < 0 ||
-      connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+RawClient::RawClient(int port, int family)
+    : socket_(socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+  sockaddr_in v4{};
+  v4.sin_family = AF_INET;
+  v4.sin_port = htons(static_cast<in_port_t>(port));
+  v4.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  sockaddr_in6 v6{};
+  v6.sin6_family = AF_INET6;
+  v6.sin6_port = v4.sin_port;
+  v6.sin6_addr = in6addr_loopback;
+  const bool is_v6 = family == AF_INET6;
+  const void* address = is_v6 ? static_cast<const void*>(&v6) : &v4;
+  const socklen_t size = is_v6 ? sizeof v6 : sizeof v4;
+  if (socket_ < 0 || connect(socket_, static_cast<const sockaddr*>(address), size) != 0) {
     throw std::system_error(errno, std::generic_category(), "connect");
   }
 }
@@ -120,6 +128,11 @@ std::optional<RawResponse> RawClient::Receive() {
 bool RawClient::ReceivePieces(const std::function<void(const std::string& piece)>& take) {
   const auto response = Head();
   return response && response->headers.contains("transfer-encoding") && Chunks(take);
+}
+
+bool RawClient::HasInput() const {
+  pollfd input{socket_, POLLIN, 0};
+  return !received_.empty() || poll(&input, 1, 0) > 0;
 }
 
 bool RawClient::IsEnded() {

@@ -5,6 +5,8 @@
 #ifndef WBEM_RAW_CLIENT_H_
 #define WBEM_RAW_CLIENT_H_
 
+#include <sys/socket.h>
+
 #include <cstddef>
 #include <functional>
 #include <map>
@@ -20,8 +22,8 @@ struct RawResponse {
 
 class RawClient {
  public:
-  // Connects to the port of this host. Throws std::system_error.
-  explicit RawClient(int port);
+  // Connects to the port of this host, at its address of that family. Throws std::system_error.
+  explicit RawClient(int port, int family = AF_INET);
   ~RawClient();
   RawClient(const RawClient&) = delete;
   RawClient& operator=(const RawClient&) = delete;
@@ -38,6 +40,8 @@ class RawClient {
   // The same for a response in chunks, of which each is handed over and forgotten. False when the
   // connection ends before the response does.
   bool ReceivePieces(const std::function<void(const std::string& piece)>& take);
+  // Whether there is something to receive, or the end of the connection.
+  bool HasInput() const;
   // Whether the server has ended the connection, everything else having been received. Waits for
   // it.
   bool IsEnded();

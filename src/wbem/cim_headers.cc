@@ -1,4 +1,4 @@
-#include "wbem/http_request.h"
+#include "wbem/cim_headers.h"
 
 #include <fmt/format.h>
 
@@ -6,7 +6,6 @@
 #include <charconv>
 #include <cstddef>
 #include <string_view>
-#include <utility>
 
 #include "cim/text.h"
 #include "wbem/cim_error.h"
@@ -18,7 +17,6 @@ namespace {
 using cim::EqualIgnoringCase;
 
 constexpr std::string_view kBlanks = " \t";
-constexpr std::string_view kCim = "CIM";  // begins the names of all extension headers
 
 std::string_view Trimmed(std::string_view text) {
   const std::size_t first = text.find_first_not_of(kBlanks);
@@ -60,9 +58,20 @@ std::string PercentDecoded(std::string_view text) {
   return decoded;
 }
 
-void CheckContentType(const httplib::Request& request) {
-  const std::string header = request.get_header_value("Content-Type");
-  const std::string_view type = Trimmed(std::string_view(header).substr(0, header.find(';')));
+// An extension header, by the name that it has in this request.
+const std::string* FindExtension(const HttpRequest& request, std::string_view name) {
+  const std::string number = ExtensionNamespace(request);
+  return number.empty() ? request.Find(name) : request.Find(fmt::format("{}-{}", number, name));
+}
+
+std::string_view Extension(const HttpRequest& request, std::string_view name) {
+  const std::string* value = FindExtension(request, name);
+  return value != nullptr ? std::string_view(*value) : std::string_view();
+}
+
+void CheckContentType(const HttpRequest& request) {
+  const std::string_view header = request.Header("Content-Type");
+  const std::string_view type = Trimmed(header.substr(0, header.find(';')));
   if (!EqualIgnoringCase(type, "application/xml") && !EqualIgnoringCase(type, "text/xml")) {
     throw RequestError(415, {}, "Content-Type is neither application/xml nor text/xml");
   }
@@ -71,16 +80,17 @@ void CheckContentType(const httplib::Request& request) {
     throw RequestError(415, {}, fmt::format("charset {} instead of utf-8", charset));
   }
   // A small compressed text may be an enormous one.
-  const std::string coding = request.get_header_value("Content-Encoding");
+  const std::string_view coding = request.Header("Content-Encoding");
   if (!coding.empty() && !EqualIgnoringCase(coding, "identity")) {
     throw RequestError(415, {}, fmt::format("Content-Encoding {}", coding));
   }
 }
 
-void CheckProtocolVersion(const httplib::Request& request) {
-  const std::string version = request.get_header_value("CIMProtocolVersion");
+void CheckProtocolVersion(const HttpRequest& request) {
+  const std::string_view version = Extension(request, "CIMProtocolVersion");
   if (!version.empty() && !version.starts_with("1.")) {
-    throw RequestError(501, "unsupported-protocol-version", "CIMProtocolVersion " + version);
+    throw RequestError(501, "unsupported-protocol-version",
+                       fmt::format("CIMProtocolVersion {}", version));
   }
 }
 
@@ -91,38 +101,31 @@ void CheckProtocolVersion(const httplib::Request& request) {
 
 }  // namespace
 
-void AdoptExtensionHeaders(httplib::Request& request) {
-  const std::string man = request.get_header_value("Man");
-  const std::string_view name_space = HeaderParameter(man, "ns");
-  if (man.find("/cim/mapping/http/v1.") == std::string::npos || name_space.empty()) return;
-  const std::string prefix = fmt::format("{}-", name_space);
-  httplib::Headers adopted;
-  for (const auto& [name, value] : request.headers) {
-    if (!name.starts_with(prefix)) continue;
-    std::string own_name = name.substr(prefix.size());
-    if (EqualIgnoringCase(own_name.substr(0, kCim.size()), kCim)) {
-      adopted.emplace(std::move(own_name), value);
-    }
-  }
-  request.headers.merge(adopted);
-  request.headers.emplace(kExtensionPrefix, prefix);
+std::string ExtensionNamespace(const HttpRequest& request) {
+  if (request.method != kMandatoryPost) return {};
+  const std::string_view man = request.Header("Man");
+  if (man.find("/cim/mapping/http/v1.") == std::string_view::npos) return {};
+  const std::string_view number = HeaderParameter(man, "ns");
+  const bool is_number = number.find_first_not_of("0123456789") == std::string_view::npos;
+  return std::string(is_number ? number : std::string_view());
 }
 
-void CheckHeaders(const httplib::Request& request) {
-  if (!request.has_header("CIMOperation")) {
+void CheckHeaders(const HttpRequest& request) {
+  const std::string* operation = FindExtension(request, "CIMOperation");
+  if (operation == nullptr) {
     throw RequestError(400, {}, "no CIM operation request: CIMOperation is missing");
   }
-  if (!EqualIgnoringCase(request.get_header_value("CIMOperation"), "MethodCall")) {
+  if (!EqualIgnoringCase(*operation, "MethodCall")) {
     throw RequestError(400, "unsupported-operation", "CIMOperation is not MethodCall");
   }
   CheckProtocolVersion(request);
   CheckContentType(request);
 }
 
-void CheckAgreement(const httplib::Request& http, const Request& request) {
-  const std::string method = PercentDecoded(http.get_header_value("CIMMethod"));
+void CheckAgreement(const HttpRequest& http, const Request& request) {
+  const std::string method = PercentDecoded(Extension(http, "CIMMethod"));
   if (!EqualIgnoringCase(method, request.method)) Mismatch("CIMMethod");
-  const std::string object = PercentDecoded(http.get_header_value("CIMObject"));
+  const std::string object = PercentDecoded(Extension(http, "CIMObject"));
   // Of an extrinsic method the header goes on with the class or the instance.
   const std::string_view name_space =
       request.intrinsic ? std::string_view(object)
@@ -130,14 +133,14 @@ void CheckAgreement(const httplib::Request& http, const Request& request) {
   if (!EqualIgnoringCase(name_space, request.name_space)) Mismatch("CIMObject");
 }
 
-std::string HostOf(const httplib::Request& request) {
-  std::string host = request.get_header_value("Host");
+std::string HostOf(const HttpRequest& request) {
+  const std::string_view host = request.Header("Host");
   const auto is_proper = [](char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
            std::string_view(".-_:[]").find(c) != std::string_view::npos;
   };
   const bool proper = host.size() <= 255 && std::all_of(host.begin(), host.end(), is_proper);
-  return proper ? host : std::string();
+  return std::string(proper ? host : std::string_view());
 }
 
 }  // namespace wbem

@@ -1,0 +1,30 @@
+// CIM operations over HTTP (DSP0200), on an object manager: which requests are CIM operations, and
+// the headers of what they are answered with.
+//
+// Thread rule: thread-safe.
+
+#ifndef WBEM_CIM_SERVICE_H_
+#define WBEM_CIM_SERVICE_H_
+
+#include <optional>
+
+#include "broker/object_manager.h"
+#include "wbem/request_handler.h"
+
+namespace wbem {
+
+class CimService : public RequestHandler {
+ public:
+  // `manager` must outlive the service.
+  explicit CimService(broker::ObjectManager& manager) : manager_(manager) {}
+
+  std::optional<HttpResponse> AnswerHead(const HttpRequest& head) override;
+  void Answer(Exchange& exchange) override;
+
+ private:
+  broker::ObjectManager& manager_;
+};
+
+}  // namespace wbem
+
+#endif  // WBEM_CIM_SERVICE_H_
