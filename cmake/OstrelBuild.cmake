@@ -23,6 +23,11 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
   add_compile_options(-Wno-restrict)
 endif()
 
+# g++ from 13 on takes a reference that a function returns for one into its arguments.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_GREATER_EQUAL 13)
+  add_compile_options(-Wno-dangling-reference)
+endif()
+
 # g++ takes a source that is compiled in one go with others for a header, where what holds something of
 # an anonymous namespace would be a mistake.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_UNITY_BUILD)

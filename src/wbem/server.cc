@@ -44,7 +44,7 @@ constexpr std::chrono::milliseconds kRest{50};
 // Throws std::invalid_argument unless the address is one of this host's own.
 asio::ip::address LoopbackAddress(const std::string& text) {
   error_code error;
-  const auto address = asio::ip::make_address(text == "localhost" ? "127.0.0.1" : text, error);
+  auto address = asio::ip::make_address(text == "localhost" ? "127.0.0.1" : text, error);
   if (!error && address.is_loopback()) return address;
   throw std::invalid_argument(fmt::format(
       "not listening on \"{}\": only loopback addresses (127.0.0.1, ::1) are served, because "

@@ -149,8 +149,8 @@ TEST_F(Environment, DoesNotChangeTheLocale) {
   EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C");
 }
 
-// A server needs more files than one. It is another process that ends without: one may not raise the
-// limit again.
+// A server needs more files than one. It is another process that ends without: one may not raise
+// the limit again.
 TEST_F(Environment, FailuresOfTheSystemAreNotTakenForThoseOfTheOutput) {
   if (kSanitized) GTEST_SKIP() << "a sanitizer ends the process where it cannot open its own files";
   const char* words[] = {"ostrel-pci", "--library", PROVIDER_LIBRARY, "serve", "--port", "0"};
