@@ -1,7 +1,7 @@
 #include "cim/schema.h"
 
-#include <array>
 #include <cstddef>
+#include <unordered_map>
 #include <unordered_set>
 
 #include "cim/schema_table.h"
@@ -18,16 +18,14 @@ struct Resolved {
   std::vector<const Property*> properties;
 };
 
-std::size_t HashIgnoringCase(std::string_view text) {
-  std::size_t hash = 14695981039346656037ULL;  // FNV-1a
-  for (const char c : text) {
-    hash = (hash ^ static_cast<unsigned char>(LowerAscii(c))) * 1099511628211ULL;
-  }
-  return hash;
-}
-
 struct HashOfName {
-  std::size_t operator()(std::string_view name) const { return HashIgnoringCase(name); }
+  std::size_t operator()(std::string_view name) const {
+    std::size_t hash = 14695981039346656037ULL;  // FNV-1a
+    for (const char c : name) {
+      hash = (hash ^ static_cast<unsigned char>(LowerAscii(c))) * 1099511628211ULL;
+    }
+    return hash;
+  }
 };
 struct SameName {
   bool operator()(std::string_view a, std::string_view b) const { return EqualIgnoringCase(a, b); }
@@ -55,16 +53,13 @@ class Tree {
         Declare(entry.properties, declared);
         property_names_.insert(declared.name);
       }
-      Insert(entry);
+      by_name_.emplace(entry.cls->name, &entry);
     }
   }
 
   const Resolved* Find(std::string_view name) const {
-    for (std::size_t slot = HashIgnoringCase(name) % kSlots; slots_[slot] != nullptr;
-         slot = (slot + 1) % kSlots) {
-      if (EqualIgnoringCase(slots_[slot]->cls->name, name)) return slots_[slot];
-    }
-    return nullptr;
+    const auto found = by_name_.find(name);
+    return found != by_name_.end() ? found->second : nullptr;
   }
 
   const Resolved& Of(const Class& cls) const {
@@ -79,16 +74,8 @@ class Tree {
   }
 
  private:
-  static constexpr std::size_t kSlots = 4 * kClasses.size() + 1;
-
-  void Insert(const Resolved& entry) {
-    std::size_t slot = HashIgnoringCase(entry.cls->name) % kSlots;
-    while (slots_[slot] != nullptr) slot = (slot + 1) % kSlots;
-    slots_[slot] = &entry;
-  }
-
   std::vector<Resolved> resolved_;  // beside kClasses, index by index
-  std::array<const Resolved*, kSlots> slots_{};
+  std::unordered_map<std::string_view, const Resolved*, HashOfName, SameName> by_name_;
   std::unordered_set<std::string_view, HashOfName, SameName> property_names_;
 };
 

@@ -158,7 +158,7 @@ class Parser {
         ->allow_extra_args(false)
         ->type_name("NAME");
     app_.add_option("-o,--output", format_,
-                    "table (default), json, mof or xml; for tree: text (default), json or dot")
+                    "table (default), json or mof; for tree: text (default), json or dot")
         ->type_name("FORMAT");
     CLI::Option* sysfs = app_.add_option("--sysfs", arguments_.source.sysfs,
                                          "Read a copy of /sys/bus/pci instead of this host")
@@ -305,10 +305,8 @@ class Parser {
 
   // The formats that a command knows.
   Format Checked(const std::string& name) const {
-    const std::map<std::string, Format> kElements = {{"table", Format::kTable},
-                                                     {"json", Format::kJson},
-                                                     {"mof", Format::kMof},
-                                                     {"xml", Format::kXml}};
+    const std::map<std::string, Format> kElements = {
+        {"table", Format::kTable}, {"json", Format::kJson}, {"mof", Format::kMof}};
     const std::map<std::string, Format> kClasses = {{"table", Format::kTable},
                                                     {"json", Format::kJson}};
     const std::map<std::string, Format> kTree = {

@@ -27,7 +27,7 @@ enum class Command {
   kRegister,
   kServe
 };
-enum class Format { kTable, kJson, kMof, kXml, kDot };
+enum class Format { kTable, kJson, kMof, kDot };
 
 struct Arguments {
   Command command = Command::kTree;

@@ -52,7 +52,6 @@ std::unique_ptr<ElementWriter> MakeWriter(const Arguments& arguments, std::ostre
   switch (arguments.format) {
     case Format::kJson: return MakeJsonWriter(out);
     case Format::kMof: return MakeMofWriter(out);
-    case Format::kXml: return MakeXmlWriter(out);
     case Format::kTable:
     case Format::kDot: break;
   }

@@ -68,8 +68,6 @@ struct TableStyle {
 std::unique_ptr<ElementWriter> MakeJsonWriter(std::ostream& out);
 // "instance of" declarations (DSP0004, annex A); paths one to a line. Streams.
 std::unique_ptr<ElementWriter> MakeMofWriter(std::ostream& out);
-// An IRETURNVALUE element as a CIM operation's response has it (DSP0201, 5.2.6). Streams.
-std::unique_ptr<ElementWriter> MakeXmlWriter(std::ostream& out);
 // One table for each class, written at the end; paths one to a line, at once.
 std::unique_ptr<ElementWriter> MakeTableWriter(std::ostream& out, TableStyle style);
 // Every property of every instance on a line of its own, codes with their meaning. Streams.

@@ -44,7 +44,7 @@ _ostrel_pci() {
             case $command in
                 tree) COMPREPLY=($(compgen -W "text json dot" -- "$cur")) ;;
                 classes) COMPREPLY=($(compgen -W "table json" -- "$cur")) ;;
-                *) COMPREPLY=($(compgen -W "table json mof xml" -- "$cur")) ;;
+                *) COMPREPLY=($(compgen -W "table json mof" -- "$cur")) ;;
             esac
             return
             ;;

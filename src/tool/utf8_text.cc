@@ -1,43 +1,22 @@
 #include "tool/utf8_text.h"
 
 #include <algorithm>
-#include <optional>
+
+#include "cim/utf8.h"
 
 namespace tool {
 namespace {
 
 constexpr std::string_view kReplacement = "\xef\xbf\xbd";
 
-struct Decoded {
-  char32_t character;
-  std::size_t bytes;
-};
-
 bool IsContinuation(char c) { return (static_cast<unsigned char>(c) & 0xc0) == 0x80; }
 
-std::size_t SequenceLength(unsigned char lead) {
-  if (lead < 0x80) return 1;
-  if (lead >= 0xc2 && lead < 0xe0) return 2;
-  if (lead >= 0xe0 && lead < 0xf0) return 3;
-  if (lead >= 0xf0 && lead < 0xf5) return 4;
-  return 0;
-}
-
-// The well-formed character at the text's beginning (Unicode 15, table 3-7).
-std::optional<Decoded> First(std::string_view text) {
-  const auto lead = static_cast<unsigned char>(text.front());
-  const std::size_t bytes = SequenceLength(lead);
-  if (bytes == 0 || text.size() < bytes) return std::nullopt;
-  if (bytes == 1) return Decoded{lead, 1};
-  char32_t character = lead & (0xffU >> (bytes + 1));
-  for (std::size_t i = 1; i < bytes; ++i) {
-    if (!IsContinuation(text[i])) return std::nullopt;
-    character = (character << 6) | (static_cast<unsigned char>(text[i]) & 0x3fU);
-  }
-  constexpr char32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
-  const bool surrogate = character >= 0xd800 && character < 0xe000;
-  if (character < kSmallest[bytes] || surrogate || character > 0x10ffff) return std::nullopt;
-  return Decoded{character, bytes};
+// How many bytes the text's first character takes, 0 where they spell none (Unicode 15, table 3-7).
+std::size_t LengthOfFirst(std::string_view text, char32_t& character) {
+  const auto read = cim::FirstCharacter(text);
+  if (!read || (read->value >= 0xd800 && read->value < 0xe000)) return 0;
+  character = read->value;
+  return read->bytes;
 }
 
 // How many characters of printable ASCII, which everybody keeps, the text begins with.
@@ -56,10 +35,10 @@ std::string Filter(std::string_view text, Keep keep) {
     out += text.substr(0, plain);
     text.remove_prefix(plain);
     if (text.empty()) break;
-    const std::optional<Decoded> next = First(text);
-    const std::size_t bytes = next ? next->bytes : 1;
-    out += next && keep(next->character) ? text.substr(0, bytes) : kReplacement;
-    text.remove_prefix(bytes);
+    char32_t character = 0;
+    const std::size_t bytes = LengthOfFirst(text, character);
+    out += bytes > 0 && keep(character) ? text.substr(0, bytes) : kReplacement;
+    text.remove_prefix(std::max<std::size_t>(bytes, 1));
   }
   return out;
 }
@@ -72,12 +51,6 @@ std::string ValidUtf8(std::string_view text) {
 
 std::string PrintableUtf8(std::string_view text) {
   return Filter(text, [](char32_t c) { return c >= 0x20 && (c < 0x7f || c >= 0xa0); });
-}
-
-std::string XmlUtf8(std::string_view text) {
-  return Filter(text, [](char32_t c) {
-    return c == '\t' || c == '\n' || c == '\r' || (c >= 0x20 && c != 0xfffe && c != 0xffff);
-  });
 }
 
 std::size_t Width(std::string_view text) {

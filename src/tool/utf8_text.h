@@ -18,9 +18,6 @@ std::string ValidUtf8(std::string_view text);
 // ValidUtf8 with control characters (C0, C1, DEL) replaced as well: safe on a terminal, one line.
 std::string PrintableUtf8(std::string_view text);
 
-// ValidUtf8 without the characters that XML 1.0 forbids (section 2.2), replaced as well.
-std::string XmlUtf8(std::string_view text);
-
 // How many characters the valid UTF-8 text has; each is taken as one column.
 std::size_t Width(std::string_view text);
 

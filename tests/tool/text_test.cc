@@ -38,12 +38,6 @@ TEST(Utf8Text, LetsNoControlCharacterReachTheTerminal) {
   EXPECT_EQ(PrintableUtf8(std::string("\0", 1)), mark);
 }
 
-TEST(Utf8Text, KeepsOnlyCharactersThatXmlAllows) {
-  EXPECT_EQ(XmlUtf8("a\tb\nc"), "a\tb\nc");
-  EXPECT_EQ(XmlUtf8("\x01"), kMark);
-  EXPECT_EQ(XmlUtf8("\xef\xbf\xbf"), kMark);
-}
-
 TEST(Utf8Text, IsCutBetweenCharacters) {
   EXPECT_EQ(Width("äöü"), 3U);
   EXPECT_EQ(Cut("äöü", 3, "…"), "äöü");

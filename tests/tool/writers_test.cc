@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <limits>
 #include <nlohmann/json.hpp>
-#include <pugixml.hpp>
 #include <sstream>
 
 #include "tool/element_writer.h"
@@ -138,7 +137,7 @@ TEST(JsonWriter, StreamsElements) {
 }
 
 TEST(Writers, LeaveNothingBehindOfARequestThatFailedAtOnce) {
-  for (const MakeWriter make : {MakeJsonWriter, MakeXmlWriter, MakeMofWriter, MakeSheetWriter}) {
+  for (const MakeWriter make : {MakeJsonWriter, MakeMofWriter, MakeSheetWriter}) {
     std::ostringstream out;
     make(out)->Finish(true);
     EXPECT_EQ(out.str(), "");
@@ -172,80 +171,6 @@ TEST(MofWriter, WritesInstanceDeclarations) {
 TEST(MofWriter, EscapesText) {
   EXPECT_THAT(Written(MakeMofWriter, {SampleInstance("\b\t\n\f\r\"'\\\x01\x7f")}),
               HasSubstr(R"(Text = "\b\t\n\f\r\"'\\\x0001\x007F";)"));
-}
-
-TEST(XmlWriter, WritesNamedInstances) {
-  pugi::xml_document document;
-  ASSERT_TRUE(document.load_string(Written(MakeXmlWriter, {SampleInstance("<&\x01>")}).c_str()));
-  const pugi::xml_node named = document.child("IRETURNVALUE").child("VALUE.NAMEDINSTANCE");
-  const pugi::xml_node name = named.child("INSTANCENAME");
-  EXPECT_STREQ(name.attribute("CLASSNAME").value(), "Test_Class");
-  EXPECT_STREQ(name.child("KEYBINDING").attribute("NAME").value(), "DeviceID");
-  const pugi::xml_node instance = named.child("INSTANCE");
-  const auto property = [&](const char* wanted) {
-    return instance.find_child_by_attribute("NAME", wanted);
-  };
-  EXPECT_STREQ(property("Text").child_value("VALUE"), "<&\xef\xbf\xbd>");
-  EXPECT_STREQ(property("Small").attribute("TYPE").value(), "uint8");
-  EXPECT_STREQ(property("Truth").child_value("VALUE"), "TRUE");
-  EXPECT_FALSE(property("Nothing").first_child());
-  EXPECT_STREQ(property("Array").name(), "PROPERTY.ARRAY");
-  EXPECT_STREQ(property("Array").child("VALUE.ARRAY").child_value("VALUE"), "1");
-  EXPECT_TRUE(property("Empty").child("VALUE.ARRAY"));
-  const pugi::xml_node path = property("Reference").child("VALUE.REFERENCE").first_child();
-  EXPECT_STREQ(path.name(), "LOCALINSTANCEPATH");
-  EXPECT_STREQ(path.child("LOCALNAMESPACEPATH").last_child().attribute("NAME").value(), "cimv2");
-  EXPECT_STREQ(path.child("INSTANCENAME").attribute("CLASSNAME").value(), "Test_Other");
-}
-
-TEST(XmlWriter, WritesPaths) {
-  std::ostringstream out;
-  const auto writer = MakeXmlWriter(out);
-  ObjectPath path;
-  path.class_name = "Test_Link";
-  ObjectPath bare = Path("Test_Class", "one");
-  bare.name_space.clear();
-  path.keys = {{"Bare", Value(bare)},
-               {"Truth", Value(true)},
-               {"Letter", Value(u'x')},
-               {"Number", Value(std::int32_t{-1})}};
-  writer->OnObjectPath(std::move(path));
-  writer->Finish(false);
-  pugi::xml_document document;
-  ASSERT_TRUE(document.load_string(out.str().c_str()));
-  const pugi::xml_node name = document.child("IRETURNVALUE").child("INSTANCENAME");
-  EXPECT_STREQ(name.attribute("CLASSNAME").value(), "Test_Link");
-  const auto key = [&](const char* wanted) { return name.find_child_by_attribute("NAME", wanted); };
-  EXPECT_STREQ(key("Bare").child("VALUE.REFERENCE").first_child().name(), "INSTANCENAME");
-  const auto kind = [&](const char* wanted) {
-    return std::string(key(wanted).child("KEYVALUE").attribute("VALUETYPE").value());
-  };
-  EXPECT_EQ(kind("Truth"), "boolean");
-  EXPECT_EQ(kind("Letter"), "string");
-  EXPECT_EQ(kind("Number"), "numeric");
-  EXPECT_STREQ(key("Truth").child_value("KEYVALUE"), "TRUE");
-}
-
-TEST(XmlWriter, WritesEmbeddedInstancesAsTextAndNullsInArrays) {
-  Instance instance;
-  instance.path = Path("Test_Class", "one");
-  instance.properties = {
-      {"Inner", Value(Instance{Path("Test_Inner", "two"), {{"Text", Value("<&>")}}})},
-      {"Array", Value::ArrayOf(CMPI_string, {Value("a"), Value::Null(CMPI_string)})}};
-  pugi::xml_document document;
-  ASSERT_TRUE(document.load_string(Written(MakeXmlWriter, {instance}).c_str()));
-  const pugi::xml_node written =
-      document.child("IRETURNVALUE").child("VALUE.NAMEDINSTANCE").child("INSTANCE");
-  const pugi::xml_node property = written.find_child_by_attribute("NAME", "Inner");
-  EXPECT_STREQ(property.attribute("TYPE").value(), "string");
-  EXPECT_STREQ(property.attribute("EmbeddedObject").value(), "instance");
-  pugi::xml_document inner;
-  ASSERT_TRUE(inner.load_string(property.child_value("VALUE")));
-  EXPECT_STREQ(inner.child("INSTANCE").attribute("CLASSNAME").value(), "Test_Inner");
-  EXPECT_STREQ(inner.child("INSTANCE").child("PROPERTY").child_value("VALUE"), "<&>");
-  const pugi::xml_node array = written.find_child_by_attribute("NAME", "Array").first_child();
-  EXPECT_STREQ(array.first_child().name(), "VALUE");
-  EXPECT_STREQ(array.last_child().name(), "VALUE.NULL");
 }
 
 TEST(MofWriter, WritesPathsOneToALine) {
