@@ -10,6 +10,9 @@
 // lspci does without udev's copy of the names, as the library does; with it, as it is by default,
 // lspci takes longer. That all tell of the whole host is checked before they are measured.
 //
+// Benchmark: Start. The tool says its version, and does nothing else:
+//   start_ms   CPU time of the process, the median of some hundred
+//
 // Benchmark: SystemCalls/<functions>, counted: what reading one more function adds.
 //   calls_per_function          system calls of read_host
 //   config_bytes_per_function   of configuration space that it reads of a copy, all at once
@@ -26,6 +29,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "bench/child_process.h"
@@ -42,6 +46,7 @@ using Milliseconds = std::chrono::duration<double, std::milli>;
 constexpr int kTurns = 5;
 constexpr int kTurnsOfSmallHosts = 25;
 constexpr std::size_t kSmallHost = 100;
+constexpr int kStarts = 300;
 
 struct CloseFile {
   void operator()(std::FILE* file) const { (void)std::fclose(file); }
@@ -54,7 +59,7 @@ Words Lspci(const std::string& sysfs) {
 Words BareRead(const std::string& sysfs) { return {OSTREL_BARE_READ, sysfs}; }
 Words ReadHost() { return {OSTREL_READ_HOST}; }
 Words EnumeratePorts() { return {OSTREL_PCI, "enumerate", "Ostrel_PCIPort", "-o", "json"}; }
-
+Words SayVersion() { return {OSTREL_PCI, "--version"}; }
 Words DrawTree() { return {OSTREL_PCI, "tree"}; }
 
 double MillisecondsOf(const Words& words, int output) {
@@ -153,6 +158,17 @@ void Measure(benchmark::State& state) {
   }
 }
 
+void Start(benchmark::State& state) {
+  const File null(std::fopen("/dev/null", "w"));
+  std::vector<double> milliseconds;
+  for (auto _ : state) {
+    for (int i = 0; i < kStarts; ++i) {
+      milliseconds.push_back(MillisecondsOf(SayVersion(), fileno(null.get())));
+    }
+  }
+  state.counters["start_ms"] = Median(std::move(milliseconds));
+}
+
 // The same program on a host of a few functions takes what any takes.
 void Count(benchmark::State& state) {
   constexpr std::size_t kFew = 16;
@@ -187,6 +203,7 @@ BENCHMARK(OrError<Measure>)
     ->Arg(10'000)
     ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
+BENCHMARK(OrError<Start>)->Name("Start")->Iterations(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(OrError<Count>)->Name("SystemCalls")->Arg(1'000)->Iterations(1);
 
 }  // namespace

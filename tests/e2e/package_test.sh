@@ -64,6 +64,10 @@ EOF
 
 echo "== tool"
 run() { env -i PATH=/usr/bin:/bin LC_ALL=C.UTF-8 HOSTCTL_PCI_DUMP="$dump" "$tool" "$@"; }
+# What the loader brings in costs every start: nothing but what the tool calls.
+needed=$(readelf -dW "$tool" | sed -nE 's/.*\(NEEDED\).*\[(.*)\]/\1/p' |
+  grep -vE '^(lib(stdc\+\+|gcc_s|m|c|fmt|pugixml)|ld-linux.*)\.so' || true)
+[ -z "$needed" ] || fail "$tool needs more than it calls: $needed"
 switches=$(run ein Ostrel_PCIeSwitch)
 [ "$(grep -c 'DeviceID=' <<<"$switches")" = 2 ] || fail "the recorded host has two switches, not: $switches"
 run tree | grep -q 'PCI Express switch' || fail "the tree shows no switch"
