@@ -21,7 +21,8 @@ namespace fuzz {
 inline void CheckSource(const pci::Source& source) {
   const std::size_t open_before = pci_test::OpenDescriptors();
   try {
-    const pci::Host host = pci::Host::Read(source, {.names = false, .details = true});
+    const pci::Host host =
+        pci::Host::Read(source, {.names = false, .details = pci::WantedDetails::All()});
     RequireNone(pci_test::Complaints(host));
   } catch (const pci::Error& error) {
     if (std::string(error.what()).empty()) RequireNone("an error without a text");

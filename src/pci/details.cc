@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <optional>
 #include <string>
@@ -107,16 +108,30 @@ class DeviceNames {
   int folders_ = 0;
 };
 
+bool IsBridge(const Function& function) {
+  return function.buses.secondary != 0 || function.buses.subordinate != 0;
+}
+
 }  // namespace
 
-Detail ReadDetail(SysfsFunction& folder) {
+Detail ReadDetail(SysfsFunction& folder, const Function& function, const WantedDetails& wanted) {
   Detail detail;
-  detail.driver = LastComponent(folder.ReadLink("driver").value_or(""));
-  detail.numa_node =
-      ParseDecimal<std::int32_t>(folder.ReadLine("numa_node").value_or("")).value_or(-1);
-  detail.iommu_group =
-      ParseDecimal<std::uint32_t>(LastComponent(folder.ReadLink("iommu_group").value_or("")));
-  detail.system_devices = DeviceNames().Collect(folder.OpenFolder());
+  if (wanted.numa_node) {
+    const auto node = folder.ReadLine("numa_node");
+    detail.numa_node = ParseDecimal<std::int32_t>(node.value_or("")).value_or(-1);
+  }
+  if (wanted.iommu_group) {
+    const auto group = folder.ReadLink("iommu_group");
+    detail.iommu_group = ParseDecimal<std::uint32_t>(LastComponent(group.value_or("")));
+  }
+  if (!wanted.driver && !wanted.system_devices) return detail;
+  const auto driver = folder.ReadLink("driver");
+  const bool has_driver = driver || errno == EINVAL;  // in some copies a folder is in its place
+  detail.driver = LastComponent(driver.value_or(""));
+  // It is drivers that make devices. A bridge's makes none, but has folders of services.
+  if (wanted.system_devices && has_driver && !IsBridge(function)) {
+    detail.system_devices = DeviceNames().Collect(folder.OpenFolder());
+  }
   return detail;
 }
 

@@ -10,9 +10,10 @@
 
 namespace pci {
 
-// Reads it from the function's folder and those below. What is not told there stays as it is in a
-// new Detail. Throws Error where something else than a kernel's attribute stands in place of one.
-Detail ReadDetail(SysfsFunction& folder);
+// Reads what is wanted of it from the function's folder and those below. What is not told there
+// stays as it is in a new Detail. Throws Error where something else than a
+// kernel's attribute stands in place of one.
+Detail ReadDetail(SysfsFunction& folder, const Function& function, const WantedDetails& wanted);
 
 }  // namespace pci
 

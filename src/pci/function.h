@@ -91,7 +91,18 @@ struct Slot {
   std::int32_t number = -1;  // -1: the label is no decimal number
 };
 
-// What the system has made of a function. It costs files of its own to find out.
+// What is read of Detail: each costs files of its own to find out, the devices most.
+struct WantedDetails {
+  bool driver = false;
+  bool numa_node = false;
+  bool iommu_group = false;
+  bool system_devices = false;
+
+  static WantedDetails All() { return {true, true, true, true}; }
+  bool Any() const { return driver || numa_node || iommu_group || system_devices; }
+};
+
+// What the system has made of a function.
 struct Detail {
   std::string driver;           // empty: none
   std::int32_t numa_node = -1;  // -1: not told

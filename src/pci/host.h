@@ -23,8 +23,8 @@ class Host {
  public:
   // What is read beyond what configuration space and the kernel's folders tell.
   struct Wanted {
-    bool names = true;     // of vendors and devices, from pci.ids
-    bool details = false;  // see Detail; no dump has any
+    bool names = true;           // of vendors and devices, from pci.ids
+    WantedDetails details = {};  // no dump has any
   };
 
   using Trouble = pci::Trouble;

@@ -20,18 +20,20 @@ constexpr int kReading = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 }  // namespace
 
 SysfsFolder::SysfsFolder(std::string path) : path_(std::move(path)) {
-  Take(File(open(path_.c_str(), kReading | O_DIRECTORY)));
+  File opened(open(path_.c_str(), kReading | O_DIRECTORY));
+  struct statfs file_system;
+  is_kernels_ = opened.is_open() && fstatfs(opened.descriptor(), &file_system) == 0 &&
+                file_system.f_type == SYSFS_MAGIC;
+  Take(std::move(opened));
 }
 
-SysfsFolder::SysfsFolder(const SysfsFolder& above, const char* name) : path_(above.PathOf(name)) {
+SysfsFolder::SysfsFolder(const SysfsFolder& above, const char* name)
+    : path_(above.PathOf(name)), is_kernels_(above.is_kernels_) {
   Take(File(openat(above.descriptor(), name, kReading | O_DIRECTORY | O_NOFOLLOW)));
 }
 
 void SysfsFolder::Take(File opened) {
   if (!opened.is_open()) return;
-  struct statfs file_system;
-  is_kernels_ =
-      fstatfs(opened.descriptor(), &file_system) == 0 && file_system.f_type == SYSFS_MAGIC;
   folder_.reset(fdopendir(opened.descriptor()));
   if (folder_ == nullptr) throw std::bad_alloc();
   opened.Release();

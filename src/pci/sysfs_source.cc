@@ -69,10 +69,10 @@ class Reading {
     inventory_.from_running_kernel = devices_.is_kernels();
   }
 
-  Inventory Take(bool with_details) {
+  Inventory Take(const WantedDetails& details) {
     const std::vector<Address> addresses = ListFunctions();
     inventory_.functions.reserve(addresses.size());
-    for (const Address& address : addresses) TakeFunction(address, with_details);
+    for (const Address& address : addresses) TakeFunction(address, details);
     RequireAny();
     ReadSlots();
     return std::move(inventory_);
@@ -95,12 +95,14 @@ class Reading {
     return addresses;
   }
 
-  void TakeFunction(const Address& address, bool with_details) {
+  void TakeFunction(const Address& address, const WantedDetails& details) {
     SysfsFunction folder(devices_, address);
     const std::size_t capabilities = inventory_.capabilities.size();
     try {
       Function function = ReadFunction(folder);
-      if (with_details) inventory_.details.push_back(ReadDetail(folder));
+      if (details.Any()) {
+        inventory_.details.push_back(ReadDetail(folder, function, details));
+      }
       inventory_.functions.push_back(function);
     } catch (const Error& error) {
       inventory_.capabilities.resize(capabilities);
@@ -206,8 +208,8 @@ class Reading {
 
 }  // namespace
 
-Inventory ReadSysfs(const std::string& path, bool with_details) {
-  return Reading(FindPlace(path)).Take(with_details);
+Inventory ReadSysfs(const std::string& path, const WantedDetails& details) {
+  return Reading(FindPlace(path)).Take(details);
 }
 
 }  // namespace pci

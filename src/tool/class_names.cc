@@ -4,12 +4,12 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
-#include <numeric>
 #include <utility>
 
 #include "cim/status.h"
 #include "cim/text.h"
 #include "tool/errors.h"
+#include "tool/near_names.h"
 
 namespace tool {
 
@@ -57,20 +57,6 @@ std::vector<const Class*> KnownClasses() {
   std::vector<const Class*> classes = ServedClasses();
   classes.push_back(cim::schema::FindClass(cim::schema::kSystemClass));
   return classes;
-}
-
-// Levenshtein's: the fewest insertions, deletions and exchanges that make one text the other.
-std::size_t EditDistance(std::string_view a, std::string_view b) {
-  std::vector<std::size_t> row(b.size() + 1);
-  std::iota(row.begin(), row.end(), 0U);
-  for (std::size_t i = 1; i <= a.size(); ++i) {
-    std::size_t diagonal = std::exchange(row[0], i);
-    for (std::size_t j = 1; j <= b.size(); ++j) {
-      const std::size_t exchanged = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
-      diagonal = std::exchange(row[j], std::min({row[j] + 1, row[j - 1] + 1, exchanged}));
-    }
-  }
-  return row.back();
 }
 
 }  // namespace

@@ -2,31 +2,34 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
 #include <functional>
-#include <map>
-#include <string_view>
 #include <system_error>
+#include <utility>
 
 #include "tool/errors.h"
+#include "tool/near_names.h"
 
 namespace tool {
 namespace {
 
-constexpr std::string_view kHint = "Try \"ostrel-pci --help\" for more.\n";
-
-constexpr const char* kExamples = R"(Examples:
-  ostrel-pci tree
+constexpr const char* kExamples =
+    R"(Without a command, "list" is meant. All options may stand before or after the command.
+Examples:
+  ostrel-pci
+  ostrel-pci list -o +vendor,maxlink
   ostrel-pci --dump machine.lspci tree --ports
   ostrel-pci enumerate device
-  ostrel-pci get 'PCIDevice.DeviceID="0000:00:1f.2"'
   ostrel-pci associators system --result-class PCIPort -o json
-"ostrel-pci COMMAND --help" has more for each command; all options may follow the command.)";
+"ostrel-pci COMMAND --help" (or "ostrel-pci help COMMAND") has more for each command.)";
 
-constexpr const char* kCommonHint =
-    "\n\"ostrel-pci --help\" has the options of all commands, which may follow the command as "
-    "well.";
+constexpr const char* kListExamples = R"(Examples:
+  ostrel-pci
+  sudo ostrel-pci list
+  ostrel-pci list -o address,driver,dev --noheadings
+  ostrel-pci list -o json)";
 
 constexpr const char* kClassesExamples = R"(Examples:
   ostrel-pci classes
@@ -84,108 +87,286 @@ Examples:
   ostrel-pci serve --port 0
   wbemcli ein http://localhost:5988/root/cimv2:Ostrel_PCIDevice)";
 
+// The words of a command line without the program's name.
+using Words = std::vector<std::string>;
+
 class Parser {
  public:
-  Parser() : app_("Shows the host's PCI topology through its CIM providers.", "ostrel-pci") {
+  Parser()
+      : app_("Shows the host's PCI devices, and the answers of its CIM providers.", "ostrel-pci") {
     app_.require_subcommand(1);
-    app_.fallthrough();
-    app_.set_version_flag("--version", std::string("ostrel-pci ") + OSTREL_VERSION);
-    app_.footer(kExamples);
-    AddCommonOptions();
-    AddClasses();
-    AddEnumerate("enumerate", "ei", false);
-    AddEnumerate("ein", "", true);
-    AddGet();
-    AddAssociators("associators", "ai", false);
-    AddAssociators("ain", "", true);
-    AddReferences("references", "ri", false);
-    AddReferences("rin", "", true);
+    app_.set_version_flag("-V,--version", std::string("ostrel-pci ") + OSTREL_VERSION);
+    SetHelp(app_);
+    app_.footer(kExamples + std::string("\n"));
+    AddList();
     AddTree();
+    AddEnumerate("enumerate", kCimCommands, false);
+    AddGet("get", kCimCommands);
+    AddAssociators("associators", kCimCommands, false);
+    AddReferences("references", kCimCommands, false);
+    AddClasses();
     AddServe();
     AddRegister("register", "Make an object manager serve the PCI classes", false);
     AddRegister("unregister", "Make an object manager forget the PCI classes", true);
+    AddNamesOfWbemcli();
   }
 
   std::variant<Arguments, int> Parse(int argc, const char* const* argv, std::ostream& out,
                                      std::ostream& err) {
     try {
-      RefuseValuesOfFlags(argc, argv);
-      app_.parse(argc, argv);
-      arguments_.format = Checked(format_);
+      ParseWords(WithCommandFirst(Words(argv + std::min(argc, 1), argv + argc)));
+      return arguments_;
     } catch (const CLI::ParseError& error) {
       if (error.get_exit_code() == 0) return app_.exit(error, out, err);
-      err << "ostrel-pci: " << Explained(error) << '\n' << kHint;
-      return kExitUsage;
+      return Fail(Explained(error), err);
     } catch (const UsageError& error) {
-      err << "ostrel-pci: " << error.what() << '\n' << kHint;
-      return kExitUsage;
+      return Fail(error.what(), err);
     }
-    return arguments_;
   }
 
  private:
+  static constexpr const char* kInventoryCommands = "Commands";
+  static constexpr const char* kCimCommands = "Commands that ask the CIM providers";
+  static constexpr const char* kServerCommands = "Commands for servers";
+  static constexpr const char* kHidden = "";
+
+  // ---- the words
+
+  void ParseWords(const Words& words) {
+    RefuseValuesOfFlags(words);
+    std::vector<const char*> argv = {"ostrel-pci"};
+    for (const std::string& word : words) argv.push_back(word.c_str());
+    app_.parse(static_cast<int>(argv.size()), argv.data());
+    arguments_.format = FormatNamed(format_);
+  }
+
+  // The command's word comes before its options, which may stand on both sides of it. Where there
+  // is none, "list" is meant, unless it is help or version that is asked for.
+  Words WithCommandFirst(Words words) {
+    const std::size_t place = PlaceOfOperand(words);
+    if (place == words.size()) {
+      if (!AsksAboutProgram(words)) words.insert(words.begin(), "list");
+      return words;
+    }
+    std::string command = words[place];
+    words.erase(words.begin() + static_cast<std::ptrdiff_t>(place));
+    if (command == "help") return HelpWords(words);
+    if (FindCommand(command) == nullptr) {
+      throw UsageError("unknown command \"" + command + '"' + DidYouMean(command, CommandNames()));
+    }
+    words.insert(words.begin(), std::move(command));
+    return words;
+  }
+
+  // "help", "help tree".
+  Words HelpWords(const Words& topics) const {
+    if (topics.empty()) return {"--help"};
+    if (FindCommand(topics.front()) == nullptr) {
+      throw UsageError("there is no command \"" + topics.front() + '"' +
+                       DidYouMean(topics.front(), CommandNames()));
+    }
+    return {topics.front(), "--help"};
+  }
+
+  static bool AsksAboutProgram(const Words& words) {
+    return std::any_of(words.begin(), words.end(), [](const std::string& word) {
+      return word == "-h" || word == "--help" || word == "-V" || word == "--version";
+    });
+  }
+
+  // Of the first word that is neither an option nor the value of one; else the number of words.
+  std::size_t PlaceOfOperand(const Words& words) const {
+    for (std::size_t i = 0; i < words.size(); ++i) {
+      const std::string& word = words[i];
+      if (word == "--") return words.size();
+      if (!word.starts_with('-') || word == "-") return i;
+      if (TakesNextWord(word)) ++i;
+    }
+    return words.size();
+  }
+
+  bool TakesNextWord(const std::string& word) const {
+    if (word.starts_with("--")) return word.find('=') == std::string::npos && TakesValue(word);
+    for (std::size_t i = 1; i < word.size(); ++i) {
+      if (TakesValue(std::string("-") + word[i])) return i + 1 == word.size();
+    }
+    return false;
+  }
+
+  bool TakesValue(const std::string& name) const {
+    const CLI::Option* option = FindOption(name);
+    return option != nullptr && option->get_expected_max() > 0;
+  }
+
   // CLI11 would take "--names=no" for the flag's opposite.
-  void RefuseValuesOfFlags(int argc, const char* const* argv) const {
-    std::vector<const CLI::App*> apps = app_.get_subcommands({});
-    apps.push_back(&app_);
-    for (int i = 1; i < argc; ++i) {
-      const std::string word = argv[i];
+  void RefuseValuesOfFlags(const Words& words) const {
+    for (const std::string& word : words) {
       if (word == "--") return;
       const std::string name = word.substr(0, word.find('='));
       if (!word.starts_with("--") || name == word) continue;
-      for (const CLI::App* app : apps) {
-        const CLI::Option* option = app->get_option_no_throw(name);
-        if (option != nullptr && option->get_expected_max() == 0) {
-          throw UsageError(name + " takes no value");
-        }
+      const CLI::Option* option = FindOption(name);
+      if (option != nullptr && option->get_expected_max() == 0) {
+        throw UsageError(name + " takes no value");
       }
     }
   }
 
-  // Where there is no command, the word that was not taken for one.
+  // ---- what there is
+
+  std::vector<const CLI::App*> Commands() const {
+    const CLI::App& app = app_;
+    return app.get_subcommands([](const CLI::App*) { return true; });
+  }
+
+  const CLI::App* FindCommand(const std::string& name) const {
+    for (const CLI::App* command : Commands()) {
+      if (command->check_name(name)) return command;
+    }
+    return nullptr;
+  }
+
+  Words CommandNames() const {
+    Words names = {"help"};
+    for (const CLI::App* command : Commands()) names.push_back(command->get_name());
+    return names;
+  }
+
+  // Of any command: options of one name are alike in all that have it.
+  const CLI::Option* FindOption(const std::string& name) const {
+    for (const CLI::App* command : Commands()) {
+      if (const CLI::Option* option = command->get_option_no_throw(name)) return option;
+    }
+    return app_.get_option_no_throw(name);
+  }
+
+  static Words OptionNames(const CLI::App& command) {
+    Words names;
+    for (const CLI::Option* option : command.get_options()) {
+      for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+    }
+    return names;
+  }
+
+  // ---- what is wrong
+
+  const CLI::App* ChosenCommand() const {
+    const std::vector<CLI::App*> chosen = app_.get_subcommands();
+    return chosen.empty() ? nullptr : chosen.front();
+  }
+
+  int Fail(const std::string& what, std::ostream& err) const {
+    const CLI::App* command = ChosenCommand();
+    const std::string name = command == nullptr ? "" : command->get_name() + ' ';
+    err << "ostrel-pci: " << what << "\nTry \"ostrel-pci " << name << "--help\" for more.\n";
+    return kExitUsage;
+  }
+
   std::string Explained(const CLI::ParseError& error) const {
-    const std::vector<std::string> unknown = app_.remaining();
-    if (!app_.get_subcommands().empty() || unknown.empty()) return error.what();
-    const std::string& word = unknown.front();
-    const char* kind = word.starts_with('-') ? "option" : "command";
-    return std::string("unknown ") + kind + " \"" + word + '"';
+    const CLI::App* command = ChosenCommand();
+    const bool is_extra = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError);
+    if (command == nullptr || !is_extra) return error.what();
+    const Words extra = app_.remaining(true);
+    const auto option = std::find_if(extra.begin(), extra.end(), [](const std::string& word) {
+      return word.starts_with('-') && word != "-";
+    });
+    if (option == extra.end()) {
+      return '"' + command->get_name() + "\" takes no further operand \"" + extra.front() + '"';
+    }
+    const std::string name = option->substr(0, option->find('='));
+    if (FindOption(name) != nullptr) return '"' + command->get_name() + "\" takes no " + name;
+    return "unknown option \"" + name + '"' + DidYouMean(name, OptionNames(*command));
   }
 
-  void AddCommonOptions() {
-    app_.add_flag("--names", arguments_.names, "Object paths instead of instances");
-    app_.add_option("-p,--property", arguments_.properties,
-                    "Only this property (may be given several times)")
-        ->allow_extra_args(false)
-        ->type_name("NAME");
-    app_.add_option("-o,--output", format_,
-                    "table (default), json or mof; for tree: text (default), json or dot")
-        ->type_name("FORMAT");
-    CLI::Option* sysfs = app_.add_option("--sysfs", arguments_.source.sysfs,
-                                         "Read a copy of /sys/bus/pci instead of this host")
-                             ->type_name("DIR");
-    app_.add_option(
-            "--dump", arguments_.source.dump,
-            "Read a text dump as lspci -x prints it instead of this host; - for standard input")
-        ->type_name("FILE")
-        ->excludes(sysfs);
-    app_.add_option("--system-name", arguments_.source.system_name, "The name of the host")
-        ->type_name("NAME");
-    app_.add_option("--library", arguments_.library, "The provider library")->type_name("FILE");
-    app_.add_flag("-v,--verbose", arguments_.verbose,
-                  "Log and trace lines of the library on standard error");
-  }
+  // ---- the options that several commands have
 
-  CLI::App* AddCommand(const std::string& name, const std::string& alias, Command command,
-                       const std::string& description, const char* footer) {
+  static void SetHelp(CLI::App& app) { app.set_help_flag("-h,--help", "Show this help"); }
+
+  CLI::App* AddCommand(const std::string& name, const std::string& group, Command command,
+                       const std::string& description, const std::string& footer) {
     CLI::App* subcommand = app_.add_subcommand(name, description);
-    if (!alias.empty()) subcommand->alias(alias);
-    subcommand->footer(std::string(footer) + kCommonHint);
+    subcommand->group(group);
+    SetHelp(*subcommand);
+    subcommand->footer(footer + "\n");
     subcommand->callback([this, command] { arguments_.command = command; });
     return subcommand;
   }
 
-  void AddNames(CLI::App* command) {
-    command->parse_complete_callback([this] { arguments_.names = true; });
+  void AddSource(CLI::App* command) {
+    CLI::Option* sysfs = command
+                             ->add_option("--sysfs", arguments_.source.sysfs,
+                                          "Read a copy of /sys/bus/pci instead of this host")
+                             ->type_name("DIR");
+    command
+        ->add_option(
+            "--dump", arguments_.source.dump,
+            "Read a text dump as lspci -x prints it instead of this host; - for standard input")
+        ->type_name("FILE")
+        ->excludes(sysfs);
+    AddSystemName(command);
+  }
+
+  void AddSystemName(CLI::App* command) {
+    command->add_option("--system-name", arguments_.source.system_name, "The name of the host")
+        ->type_name("NAME");
+  }
+
+  void AddLibrary(CLI::App* command) {
+    command->add_option("--library", arguments_.library, "The provider library")->type_name("FILE");
+  }
+
+  // Of a command that asks providers.
+  void AddProviders(CLI::App* command) {
+    AddSource(command);
+    AddLibrary(command);
+    command->add_flag("-v,--verbose", arguments_.verbose,
+                      "Log and trace lines of the library on standard error");
+  }
+
+  // The first format is the one that is meant where none is named.
+  void AddFormat(CLI::App* command, const Words& formats) {
+    std::string description = formats.front() + " (default)";
+    for (const std::string& format : formats) {
+      if (format == formats.front()) continue;
+      description += (format == formats.back() ? " or " : ", ") + format;
+    }
+    const auto choose = [this, formats](const std::string& format) {
+      if (std::find(formats.begin(), formats.end(), format) == formats.end()) {
+        throw UsageError("--output " + format + ": this command knows " + Joined(formats));
+      }
+      format_ = format;
+    };
+    command->add_option_function<std::string>("-o,--output", choose, description)
+        ->type_name("FORMAT");
+  }
+
+  static std::string Joined(const Words& words) {
+    std::string text;
+    for (const std::string& word : words) text += (text.empty() ? "" : ", ") + word;
+    return text;
+  }
+
+  static Format FormatNamed(const std::string& name) {
+    if (name == "json") return Format::kJson;
+    if (name == "mof") return Format::kMof;
+    if (name == "dot") return Format::kDot;
+    return Format::kTable;
+  }
+
+  // Of a command that shows instances or, with --names, object paths.
+  void AddElements(CLI::App* command, bool names) {
+    if (names) {
+      command->parse_complete_callback([this] { arguments_.names = true; });
+    } else {
+      command->add_flag("--names", arguments_.names, "Object paths instead of instances");
+      command
+          ->add_option("-p,--property", arguments_.properties,
+                       "Only these properties, with commas between them or given several times")
+          ->allow_extra_args(false)
+          ->delimiter(',')
+          ->type_name("NAME");
+    }
+    AddFormat(command, {"table", "json", "mof"});
+    AddProviders(command);
   }
 
   void AddOperand(CLI::App* command, const char* name, const char* description) {
@@ -197,29 +378,54 @@ class Parser {
     command->add_option(option, value, description)->type_name("CLASS");
   }
 
-  void AddClasses() {
-    AddCommand("classes", "", Command::kClasses, "List the classes that can be asked for",
-               kClassesExamples);
+  void AddRole(CLI::App* command, const std::string& option, std::optional<std::string>& value,
+               const char* description) {
+    command->add_option(option, value, description)->type_name("ROLE");
   }
 
-  void AddEnumerate(const char* name, const char* alias, bool names) {
-    CLI::App* command = AddCommand(name, alias, Command::kEnumerate,
-                                   names ? "enumerate --names" : "Show the instances of a class",
-                                   kEnumerateExamples);
+  // ---- the commands
+
+  void AddList() {
+    CLI::App* command = AddCommand("list", kInventoryCommands, Command::kList,
+                                   "List the PCI functions, one to a line (the default)",
+                                   ColumnsHelp() + kListExamples);
+    command
+        ->add_option("-o,--output", arguments_.list.output,
+                     "These columns, with commas between them, +COLUMN beside the usual ones; json")
+        ->allow_extra_args(false)
+        ->delimiter(',')
+        ->type_name("COLUMNS");
+    command->add_flag("--noheadings", no_headings_, "No line of titles");
+    command->parse_complete_callback([this] { arguments_.list.headings = !no_headings_; });
+    AddSource(command);
+  }
+
+  void AddTree() {
+    CLI::App* command = AddCommand("tree", kInventoryCommands, Command::kTree,
+                                   "Draw the topology as a tree", kTreeExamples);
+    command->add_flag("--ports", arguments_.ports, "With the ports of every function");
+    command->add_flag("--buses", arguments_.buses, "With the port groups, one to a bus");
+    command->add_flag("--ascii", arguments_.ascii, "Draw with plain characters");
+    AddFormat(command, {"text", "json", "dot"});
+    AddProviders(command);
+  }
+
+  void AddEnumerate(const char* name, const char* group, bool names) {
+    CLI::App* command = AddCommand(name, group, Command::kEnumerate,
+                                   "Show the instances of a class", kEnumerateExamples);
     AddOperand(command, "CLASS", "The class");
-    if (names) AddNames(command);
+    AddElements(command, names);
   }
 
-  void AddGet() {
-    CLI::App* command = AddCommand("get", "gi", Command::kGet, "Show one instance", kGetExamples);
+  void AddGet(const char* name, const char* group) {
+    CLI::App* command = AddCommand(name, group, Command::kGet, "Show one instance", kGetExamples);
     AddOperand(command, "PATH", "Its object path");
+    AddElements(command, false);
   }
 
-  void AddAssociators(const char* name, const char* alias, bool names) {
-    CLI::App* command =
-        AddCommand(name, alias, Command::kAssociators,
-                   names ? "associators --names" : "Show what an element is associated with",
-                   kAssociatorsExamples);
+  void AddAssociators(const char* name, const char* group, bool names) {
+    CLI::App* command = AddCommand(name, group, Command::kAssociators,
+                                   "Show what an element is associated with", kAssociatorsExamples);
     AddOperand(command, "PATH", "The element's object path");
     AddClass(command, "--assoc-class", arguments_.filter.assoc_class,
              "Ask only this association class");
@@ -228,31 +434,34 @@ class Parser {
     AddRole(command, "--role", arguments_.filter.role, "The role that PATH plays");
     AddRole(command, "--result-role", arguments_.filter.result_role,
             "The role that the other end plays");
-    if (names) AddNames(command);
+    AddElements(command, names);
   }
 
-  void AddReferences(const char* name, const char* alias, bool names) {
-    CLI::App* command = AddCommand(
-        name, alias, Command::kReferences,
-        names ? "references --names" : "Show the associations of an element", kReferencesExamples);
+  void AddReferences(const char* name, const char* group, bool names) {
+    CLI::App* command = AddCommand(name, group, Command::kReferences,
+                                   "Show the associations of an element", kReferencesExamples);
     AddOperand(command, "PATH", "The element's object path");
     AddClass(command, "--result-class,--assoc-class", arguments_.filter.result_class,
              "Ask only this association class");
     AddRole(command, "--role", arguments_.filter.role, "The role that PATH plays");
-    if (names) AddNames(command);
+    AddElements(command, names);
   }
 
-  void AddRole(CLI::App* command, const std::string& option, std::optional<std::string>& value,
-               const char* description) {
-    command->add_option(option, value, description)->type_name("ROLE");
+  void AddClasses() {
+    CLI::App* command = AddCommand("classes", kCimCommands, Command::kClasses,
+                                   "List the classes that can be asked for", kClassesExamples);
+    AddFormat(command, {"table", "json"});
   }
 
-  void AddTree() {
-    CLI::App* command =
-        AddCommand("tree", "", Command::kTree, "Draw the topology as a tree", kTreeExamples);
-    command->add_flag("--ports", arguments_.ports, "With the ports of every function");
-    command->add_flag("--buses", arguments_.buses, "With the port groups, one to a bus");
-    command->add_flag("--ascii", arguments_.ascii, "Draw with plain characters");
+  // For hands that know wbemcli.
+  void AddNamesOfWbemcli() {
+    AddEnumerate("ei", kHidden, false);
+    AddEnumerate("ein", kHidden, true);
+    AddGet("gi", kHidden);
+    AddAssociators("ai", kHidden, false);
+    AddAssociators("ain", kHidden, true);
+    AddReferences("ri", kHidden, false);
+    AddReferences("rin", kHidden, true);
   }
 
   static Server ServerOf(const std::string& name) {
@@ -263,7 +472,8 @@ class Parser {
 
   void AddRegister(const char* name, const char* description, bool unregister) {
     RegisterOptions& options = arguments_.registration;
-    CLI::App* command = AddCommand(name, "", Command::kRegister, description, kRegisterExamples);
+    CLI::App* command =
+        AddCommand(name, kServerCommands, Command::kRegister, description, kRegisterExamples);
     command->parse_complete_callback([&options, unregister] { options.unregister = unregister; });
     command
         ->add_option_function<std::string>(
@@ -279,6 +489,8 @@ class Parser {
                      "A folder where the object manager looks for providers, if it does not tell")
         ->allow_extra_args(false)
         ->type_name("DIR");
+    AddSystemName(command);
+    AddLibrary(command);
   }
 
   static int PortOf(const std::string& text) {
@@ -292,7 +504,7 @@ class Parser {
   }
 
   void AddServe() {
-    CLI::App* command = AddCommand("serve", "", Command::kServe,
+    CLI::App* command = AddCommand("serve", kServerCommands, Command::kServe,
                                    "Answer WBEM clients over HTTP on this host", kServeExamples);
     command
         ->add_option_function<std::string>(
@@ -301,30 +513,13 @@ class Parser {
         ->type_name("NUMBER");
     command->add_option("--address", arguments_.address, "A loopback address (default: 127.0.0.1)")
         ->type_name("ADDRESS");
-  }
-
-  // The formats that a command knows.
-  Format Checked(const std::string& name) const {
-    const std::map<std::string, Format> kElements = {
-        {"table", Format::kTable}, {"json", Format::kJson}, {"mof", Format::kMof}};
-    const std::map<std::string, Format> kClasses = {{"table", Format::kTable},
-                                                    {"json", Format::kJson}};
-    const std::map<std::string, Format> kTree = {
-        {"text", Format::kTable}, {"json", Format::kJson}, {"dot", Format::kDot}};
-    if (name.empty()) return Format::kTable;
-    const auto& formats = arguments_.command == Command::kTree      ? kTree
-                          : arguments_.command == Command::kClasses ? kClasses
-                                                                    : kElements;
-    const auto found = formats.find(name);
-    if (found != formats.end()) return found->second;
-    std::string known;
-    for (const auto& [format, value] : formats) known += (known.empty() ? "" : ", ") + format;
-    throw UsageError("--output " + name + ": this command knows " + known);
+    AddProviders(command);
   }
 
   CLI::App app_;
   Arguments arguments_;
   std::string format_;
+  bool no_headings_ = false;
 };
 
 }  // namespace

@@ -13,11 +13,13 @@
 
 #include "broker/object_manager.h"
 #include "tool/host_source.h"
+#include "tool/inventory/list.h"
 #include "tool/managers/register_command.h"
 
 namespace tool {
 
 enum class Command {
+  kList,
   kClasses,
   kEnumerate,
   kGet,
@@ -30,7 +32,7 @@ enum class Command {
 enum class Format { kTable, kJson, kMof, kDot };
 
 struct Arguments {
-  Command command = Command::kTree;
+  Command command = Command::kList;
   std::string operand;  // the class or the path
   Format format = Format::kTable;
   bool names = false;
@@ -42,13 +44,15 @@ struct Arguments {
   bool verbose = false;
   std::string address = "127.0.0.1";  // of serve
   int port = 5988;                    // of serve
+  ListOptions list;
   HostSource source;
   std::optional<std::string> library;
   RegisterOptions registration;  // what the options of register and unregister say
 };
 
-// Reads the command line (argv[0] is the program). Help and version go to `out`, what is wrong to
-// `err`. Gives the arguments, or the exit status where there is nothing left to do.
+// Reads the command line (argv[0] is the program). Without a command it is that of "list". Help and
+// version go to `out`, what is wrong to `err`. Gives the arguments, or the exit status where there
+// is nothing left to do.
 std::variant<Arguments, int> ParseCommandLine(int argc, const char* const* argv, std::ostream& out,
                                               std::ostream& err);
 

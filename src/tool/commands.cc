@@ -2,8 +2,6 @@
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
-#include <langinfo.h>
-#include <locale.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -39,15 +37,6 @@ namespace {
 using cim::ObjectPath;
 using cim::schema::Class;
 
-// Asked without setting the process's locale: the provider library's lower case would follow it.
-bool Utf8Locale() {
-  const locale_t locale = newlocale(LC_CTYPE_MASK, "", nullptr);
-  if (locale == nullptr) return false;
-  const bool utf8 = std::string_view(nl_langinfo_l(CODESET, locale)) == "UTF-8";
-  freelocale(locale);
-  return utf8;
-}
-
 std::unique_ptr<ElementWriter> MakeWriter(const Arguments& arguments, std::ostream& out) {
   switch (arguments.format) {
     case Format::kJson: return MakeJsonWriter(out);
@@ -69,7 +58,7 @@ std::string FirstSentence(std::string_view description) {
 }
 
 void ListClasses(const Arguments& arguments, std::ostream& out) {
-  Table table{{"CLASS", "SUPERCLASS", "DESCRIPTION"}, {}};
+  Table table{{"CLASS", "SUPERCLASS", "DESCRIPTION"}, {}, {false, false, true}};
   Json json = Json::array();
   for (const Class* cls : ServedClasses()) {
     table.rows.push_back(
@@ -82,7 +71,7 @@ void ListClasses(const Arguments& arguments, std::ostream& out) {
   if (arguments.format == Format::kJson) {
     out << json.dump(2) << '\n';
   } else {
-    PrintTable(table, TerminalWidth(STDOUT_FILENO), Utf8Locale() ? "\u2026" : "...", out);
+    PrintTable(table, TerminalWidth(STDOUT_FILENO), Ellipsis(), out);
   }
 }
 
@@ -244,6 +233,7 @@ int Run(const Arguments& arguments, std::ostream& out) {
     return kExitOk;
   }
   SelectHost(arguments.source);
+  if (arguments.command == Command::kList) return RunList(arguments.list, out);
   Session session({arguments.library, SystemName(), arguments.verbose});
   if (arguments.command == Command::kServe) {
     Serve(arguments, session, out);

@@ -42,6 +42,11 @@ void JsonText::Number(std::uint64_t number) {
   out_ << number;
 }
 
+void JsonText::Null() {
+  BeginValue();
+  out_ << "null";
+}
+
 void JsonText::Begin(char bracket) {
   BeginValue();
   out_ << bracket;

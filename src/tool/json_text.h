@@ -26,6 +26,7 @@ class JsonText {
   void Name(std::string_view name);
   void Text(std::string_view text);
   void Number(std::uint64_t number);
+  void Null();
 
  private:
   void Begin(char bracket);

@@ -1,5 +1,13 @@
 # bash completion for ostrel-pci
 
+# Offers one more of the words behind the commas of what is under the cursor.
+_ostrel_pci_columns() {
+    local before=
+    [[ $cur != *,* ]] || before=${cur%,*},
+    COMPREPLY=($(compgen -P "$before" -W "$1" -- "${cur##*,}"))
+    compopt -o nospace 2>/dev/null
+}
+
 _ostrel_pci() {
     local cur prev word command=
     # Object paths hold colons and equals signs, which part words unless told otherwise.
@@ -9,17 +17,22 @@ _ostrel_pci() {
         cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]}
     fi
 
-    local commands="classes enumerate ei ein get gi associators ai ain references ri rin tree register
-        unregister serve"
+    local commands="list tree enumerate get associators references classes serve register unregister
+        help"
+    local short_commands="ei ein gi ai ain ri rin"
     local elements="Ostrel_PCIDevice Ostrel_PCIBridge Ostrel_PCIeSwitch Ostrel_PCIPort
         Ostrel_PCIPortGroup OMC_UnitaryComputerSystem"
     local associations="Ostrel_PCISystemDevice Ostrel_PCIDeviceConnection Ostrel_PCIControlledBy
         Ostrel_PCIHostedCollection Ostrel_PCIMemberOfCollection"
-    local options="--names -p --property -o --output --sysfs --dump --system-name --library
-        -v --verbose --version -h --help"
+    local columns="address ids subsystem code class rev kind vendor device name parent path buses
+        physfn slot empty driver dev numa iommu link maxlink below"
+    local source="--sysfs --dump --system-name"
+    local providers="$source --library -v --verbose"
+    local elements_options="-o --output $providers"
+    local options="-h --help"
 
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
-        if [[ " ${commands//$'\n'/ } " == *" $word "* ]]; then
+        if [[ " ${commands//$'\n'/ } $short_commands " == *" $word "* ]]; then
             command=$word
             break
         fi
@@ -42,6 +55,7 @@ _ostrel_pci() {
             ;;
         -o | --output)
             case $command in
+                "" | list) _ostrel_pci_columns "json $columns" ;;
                 tree) COMPREPLY=($(compgen -W "text json dot" -- "$cur")) ;;
                 classes) COMPREPLY=($(compgen -W "table json" -- "$cur")) ;;
                 *) COMPREPLY=($(compgen -W "table json mof" -- "$cur")) ;;
@@ -70,19 +84,33 @@ _ostrel_pci() {
     esac
 
     case $command in
-        associators | ai | ain) options+=" --assoc-class --result-class --role --result-role" ;;
-        references | ri | rin) options+=" --result-class --assoc-class --role" ;;
-        tree) options+=" --ports --buses --ascii" ;;
-        serve) options+=" --port --address" ;;
-        register | unregister) options+=" --for --dry-run --with-system --provider-dir" ;;
+        "" | list) options+=" -o --output --noheadings $source" ;;
+        tree) options+=" --ports --buses --ascii -o --output $providers" ;;
+        enumerate | ei | get | gi) options+=" --names -p --property $elements_options" ;;
+        ein) options+=" $elements_options" ;;
+        associators | ai)
+            options+=" --assoc-class --result-class --role --result-role --names -p --property
+                $elements_options"
+            ;;
+        ain) options+=" --assoc-class --result-class --role --result-role $elements_options" ;;
+        references | ri)
+            options+=" --result-class --assoc-class --role --names -p --property $elements_options"
+            ;;
+        rin) options+=" --result-class --assoc-class --role $elements_options" ;;
+        classes) options+=" -o --output" ;;
+        serve) options+=" --port --address $providers" ;;
+        register | unregister)
+            options+=" --for --dry-run --with-system --provider-dir --system-name --library"
+            ;;
     esac
+    [[ -n $command ]] || options+=" -V --version"
 
     if [[ $cur == -* ]]; then
         COMPREPLY=($(compgen -W "$options" -- "$cur"))
         return
     fi
     case $command in
-        "") COMPREPLY=($(compgen -W "$commands" -- "$cur")) ;;
+        "" | help) COMPREPLY=($(compgen -W "$commands" -- "$cur")) ;;
         enumerate | ei | ein) COMPREPLY=($(compgen -W "$elements $associations" -- "$cur")) ;;
         get | gi) COMPREPLY=($(compgen -W "$elements $associations" -- "$cur")) ;;
         associators | ai | ain | references | ri | rin)

@@ -1,6 +1,8 @@
 #include "tool/output.h"
 
 #include <fcntl.h>
+#include <langinfo.h>
+#include <locale.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -68,5 +70,15 @@ std::size_t TerminalWidth(int descriptor) {
   if (ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) return size.ws_col;
   return 80;
 }
+
+bool Utf8Locale() {
+  const locale_t locale = newlocale(LC_CTYPE_MASK, "", nullptr);
+  if (locale == nullptr) return false;
+  const bool utf8 = std::string_view(nl_langinfo_l(CODESET, locale)) == "UTF-8";
+  freelocale(locale);
+  return utf8;
+}
+
+std::string_view Ellipsis() { return Utf8Locale() ? "\u2026" : "..."; }
 
 }  // namespace tool

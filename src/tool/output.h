@@ -58,6 +58,13 @@ class FileOutput : public std::ostream {
 // says, else 80. Zero where it is no terminal: nothing needs to fit.
 std::size_t TerminalWidth(int descriptor);
 
+// Whether the environment's locale takes UTF-8. It is asked without being set: the provider
+// library's lower case would follow it.
+bool Utf8Locale();
+
+// What stands for what was cut off, in the environment's locale.
+std::string_view Ellipsis();
+
 }  // namespace tool
 
 #endif  // TOOL_OUTPUT_H_

@@ -16,16 +16,36 @@ std::size_t LineWidth(const std::vector<std::size_t>& columns) {
   return std::accumulate(columns.begin(), columns.end(), gaps);
 }
 
-void PrintRow(const std::vector<std::string>& cells, const std::vector<std::size_t>& columns,
-              std::size_t width, std::string_view ellipsis, std::ostream& out) {
+std::string Fitted(const Cell& cell, std::size_t width, std::string_view ellipsis) {
+  const bool use_shorter = Width(cell.text) > width && !cell.shorter.empty();
+  return Cut(use_shorter ? cell.shorter : cell.text, width, ellipsis);
+}
+
+void PrintRow(const std::vector<Cell>& cells, const std::vector<std::size_t>& columns,
+              std::string_view ellipsis, std::ostream& out) {
   std::string line;
   for (std::size_t i = 0; i < cells.size(); ++i) {
-    const std::string cell = Cut(cells[i], columns[i], ellipsis);
+    const std::string cell = Fitted(cells[i], columns[i], ellipsis);
     line += cell;
     line.append(columns[i] - Width(cell) + kGap, ' ');
   }
   line.erase(line.find_last_not_of(' ') + 1);
-  out << (width == 0 ? line : Cut(line, width, ellipsis)) << '\n';
+  out << line << '\n';
+}
+
+// The widest column that may be narrowed; the end where there is none.
+std::size_t WidestCuttable(const Table& table, const std::vector<std::size_t>& columns) {
+  std::size_t widest = columns.size();
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    if (table.cuttable.empty() || !table.cuttable[i] || columns[i] <= kNarrowest) continue;
+    if (widest == columns.size() || columns[i] > columns[widest]) widest = i;
+  }
+  return widest;
+}
+
+template <class Items>
+void EraseAt(Items& items, std::size_t place) {
+  if (!items.empty()) items.erase(items.begin() + static_cast<std::ptrdiff_t>(place));
 }
 
 }  // namespace
@@ -33,15 +53,15 @@ void PrintRow(const std::vector<std::string>& cells, const std::vector<std::size
 std::vector<std::size_t> ColumnWidths(const Table& table, std::size_t width) {
   std::vector<std::size_t> columns;
   for (std::size_t i = 0; i < table.titles.size(); ++i) {
-    std::size_t widest = Width(table.titles[i]);
-    for (const auto& row : table.rows) widest = std::max(widest, Width(row[i]));
+    std::size_t widest = table.headings ? Width(table.titles[i]) : 0;
+    for (const auto& row : table.rows) widest = std::max(widest, Width(row[i].text));
     columns.push_back(widest);
   }
-  if (width == 0 || columns.empty()) return columns;
+  if (width == 0) return columns;
   for (std::size_t excess = LineWidth(columns); excess > width; --excess) {
-    const auto widest = std::max_element(columns.begin(), columns.end());
-    if (*widest <= kNarrowest) break;
-    --*widest;
+    const std::size_t widest = WidestCuttable(table, columns);
+    if (widest == columns.size()) break;
+    --columns[widest];
   }
   return columns;
 }
@@ -49,8 +69,20 @@ std::vector<std::size_t> ColumnWidths(const Table& table, std::size_t width) {
 void PrintTable(const Table& table, std::size_t width, std::string_view ellipsis,
                 std::ostream& out) {
   const std::vector<std::size_t> columns = ColumnWidths(table, width);
-  PrintRow(table.titles, columns, width, ellipsis, out);
-  for (const auto& row : table.rows) PrintRow(row, columns, width, ellipsis, out);
+  if (table.headings) {
+    PrintRow({table.titles.begin(), table.titles.end()}, columns, ellipsis, out);
+  }
+  for (const auto& row : table.rows) PrintRow(row, columns, ellipsis, out);
+}
+
+void DropEmptyColumns(Table& table) {
+  for (std::size_t i = table.titles.size(); i-- > 0;) {
+    const auto is_empty = [&](const auto& row) { return row[i].text.empty(); };
+    if (!std::all_of(table.rows.begin(), table.rows.end(), is_empty)) continue;
+    EraseAt(table.titles, i);
+    EraseAt(table.cuttable, i);
+    for (auto& row : table.rows) EraseAt(row, i);
+  }
 }
 
 }  // namespace tool

@@ -111,7 +111,7 @@ class TableWriter : public ElementWriter {
  protected:
   void Write(Instance&& instance) override {
     Section& section = SectionOf(instance);
-    std::vector<std::string> row;
+    std::vector<Cell> row;
     for (const Column& column : section.columns) row.push_back(column.cell(instance));
     section.table.rows.push_back(std::move(row));
   }
@@ -119,8 +119,9 @@ class TableWriter : public ElementWriter {
   void Write(ObjectPath&& path) override { out() << PrintableUtf8(ToWbemUri(path)) << '\n'; }
 
   void End() override {
-    for (const Section& section : sections_) {
+    for (Section& section : sections_) {
       if (&section != &sections_.front()) out() << '\n';
+      if (style_.properties.empty()) DropEmptyColumns(section.table);
       PrintTable(section.table, style_.width, style_.utf8 ? "\u2026" : "...", out());
     }
   }
@@ -138,7 +139,10 @@ class TableWriter : public ElementWriter {
         [&](const Section& section) { return section.class_name == instance.path.class_name; });
     if (found != sections_.end()) return *found;
     Section section{instance.path.class_name, ColumnsFor(instance), {}};
-    for (const Column& column : section.columns) section.table.titles.push_back(column.title);
+    for (const Column& column : section.columns) {
+      section.table.titles.push_back(column.title);
+      section.table.cuttable.push_back(column.title == "NAME" || column.title == "CLASS");
+    }
     sections_.push_back(std::move(section));
     return sections_.back();
   }

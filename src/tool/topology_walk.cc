@@ -13,6 +13,7 @@
 
 #include "pci/address.h"
 #include "pci/host.h"
+#include "tool/inventory/function_text.h"
 #include "tool/pci_class.h"
 #include "tool/property_text.h"
 
@@ -129,9 +130,6 @@ Function PlacedFunction(const pci::Host& host, const pci::Function& function,
   }
   return placed;
 }
-
-constexpr int kUpstreamPort = 5;  // PCI Express Base 7.5.3.2, as the next one
-constexpr int kDownstreamPort = 6;
 
 FunctionKind KindOf(const pci::Function& function) {
   if (function.pcie_port_type == kUpstreamPort) return FunctionKind::kSwitch;

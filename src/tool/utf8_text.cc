@@ -4,6 +4,8 @@
 
 #include "cim/utf8.h"
 
+#include "cim/text.h"
+
 namespace tool {
 namespace {
 
@@ -70,6 +72,12 @@ std::string Cut(std::string_view text, std::size_t width, std::string_view ellip
   std::string out(text.substr(0, end));
   if (width >= mark) out += ellipsis;
   return out;
+}
+
+std::string Lower(std::string_view text) {
+  std::string lower(text);
+  std::transform(lower.begin(), lower.end(), lower.begin(), cim::LowerAscii);
+  return lower;
 }
 
 }  // namespace tool

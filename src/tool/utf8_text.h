@@ -24,6 +24,9 @@ std::size_t Width(std::string_view text);
 // The text, or its beginning with `ellipsis` at the end where it is wider than `width`.
 std::string Cut(std::string_view text, std::size_t width, std::string_view ellipsis);
 
+// The text with ASCII letters in lower case.
+std::string Lower(std::string_view text);
+
 }  // namespace tool
 
 #endif  // TOOL_UTF8_TEXT_H_

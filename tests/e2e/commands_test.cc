@@ -34,10 +34,10 @@ std::string Bad(int status, const Words& arguments, const Setting& setting = {})
 }
 
 TEST(Commands, ListTheTenClasses) {
-  const std::string table = Good({"classes"});
+  const std::string table = RunTool({"classes"}).out;
   EXPECT_EQ(Lines(table).size(), 11U);
   EXPECT_THAT(table, HasSubstr("Ostrel_PCIeSwitch             CIM_PCIeSwitch"));
-  EXPECT_EQ(Json::parse(Good({"classes", "-o", "json"})).size(), 10U);
+  EXPECT_EQ(Json::parse(RunTool({"classes", "-o", "json"}).out).size(), 10U);
 }
 
 TEST(Commands, EnumerateAsATable) {
@@ -180,9 +180,8 @@ TEST(Commands, WriteMofInstances) {
 }
 
 TEST(Usage, IsAnsweredWithStatus2) {
-  EXPECT_THAT(Bad(2, {}), HasSubstr("--help"));
-  EXPECT_THAT(Bad(2, {"--unknown", "tree"}), HasSubstr("--unknown"));
-  EXPECT_THAT(Bad(2, {"tree", "--unknown"}), HasSubstr("--unknown"));
+  EXPECT_THAT(Bad(2, {"--unknown", "tree"}), HasSubstr("unknown option \"--unknown\""));
+  EXPECT_THAT(Bad(2, {"tree", "--unknown"}), HasSubstr("unknown option \"--unknown\""));
   EXPECT_THAT(Bad(2, {"frobnicate"}), HasSubstr("--help"));
   EXPECT_THAT(Bad(2, {"enumerate"}), HasSubstr("CLASS"));
   EXPECT_THAT(Bad(2, {"enumerate", "device", "extra"}), HasSubstr("extra"));
@@ -193,22 +192,63 @@ TEST(Usage, IsAnsweredWithStatus2) {
   EXPECT_THAT(Bad(2, {"get", "PCIDevice.Colour=\"red\""}), HasSubstr("no key property \"Colour\""));
 }
 
+TEST(Usage, RefusesWhatACommandDoesNotUse) {
+  const auto refused = [](const Words& words) {
+    const Outcome run = RunTool(words);
+    EXPECT_EQ(run.status, 2) << run.out;
+    EXPECT_EQ(run.out, "");
+    return Lines(run.err).at(0);
+  };
+  EXPECT_EQ(refused({"tree", "-p", "X"}), "ostrel-pci: \"tree\" takes no -p");
+  EXPECT_EQ(refused({"-o", "json", "serve"}), "ostrel-pci: \"serve\" takes no -o");
+  EXPECT_EQ(refused({"ein", "device", "--property=X"}), "ostrel-pci: \"ein\" takes no --property");
+  EXPECT_EQ(refused({"classes", "--dump", "x"}), "ostrel-pci: \"classes\" takes no --dump");
+  EXPECT_EQ(refused({"list", "--ports"}), "ostrel-pci: \"list\" takes no --ports");
+  EXPECT_EQ(refused({"tree", "--ports=yes"}), "ostrel-pci: --ports takes no value");
+}
+
+TEST(Usage, NamesWhatWasMeantAndTheHelpThatHasIt) {
+  const auto refused = [](const Words& words) { return RunTool(words).err; };
+  EXPECT_EQ(refused({"tre"}),
+            "ostrel-pci: unknown command \"tre\"; did you mean tree?\n"
+            "Try \"ostrel-pci --help\" for more.\n");
+  EXPECT_EQ(refused({"tree", "--port"}),
+            "ostrel-pci: \"tree\" takes no --port\nTry \"ostrel-pci tree --help\" for more.\n");
+  EXPECT_EQ(refused({"tree", "--asci"}),
+            "ostrel-pci: unknown option \"--asci\"; did you mean --ascii?\n"
+            "Try \"ostrel-pci tree --help\" for more.\n");
+  EXPECT_EQ(refused({"help", "lst"}),
+            "ostrel-pci: there is no command \"lst\"; did you mean list?\n"
+            "Try \"ostrel-pci --help\" for more.\n");
+}
+
 TEST(Usage, HelpAndVersionGoToStandardOutput) {
-  EXPECT_THAT(Good({"--version"}), StartsWith("ostrel-pci "));
-  EXPECT_THAT(Good({"--help"}), HasSubstr("Examples:"));
-  for (const std::string command :
-       {"classes", "enumerate", "ein", "get", "associators", "references", "tree"}) {
-    EXPECT_THAT(Good({command, "--help"}), HasSubstr("Examples:\n  ostrel-pci "));
+  const auto shown = [](const Words& words) {
+    const Outcome run = RunTool(words);
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err, "");
+    return run.out;
+  };
+  EXPECT_THAT(shown({"--version"}), StartsWith("ostrel-pci "));
+  EXPECT_EQ(shown({"-V"}), shown({"--version"}));
+  EXPECT_THAT(shown({"--help"}), HasSubstr("Examples:"));
+  EXPECT_EQ(shown({"help"}), shown({"--help"}));
+  for (const std::string command : {"list", "classes", "enumerate", "ein", "get", "associators",
+                                    "references", "tree", "serve", "register"}) {
+    EXPECT_THAT(shown({command, "--help"}), HasSubstr("Examples:\n  ostrel-pci"));
+    EXPECT_EQ(shown({"help", command}), shown({command, "--help"}));
   }
+  EXPECT_THAT(shown({"tree", "--help"}), HasSubstr("--dump"));
 }
 
 TEST(Commands, PrintHowToRegister) {
   // The tools of the object managers need not be there: a dry run says so and goes on.
-  const Outcome run = RunOnRecord({"register", "--for", "sfcb", "--dry-run", "--with-system"});
+  const Outcome run = RunTool(
+      {"register", "--for", "sfcb", "--dry-run", "--with-system", "--system-name", "recorded"});
   EXPECT_THAT(run.out, HasSubstr("\nsed s/@SYSTEM_NAME@/recorded/ /"));
   EXPECT_THAT(run.out, HasSubstr("/schema/ostrel-pci.sfcb.reg "));
   EXPECT_THAT(run.out, HasSubstr("\nsfcbrepos -f\n"));
-  const Outcome back = RunOnRecord({"unregister", "--for", "pegasus", "--dry-run"});
+  const Outcome back = RunTool({"unregister", "--for", "pegasus", "--dry-run"});
   EXPECT_THAT(back.out, HasSubstr("\n  cimprovider -r -m OstrelPCIModule\n"));
 }
 
@@ -340,15 +380,17 @@ TEST(Verbose, ShowsLogAndTraceLinesOfTheLibrary) {
               HasSubstr("PCISystemDevice ai ignoring"));
 }
 
-TEST(Table, FitsTheTerminal) {
-  const Outcome run = RunOnRecord({"ei", "device"}, {.terminal = 72});
-  EXPECT_THAT(run.out, HasSubstr("…"));
+TEST(Table, CutsNamesAndNothingThatIdentifies) {
+  const Outcome narrow = RunOnRecord({"ei", "bridge"}, {.terminal = 72});
+  EXPECT_THAT(narrow.out, HasSubstr("…"));
   const Outcome wide =
-      RunOnRecord({"ei", "device"}, {.environment = {{"COLUMNS", "400"}}, .terminal = 72});
+      RunOnRecord({"ei", "bridge"}, {.environment = {{"COLUMNS", "400"}}, .terminal = 72});
   EXPECT_THAT(wide.out, testing::Not(HasSubstr("…")));
+  EXPECT_THAT(Lines(narrow.out), testing::Contains(testing::AllOf(StartsWith("0000:0a:03.0"),
+                                                                  HasSubstr("0000:09:00.0"))));
   const Outcome ascii =
-      RunOnRecord({"ei", "device"}, {.environment = {{"LC_ALL", "C"}}, .terminal = 72});
-  for (const std::string& line : Lines(ascii.out)) EXPECT_LE(line.size(), 72U + 1) << line;  // CR
+      RunOnRecord({"ei", "device"}, {.environment = {{"LC_ALL", "C"}}, .terminal = 80});
+  for (const std::string& line : Lines(ascii.out)) EXPECT_LE(line.size(), 80U + 1) << line;  // CR
 }
 
 }  // namespace

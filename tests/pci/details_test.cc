@@ -17,7 +17,7 @@ using ::testing::SizeIs;
 
 class Details : public ::testing::Test {
  protected:
-  Details() { tree_.Add("pci0000:00", Endpoint("0000:00:01.0").Bridge(1, 1)); }
+  Details() { tree_.Add("pci0000:00", Endpoint("0000:00:01.0")); }
 
   pci::Detail Read() const {
     const pci::Host host = ReadSysfs(tree_.pci(), true);
@@ -68,6 +68,7 @@ TEST_F(Details, GarbageIsNothing) {
 }
 
 TEST_F(Details, TellDevicesByTheNamesThatAdministratorsKnow) {
+  Link("driver", "../some");
   for (const char* folder :
        {"net/eth0/queues", "virtio0/net/eth1", "virtio0/block/vda/vda1",
         "nvme/nvme0/nvme0n1/nvme0n1p1", "nvme/nvme1/nvme1c3n2", "nvme/nvme1/hwmon2",
@@ -82,15 +83,32 @@ TEST_F(Details, TellDevicesByTheNamesThatAdministratorsKnow) {
                           "nvme1n2", "sda", "sdb", "ttyS4", "usb1", "vda"));
 }
 
-// They are other functions', the bridge has none.
-TEST_F(Details, OfFunctionsBelowAreNotABridges) {
+// They are other functions', a bridge or a controller of a domain has none.
+TEST_F(Details, OfFunctionsBelowAreNotThoseAbove) {
+  Link("driver", "../some");
   Folder("0000:01:00.0/net/eth0");
-  Folder("pci_bus/0000:01/net/eth1");
   Folder("pci10000:00/10000:00:00.0/net/eth2");
   EXPECT_THAT(Read().system_devices, IsEmpty());
 }
 
+// It is not even looked below: a bridge's services have folders of their own.
+TEST_F(Details, AreNoDevicesOfBridgesAndOfWhatHasNoDriver) {
+  Folder("net/eth0");
+  EXPECT_THAT(Read().system_devices, IsEmpty());
+  Folder("driver");
+  EXPECT_THAT(Read().system_devices, ElementsAre("eth0"));
+  WrittenTree bridges;
+  bridges.Add("pci0000:00", Endpoint("0000:00:01.0").Bridge(1, 1));
+  const std::string bridge = bridges.Path("devices/pci0000:00/0000:00:01.0");
+  fs::create_directories(bridge + "/net/eth0");
+  fs::create_symlink("../pcieport", bridge + "/driver");
+  const pci::Host host = ReadSysfs(bridges.pci(), true);
+  EXPECT_EQ(host.DetailOf(host.functions().at(0)).driver, "pcieport");
+  EXPECT_THAT(host.DetailOf(host.functions().at(0)).system_devices, IsEmpty());
+}
+
 TEST_F(Details, LinksAreNotFollowed) {
+  Link("driver", "../some");
   Link("up", "..");
   Link("net", "/sys/class/net");
   Folder("virtio0");
@@ -99,6 +117,7 @@ TEST_F(Details, LinksAreNotFollowed) {
 }
 
 TEST_F(Details, FoldersWithoutEndAreLeft) {
+  Link("driver", "../some");
   std::string deep = "a";
   for (int i = 0; i < 40; ++i) deep += "/a";
   Folder(deep + "/net/eth0");

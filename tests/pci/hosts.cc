@@ -58,8 +58,9 @@ std::string RecordedSysfs(const std::string& host) {
 }
 
 pci::Host ReadSysfs(const std::string& path, bool with_details) {
-  return pci::Host::Read({pci::Source::Kind::kSysfs, path},
-                         {.names = true, .details = with_details});
+  return pci::Host::Read(
+      {pci::Source::Kind::kSysfs, path},
+      {.names = true, .details = with_details ? pci::WantedDetails::All() : pci::WantedDetails()});
 }
 
 pci::Host ReadDump(const std::string& path) {

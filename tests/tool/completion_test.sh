@@ -58,7 +58,8 @@ expect_among() { # what must be among the offers; words
 }
 
 # Commands and options
-expect $'enumerate\nei\nein' e
+expect enumerate e
+expect list help li
 expect tree tr
 expect tree --dump file tr
 expect "" nothing
@@ -66,10 +67,15 @@ expect $'--sysfs\n--system-name' --sy
 expect $'--sysfs\n--system-name' tree --sy
 expect $'--ports' tree --po
 expect "" classes --po
+expect $'--noheadings' --no
+expect $'--noheadings' list --no
 expect $'--port' serve --po
 
 # Values of options
 expect $'text\njson\ndot' tree -o ""
+expect $'driver' list -o dr
+expect 'address,json,driver' list -o address,json,dr
+expect 'numa' --output nu
 expect $'table\njson' classes --output ""
 expect json enumerate device -o j
 expect $'sfcb\npegasus' register --for ""
@@ -92,15 +98,18 @@ expect hosts register --for sfcb --provider-dir ho
 
 # All that the tool has
 "$tool" --help >help
-commands=$(sed -n '/^Subcommands:/,/^$/s/^  \([a-z, ]*[a-z]\)  .*/\1/p' help | tr -d ',')
-[ "$(wc -w <<<"$commands")" -ge 14 ] || fail "the help lists only these commands: $commands"
+commands=$(sed -n '/^Commands.*:/,/^$/s/^  \([a-z]*\)  .*/\1/p' help)
+[ "$(wc -w <<<"$commands")" -ge 10 ] || fail "the help lists only these commands: $commands"
 options() { sed -n 's/^  \(-[^ ]*\).*/\1/p' "$1" | tr ',' '\n'; } # of a help
-for command in $commands; do
-  expect_among "$command" "$command"
+for command in $commands; do expect_among "$command" "$command"; done
+for command in $commands ei ein gi ai ain ri rin; do
   "$tool" "$command" --help >command_help
-  expect_sorted "$({ options help; options command_help; } | sort -u)" "$command" -
+  expect_sorted "$(options command_help | sort)" "$command" -
 done
-expect_sorted "$(options help | sort)" -
+# Without a command it is those of "list".
+"$tool" list --help >command_help
+expect_sorted "$({ options help; options command_help; } | sort -u)" -
+expect_sorted "$({ echo json; sed -n '/^Columns/,/^Examples/s/^  \([A-Z]*\) .*/\L\1/p' command_help; } | sort)" list -o ""
 for class in $("$tool" classes | awk 'NR > 1 { print $1 }'); do
   expect_among "$class" enumerate "$class"
   expect_among "$class" get "$class"

@@ -207,6 +207,21 @@ TEST(CommandLine, ReadsOptionsOnBothSidesOfTheCommand) {
   EXPECT_FALSE(arguments.names);
 }
 
+TEST(CommandLine, FindsTheCommandBehindOptionsAndTheirValues) {
+  EXPECT_EQ(Parsed({"--dump", "tree", "list"}).command, Command::kList);
+  EXPECT_EQ(Parsed({"--dump=x", "tree"}).command, Command::kTree);
+  EXPECT_EQ(Parsed({"--dump", "-", "tree"}).source.dump, "-");
+  EXPECT_EQ(Parsed({"-ojson", "tree"}).format, Format::kJson);
+  EXPECT_EQ(Parsed({"-vo", "json", "tree"}).format, Format::kJson);
+  EXPECT_EQ(Parsed({"--dump", "tree"}).command, Command::kList);
+  EXPECT_EQ(Parsed({}).command, Command::kList);
+}
+
+TEST(CommandLine, TakesPropertiesWithCommas) {
+  EXPECT_EQ(Parsed({"ei", "X", "-p", "A,B", "-p", "C"}).properties,
+            (std::vector<std::string>{"A", "B", "C"}));
+}
+
 TEST(CommandLine, KnowsShortCommands) {
   EXPECT_TRUE(Parsed({"ein", "X"}).names);
   EXPECT_TRUE(Parsed({"ain", "X"}).names);
@@ -238,14 +253,16 @@ TEST(CommandLine, KnowsTwoObjectManagersToRegisterWith) {
 }
 
 TEST(CommandLine, NamesTheWordThatIsNoCommand) {
-  for (const char* word : {"foo", "TREE", "help", ""}) {
-    const std::string expected = std::string("ostrel-pci: unknown command \"") + word + "\"\n";
+  for (const char* word : {"foo", "TREE", ""}) {
+    const std::string expected = std::string("ostrel-pci: unknown command \"") + word + '"';
     EXPECT_THAT(Refused({word}), StartsWith(expected));
     EXPECT_THAT(Refused({"-v", word, "tree2", "--names"}), StartsWith(expected));
   }
-  EXPECT_THAT(Refused({"--", "tree"}), StartsWith("ostrel-pci: unknown option \"--\"\n"));
-  EXPECT_THAT(Refused({"--colour", "foo"}),
-              StartsWith("ostrel-pci: unknown option \"--colour\"\n"));
+  EXPECT_THAT(Refused({"TREE"}), HasSubstr("; did you mean tree?\n"));
+  EXPECT_THAT(Refused({"--", "tree"}),
+              StartsWith("ostrel-pci: \"list\" takes no further operand \"tree\"\n"));
+  EXPECT_THAT(Refused({"--colour", "foo"}), StartsWith("ostrel-pci: unknown command \"foo\""));
+  EXPECT_THAT(Refused({"--colour"}), StartsWith("ostrel-pci: unknown option \"--colour\""));
   EXPECT_THAT(Refused({"tree", "foo"}), HasSubstr("foo"));
 }
 

@@ -57,7 +57,8 @@ TEST(PciClass, NamesSubclassesAndFallsBackToTheBaseClass) {
 
 Table SampleTable() {
   return {{"ID", "NAME", "PARENT"},
-          {{"1", "a name that goes on and on and on", "0000:00:01.0"}, {"22", "short", ""}}};
+          {{"1", {"Maker, and its name", "its name"}, "0000:00:01.0"}, {"22", "short", ""}},
+          {false, true, false}};
 }
 
 std::string Printed(const Table& table, std::size_t width) {
@@ -68,28 +69,44 @@ std::string Printed(const Table& table, std::size_t width) {
 
 TEST(Table, IsAsWideAsItsCellsWhereNothingLimitsIt) {
   EXPECT_EQ(Printed(SampleTable(), 0),
-            "ID  NAME                               PARENT\n"
-            "1   a name that goes on and on and on  0000:00:01.0\n"
+            "ID  NAME                 PARENT\n"
+            "1   Maker, and its name  0000:00:01.0\n"
             "22  short\n");
-  EXPECT_EQ(Printed(SampleTable(), 51), Printed(SampleTable(), 0));
+  EXPECT_EQ(Printed(SampleTable(), 37), Printed(SampleTable(), 0));
 }
 
-TEST(Table, NarrowsTheWidestColumnFirst) {
-  EXPECT_EQ(ColumnWidths(SampleTable(), 40), (std::vector<std::size_t>{2, 22, 12}));
-  EXPECT_EQ(Printed(SampleTable(), 40),
-            "ID  NAME                    PARENT\n"
-            "1   a name that goes on...  0000:00:01.0\n"
+TEST(Table, TakesTheShorterTextBeforeItCuts) {
+  EXPECT_EQ(ColumnWidths(SampleTable(), 30), (std::vector<std::size_t>{2, 12, 12}));
+  EXPECT_EQ(Printed(SampleTable(), 30),
+            "ID  NAME          PARENT\n"
+            "1   its name      0000:00:01.0\n"
+            "22  short\n");
+  Table table = SampleTable();
+  table.rows[0][1].shorter.clear();
+  EXPECT_EQ(Printed(table, 30),
+            "ID  NAME          PARENT\n"
+            "1   Maker, an...  0000:00:01.0\n"
             "22  short\n");
 }
 
-TEST(Table, NeverWritesALineWiderThanTheTerminal) {
-  for (std::size_t width = 1; width < 60; ++width) {
-    std::istringstream lines(Printed(SampleTable(), width));
-    for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), width);
-  }
+TEST(Table, CutsNothingThatIdentifies) {
+  EXPECT_EQ(ColumnWidths(SampleTable(), 1), (std::vector<std::size_t>{2, 8, 12}));
+  Table table = SampleTable();
+  table.cuttable.clear();
+  EXPECT_EQ(Printed(table, 10), Printed(SampleTable(), 0));
 }
 
-TEST(Table, WithoutRowsIsALineOfTitles) { EXPECT_EQ(Printed({{"A", "B"}, {}}, 0), "A  B\n"); }
+TEST(Table, LosesItsEmptyColumnsAndItsTitlesWhereThatIsWanted) {
+  Table table = SampleTable();
+  table.rows[0][1] = "";
+  table.rows[1][1] = "";
+  DropEmptyColumns(table);
+  EXPECT_EQ(Printed(table, 0), "ID  PARENT\n1   0000:00:01.0\n22\n");
+  table.headings = false;
+  EXPECT_EQ(Printed(table, 0), "1   0000:00:01.0\n22\n");
+}
+
+TEST(Table, WithoutRowsIsALineOfTitles) { EXPECT_EQ(Printed({{"A", "B"}, {}, {}}, 0), "A  B\n"); }
 
 }  // namespace
 }  // namespace tool

@@ -217,11 +217,11 @@ TEST(TableWriter, ShowsWhatAPersonWantsOfEachClass) {
   EXPECT_EQ(WrittenTable({Device("Ostrel_PCIBridge", "a"), Device("Ostrel_PCIDevice", "b"),
                           Device("Ostrel_PCIBridge", "c")},
                          {}),
-            "ADDRESS  CLASS       TYPE  BUS  NAME          PARENT  SLOT\n"
+            "ADDRESS  CLASS       TYPE  BUS  NAME          PARENT\n"
             "a        PCI bridge  PCI   1a   Maker\xef\xbf\xbd Thing  top\n"
             "c        PCI bridge  PCI   1a   Maker\xef\xbf\xbd Thing  top\n"
             "\n"
-            "ADDRESS  CLASS       NAME          PARENT  SLOT\n"
+            "ADDRESS  CLASS       NAME          PARENT\n"
             "b        PCI bridge  Maker\xef\xbf\xbd Thing  top\n");
 }
 

@@ -2,7 +2,6 @@
 
 #include <syslog.h>
 
-#include <algorithm>
 #include <exception>
 #include <memory>
 #include <mutex>
@@ -11,6 +10,7 @@
 
 #include "cache/hostctl.h"
 #include "pci/host.h"
+#include "pci/missing_parts.h"
 #include "pci/shared_host.h"
 #include "pci/source.h"
 #include "platform/hostctl/pci_device.h"
@@ -32,37 +32,11 @@ auto WithOneExceptionType(Call call) {
   }
 }
 
-// How a person gets a source that shows all of every function.
-const char* WayToSeeAll(const pci::Host& host, const pci::Source& source) {
-  if (source.kind == pci::Source::Kind::kDump) return "take it with lspci -xxx, as root";
-  return host.from_running_kernel() ? "run as root, with CAP_SYS_ADMIN" : "copy it as root";
-}
-
-void WarnOfMissingCapabilities(const pci::Host& host, const pci::Source& source) {
-  if (host.cut_off_functions() == 0) return;
-  syslog(LOG_WARNING,
-         "%s: %zu of %zu functions are shown without their capabilities: port types are unknown, "
-         "switches taken for bridges; %s",
-         source.path.c_str(), host.cut_off_functions(), host.functions().size(),
-         WayToSeeAll(host, source));
-}
-
-void WarnOfMissingFunctions(const pci::Host& host) {
-  constexpr std::size_t kMostTold = 10;
-  const auto& troubles = host.troubles();
-  for (std::size_t i = 0; i < std::min(troubles.size(), kMostTold); ++i) {
-    syslog(LOG_WARNING, "%s is left out: %s", troubles[i].where.c_str(),
-           troubles[i].reason.c_str());
-  }
-  if (troubles.size() <= kMostTold) return;
-  syslog(LOG_WARNING, "%zu more PCI functions are left out", troubles.size() - kMostTold);
-}
-
 // The interface has no way to say that an answer is a part of the truth; the log has.
 void WarnOfWhatIsMissing(const pci::Host& host, const pci::Source& source) {
-  WarnOfMissingFunctions(host);
-  WarnOfMissingCapabilities(host, source);
-  if (!host.names_notice().empty()) syslog(LOG_WARNING, "%s", host.names_notice().c_str());
+  for (const std::string& line : MissingParts(host, source)) {
+    syslog(LOG_WARNING, "%s", line.c_str());
+  }
 }
 
 // The latest reading, as long as somebody holds a device of it.

@@ -1,0 +1,21 @@
+// What of a host its reading lacks, in words for a log or a person.
+// Thread rule: plain functions.
+
+#ifndef PCI_MISSING_PARTS_H_
+#define PCI_MISSING_PARTS_H_
+
+#include <string>
+#include <vector>
+
+#include "pci/host.h"
+#include "pci/source.h"
+
+namespace pci {
+
+// One line each: functions that are left out, the first ones with their reason; capabilities that
+// are not shown, and how they would be; names that could be had. Empty where all is there.
+std::vector<std::string> MissingParts(const Host& host, const Source& source);
+
+}  // namespace pci
+
+#endif  // PCI_MISSING_PARTS_H_
