@@ -26,6 +26,10 @@
 
 #define HOSTCTL_API __attribute__((visibility("default")))
 
+// Counts what has been added at the end of classes since the soname became libHostCtl.so.1: a
+// library for several releases asks it with #if.
+#define HOSTCTL_VERSION 1
+
 namespace HostCtl {
 
 namespace Lib {
