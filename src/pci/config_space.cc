@@ -133,9 +133,9 @@ void ConfigSpace::DescribeExpress(std::size_t position, Function& function) {
   const unsigned type = (flags & PCI_EXP_FLAGS_TYPE) >> 4;
   const unsigned version = flags & PCI_EXP_FLAGS_VERS;
   function.pcie_port_type = static_cast<std::int8_t>(type);
-  // In version 1 these functions of the root complex end before the link registers.
-  const bool integrated = type == PCI_EXP_TYPE_RC_END || type == PCI_EXP_TYPE_RC_EC;
-  if (version < 2 && integrated) return;
+  // Functions of the root complex itself have no link, whatever stands in its registers; in version
+  // 1 they end before them.
+  if (type == PCI_EXP_TYPE_RC_END || type == PCI_EXP_TYPE_RC_EC) return;
 
   function.has_slot = (flags & PCI_EXP_FLAGS_SLOT) != 0 && CanHaveSlot(type);
   const std::size_t end = function.has_slot ? PCI_EXP_SLTCTL : PCI_EXP_SLTCAP;

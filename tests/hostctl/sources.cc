@@ -24,11 +24,6 @@ ScopedVariable::ScopedVariable(const char* name, const std::string& value) : nam
 
 ScopedVariable::~ScopedVariable() { unsetenv(name_); }
 
-Devices ReadLiveHost() {
-  for (const char* variable : kVariables) unsetenv(variable);
-  return Read();
-}
-
 Devices ReadDump(const std::string& path) {
   const ScopedVariable dump("HOSTCTL_PCI_DUMP", path);
   return Read();

@@ -29,7 +29,6 @@ class ScopedVariable {
 };
 
 // The functions that the library finds in a source. Throw HostCtlException.
-Devices ReadLiveHost();
 Devices ReadDump(const std::string& path);
 Devices ReadSysfs(const std::string& path);
 

@@ -110,13 +110,25 @@ TEST(ConfigSpace, TellsTheLink) {
   EXPECT_TRUE(link.active);
 }
 
-TEST(ConfigSpace, VersionOneHasNoSpeedsVectorAndNoLinkInTheRootComplex) {
+TEST(ConfigSpace, VersionOneHasNoSpeedsVector) {
   const pci::Host endpoint =
       Read(AnyFunction().Express(0).Set(0x42, {0x01}).Set(0x4c, {0x11}).Set(0x6c, {0x0e}));
   EXPECT_EQ(Only(endpoint).link.speeds, 0);
   EXPECT_EQ(Only(endpoint).link.possible, (pci::LinkRate{1, 1}));
-  const pci::Host integrated = Read(AnyFunction().Express(9).Set(0x42, {0x91}).Set(0x4c, {0x13}));
-  EXPECT_EQ(Only(integrated).link.possible, pci::LinkRate{});
+}
+
+TEST(ConfigSpace, FunctionsOfTheRootComplexHaveNoLink) {
+  for (const unsigned type : {9u, 10u}) {
+    for (const unsigned version : {1u, 2u}) {
+      const pci::Host host = Read(AnyFunction()
+                                      .Express(type)
+                                      .Set(0x42, {type << 4 | version})
+                                      .Set(0x4c, {0x13})
+                                      .Set(0x6c, {0x0e}));
+      EXPECT_EQ(Only(host).link.possible, pci::LinkRate{}) << type;
+      EXPECT_EQ(Only(host).link.speeds, 0) << type;
+    }
+  }
 }
 
 TEST(ConfigSpace, PortTypeIsTheFieldOfTheExpressCapability) {

@@ -147,8 +147,7 @@ TEST_F(Dump, AVirtualFunctionsIdsStandOnItsFirstLine) {
   for (const char* text :
        {"0108: 1b36:0010 (rev 02)", "Class 0108: 1b36:0010", "0108: 1b36:0010",
         "Non-Volatile memory controller [0108]: Red Hat, Inc. QEMU [1b36:0010] (rev 02)",
-        "Non-Volatile memory controller [0108]: A [AHCI mode: dead:beefs] [1b36:0010] (prog-if 02 "
-        "[NVM Express])"}) {
+        "Memory controller [0108]: A [AHCI mode: dead:beefs] [1b36:0010] (prog-if 02 [NVM])"}) {
     const pci::Host host = Read(hidden.DumpText(text));
     EXPECT_EQ(host.functions()[0].ids.vendor, 0x1b36) << text;
     EXPECT_EQ(host.functions()[0].ids.device, 0x0010) << text;

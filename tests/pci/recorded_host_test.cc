@@ -64,7 +64,7 @@ TEST(RecordedHosts, OfADumpDiffersInWhatItDoesNotTell) {
 
 // The kernel made up slots of a bridge to conventional PCI, which are in no register of a port.
 TEST(RecordedHosts, OfADumpHasTheSlotsOfPortsAlone) {
-  const auto without_slots = [](std::string line) {
+  const auto without_slots = [](const std::string& line) {
     return std::regex_replace(line, std::regex("slot .* capabilities"), "capabilities");
   };
   std::vector<std::string> expected, found;

@@ -12,9 +12,11 @@
 
 extern "C" {
 
+// NOLINTBEGIN(bugprone-reserved-identifier): the names are the C library's
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* memory, std::size_t size);
+// NOLINTEND(bugprone-reserved-identifier)
 
 void* malloc(std::size_t size) {
   if (!CAllocationFails()) return __libc_malloc(size);

@@ -313,7 +313,7 @@ class RandomBuilder {
     const Function physical = host_.functions()[place];
     const unsigned count = 1 + Below(12);
     Address first = physical.address;
-    first.device = 0x10;
+    first.device = 4 + 3 * physical.address.function;  // apart from those of its neighbours
     first.function = Below(8);
     if (last_bus_ + 1 < limit_ && Chance(50)) first.bus = ++last_bus_;
     host_.AddVirtualFunctions(place, count, first, 0x1520);

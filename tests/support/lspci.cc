@@ -157,7 +157,7 @@ int PcieType(const std::string& block) {
 std::string ParentIn(const std::string& path) {
   const std::size_t last = path.rfind('/');
   if (last == path.npos) return "";
-  const std::string above = path.substr(0, last);
+  std::string above = path.substr(0, last);
   const std::size_t slash = above.rfind('/');
   if (slash == above.npos) return above;
   return path.substr(0, path.find(':') + 1) + above.substr(slash + 1);
@@ -182,6 +182,8 @@ void ReadText(const std::string& block, Function& function) {
 // below what the first one of its column stands behind.
 class DrawingReader {
  public:
+  explicit DrawingReader(const std::set<std::string>& addresses) : addresses_(addresses) {}
+
   void TakeLine(const std::string& line) {
     std::size_t at = line.find_first_not_of(" |");
     if (at == line.npos) return;
@@ -224,13 +226,27 @@ class DrawingReader {
     place.bus = place.function.substr(0, place.function.rfind(':') - 2) + text.substr(0, 2);
   }
 
+  // Where the kernel says which bridge a function is behind, lspci draws it there with the others,
+  // whatever its bus is: virtual functions may be on further ones.
+  std::string AddressOf(const std::string& text, const Place& place) const {
+    const std::string domain = place.bus.substr(0, place.bus.find(':') + 1);
+    for (unsigned bus = Number(place.bus.substr(domain.size())); bus < 0x100; ++bus) {
+      char digits[16];
+      std::snprintf(digits, sizeof digits, "%02x", bus);
+      std::string address = domain + digits + ':' + text;
+      if (addresses_.contains(address) && !tree_.functions.contains(address)) return address;
+    }
+    return place.bus + ':' + text;
+  }
+
   void TakeFunction(const std::string& text, Place& place) {
-    const std::string address = place.bus + ':' + text;
+    const std::string address = AddressOf(text, place);
     const bool fresh = tree_.functions.emplace(address, Drawn{place.function, "", ""}).second;
     EXPECT_TRUE(fresh) << address << " is drawn twice";
     place.function = address;
   }
 
+  const std::set<std::string>& addresses_;
   std::map<std::size_t, Place> branches_;  // by column
   Tree tree_;
 };
@@ -266,13 +282,17 @@ std::vector<Function> Functions(const std::string& source) {
   return functions;
 }
 
-Tree ReadDrawing(const std::string& drawing) {
-  DrawingReader reader;
+Tree ReadDrawing(const std::string& drawing, const std::set<std::string>& addresses) {
+  DrawingReader reader(addresses);
   std::istringstream lines(drawing);
   for (std::string line; std::getline(lines, line);) reader.TakeLine(line);
   return reader.Take();
 }
 
-Tree Draw(const std::string& source) { return ReadDrawing(OutputOf(source + kNoNames + " -tvn")); }
+Tree Draw(const std::string& source, const std::vector<Function>& functions) {
+  std::set<std::string> addresses;
+  for (const Function& function : functions) addresses.insert(function.address);
+  return ReadDrawing(OutputOf(source + kNoNames + " -tvn"), addresses);
+}
 
 }  // namespace lspci

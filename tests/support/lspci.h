@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -51,10 +52,12 @@ struct Tree {
   std::map<std::string, Drawn> functions;
 };
 
-// Every function that is drawn, by its address; a test failure where one is drawn twice.
-Tree Draw(const std::string& source);
-// The same from the output of `lspci -D -tvn`.
-Tree ReadDrawing(const std::string& drawing);
+// Every function of the source that is drawn, by its address; a test failure where one is drawn
+// twice.
+Tree Draw(const std::string& source, const std::vector<Function>& functions);
+// The same from the output of `lspci -D -tvn`. What it draws below a bridge without its bus is on
+// the bridge's own, or on the next one where `addresses` has it.
+Tree ReadDrawing(const std::string& drawing, const std::set<std::string>& addresses = {});
 
 }  // namespace lspci
 
