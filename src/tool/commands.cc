@@ -215,6 +215,9 @@ void Serve(const Arguments& arguments, Session& session, std::ostream& out) {
   wbem::ServerOptions options;
   options.address = arguments.address;
   options.port = arguments.port;
+  if (arguments.verbose) {
+    options.log = [](const std::string& line) { WriteDiagnostic(line + '\n'); };
+  }
   broker::ObjectManager& manager = session.ManagerForThreads();
   if (session.incomplete() && !HasDevices(session)) {
     throw CommandError("the host cannot be read: there is nothing to serve");

@@ -18,6 +18,7 @@ void AnswerStream::Finish() {
 void AnswerStream::Fail(const CimError& error) {
   if (sent_) throw StreamBroken(error.what());
   pending_.clear();
+  outcome_ = {error.code(), 0};
   Begin();
   pending_ += "<ERROR CODE=\"" + std::to_string(error.code()) + "\" DESCRIPTION=\"";
   AppendEscaped(pending_, error.what());

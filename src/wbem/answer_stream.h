@@ -33,6 +33,12 @@ class StreamBroken : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// What a response came to.
+struct Outcome {
+  int error = 0;  // of CIM; 0 where there is a result
+  std::size_t elements = 0;
+};
+
 class AnswerStream {
  public:
   static constexpr std::size_t kHoldBackBytes = 64U << 10U;
@@ -44,6 +50,7 @@ class AnswerStream {
   template <class Append>
   void Element(Append append) {
     append(pending_);
+    ++outcome_.elements;
     if (pending_.size() >= kHoldBackBytes) Flush();
   }
 
@@ -52,6 +59,7 @@ class AnswerStream {
   // Ends the response with the error in place of a result. Throws StreamBroken, with the error's
   // text, where a part of the result was sent.
   void Fail(const CimError& error);
+  const Outcome& outcome() const { return outcome_; }
 
  private:
   void Flush();
@@ -63,6 +71,7 @@ class AnswerStream {
   ByteSink& sink_;
   std::string pending_;
   bool sent_ = false;
+  Outcome outcome_;
 };
 
 }  // namespace wbem

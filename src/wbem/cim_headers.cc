@@ -1,9 +1,14 @@
 #include "wbem/cim_headers.h"
 
+#include <arpa/inet.h>
 #include <fmt/format.h>
+#include <netinet/in.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
+#include <climits>
 #include <cstddef>
 #include <string_view>
 
@@ -42,6 +47,10 @@ std::string_view HeaderParameter(std::string_view header, std::string_view name)
       return Unquoted(Trimmed(parameter.substr(equals + 1)));
     }
   }
+}
+
+bool IsNumber(std::string_view text) {
+  return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
 // "root%2Fcimv2" as "root/cimv2". What is no escape stands for itself.
@@ -94,6 +103,38 @@ void CheckProtocolVersion(const HttpRequest& request) {
   }
 }
 
+// "localhost:5988" as "localhost", "[::1]" as "::1". Empty where it is neither.
+std::string HostWithoutPort(std::string_view text) {
+  const bool in_brackets = text.starts_with('[');
+  const std::size_t end = text.find(in_brackets ? ']' : ':');
+  if (end == std::string_view::npos) return std::string(in_brackets ? std::string_view() : text);
+  const std::string_view host = in_brackets ? text.substr(1, end - 1) : text.substr(0, end);
+  const std::string_view rest = text.substr(in_brackets ? end + 1 : end);
+  const bool has_port = rest.starts_with(':') && IsNumber(rest.substr(1));
+  return std::string(rest.empty() || has_port ? host : std::string_view());
+}
+
+bool IsLoopback(const std::string& address) {
+  in_addr v4{};
+  in6_addr v6{};
+  if (inet_pton(AF_INET, address.c_str(), &v4) == 1) return ntohl(v4.s_addr) >> 24U == 127;
+  return inet_pton(AF_INET6, address.c_str(), &v6) == 1 && IN6_IS_ADDR_LOOPBACK(&v6);
+}
+
+// Whether it is what this host calls itself, or the first part of that.
+bool IsOwnName(std::string_view name) {
+  std::array<char, HOST_NAME_MAX + 1> own{};
+  if (name.empty() || gethostname(own.data(), own.size() - 1) != 0) return false;
+  const std::string_view own_name = own.data();
+  return EqualIgnoringCase(name, own_name) ||
+         EqualIgnoringCase(name, own_name.substr(0, own_name.find('.')));
+}
+
+bool NamesThisHost(std::string_view text) {
+  const std::string host = HostWithoutPort(text);
+  return EqualIgnoringCase(host, "localhost") || IsLoopback(host) || IsOwnName(host);
+}
+
 [[noreturn]] void Mismatch(std::string_view header) {
   throw RequestError(400, "header-mismatch",
                      fmt::format("{} is not what the message says", header));
@@ -106,8 +147,23 @@ std::string ExtensionNamespace(const HttpRequest& request) {
   const std::string_view man = request.Header("Man");
   if (man.find("/cim/mapping/http/v1.") == std::string_view::npos) return {};
   const std::string_view number = HeaderParameter(man, "ns");
-  const bool is_number = number.find_first_not_of("0123456789") == std::string_view::npos;
-  return std::string(is_number ? number : std::string_view());
+  return std::string(IsNumber(number) ? number : std::string_view());
+}
+
+void CheckSender(const HttpRequest& request) {
+  const std::string_view site = request.Header("Sec-Fetch-Site");
+  if (request.Has("Origin") || (!site.empty() && !EqualIgnoringCase(site, "none"))) {
+    throw RequestError(403, {}, "not for browsers");
+  }
+  const auto hosts = std::count_if(
+      request.headers.begin(), request.headers.end(),
+      [](const HttpHeader& header) { return EqualIgnoringCase(header.name, "Host"); });
+  if (hosts > 1 || (hosts == 0 && !request.is_old)) {
+    throw RequestError(400, {}, "there must be one Host");
+  }
+  if (hosts == 1 && !NamesThisHost(request.Header("Host"))) {
+    throw RequestError(403, {}, "Host is no name of this host: localhost is one");
+  }
 }
 
 void CheckHeaders(const HttpRequest& request) {
@@ -131,16 +187,6 @@ void CheckAgreement(const HttpRequest& http, const Request& request) {
       request.intrinsic ? std::string_view(object)
                         : std::string_view(object).substr(0, request.name_space.size());
   if (!EqualIgnoringCase(name_space, request.name_space)) Mismatch("CIMObject");
-}
-
-std::string HostOf(const HttpRequest& request) {
-  const std::string_view host = request.Header("Host");
-  const auto is_proper = [](char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-           std::string_view(".-_:[]").find(c) != std::string_view::npos;
-  };
-  const bool proper = host.size() <= 255 && std::all_of(host.begin(), host.end(), is_proper);
-  return std::string(proper ? host : std::string_view());
 }
 
 }  // namespace wbem

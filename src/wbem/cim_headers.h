@@ -21,15 +21,18 @@ inline constexpr std::string_view kExtensionUri = "http://www.dmtf.org/cim/mappi
 // in its Man header: the number 73 of "73-CIMMethod". Empty where there is none.
 std::string ExtensionNamespace(const HttpRequest& request);
 
+// Throws RequestError where a browser's page may be behind the request: every user of this host has
+// a browser, and any page can make it send something to a loopback address. A page is known by
+// Origin and Sec-Fetch-Site, which it cannot keep the browser from sending, and by a Host that is
+// none of this host's names: somebody else's name may have been made to lead here.
+void CheckSender(const HttpRequest& request);
+
 // Throws RequestError unless the headers are those of a CIM operation request that this server
 // can read. Needs no body.
 void CheckHeaders(const HttpRequest& request);
 
 // Throws RequestError unless the headers name the call that the body holds.
 void CheckAgreement(const HttpRequest& http, const Request& request);
-
-// The host as the client addressed it, with the port; empty where it is no proper one.
-std::string HostOf(const HttpRequest& request);
 
 }  // namespace wbem
 

@@ -4,6 +4,7 @@
 
 #include <string>
 #include <utility>
+#include <variant>
 
 #include "wbem/cim_error.h"
 #include "wbem/cim_headers.h"
@@ -51,23 +52,32 @@ HttpResponse Options() {
           {}};
 }
 
-void CheckHead(const HttpRequest& head) {
+void CheckMethod(const HttpRequest& head) {
   if (head.method != "POST" && head.method != kMandatoryPost) {
     throw RequestError(405, {}, "CIM operations are called by POST");
   }
-  if (head.Has("Origin")) throw RequestError(403, {}, "not for browsers");
   if (head.method == kMandatoryPost && ExtensionNamespace(head).empty()) {
     throw RequestError(510, {}, "the mandatory extension is not CIM operations");
   }
-  CheckHeaders(head);
+}
+
+// The class that a request is about, or that of the instance; empty where it is about neither.
+std::string ClassOf(const Request& request) {
+  for (const Parameter& parameter : request.parameters) {
+    if (const auto* cls = std::get_if<ClassName>(&parameter.value)) return cls->name;
+    if (const auto* name = std::get_if<InstanceName>(&parameter.value)) return name->class_name;
+  }
+  return {};
 }
 
 }  // namespace
 
 std::optional<HttpResponse> CimService::AnswerHead(const HttpRequest& head) {
-  if (head.method == "OPTIONS") return Options();
   try {
-    CheckHead(head);
+    CheckSender(head);
+    if (head.method == "OPTIONS") return Options();
+    CheckMethod(head);
+    CheckHeaders(head);
     return std::nullopt;
   } catch (const RequestError& error) {
     return Refusal(head, error);
@@ -78,6 +88,8 @@ void CimService::Answer(Exchange& exchange) {
   const HttpRequest& http = exchange.request();
   try {
     const Request request = ParseRequest(http.body);
+    exchange.record().operation = request.method;
+    exchange.record().class_name = ClassOf(request);
     CheckAgreement(http, request);
     HttpResponse response{200,
                           {{"Content-Type", "application/xml; charset=\"utf-8\""},
@@ -86,7 +98,10 @@ void CimService::Answer(Exchange& exchange) {
                           {}};
     AcknowledgeExtension(http, response);
     exchange.Begin(std::move(response));
-    wbem::Answer(manager_, request, HostOf(http), exchange);
+    const Outcome outcome =
+        wbem::Answer(manager_, request, std::string(http.Header("Host")), exchange);
+    exchange.record().error = outcome.error;
+    exchange.record().elements = outcome.elements;
   } catch (const RequestError& error) {
     exchange.Begin(Refusal(http, error));
   }

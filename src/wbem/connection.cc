@@ -1,8 +1,12 @@
 #include "wbem/connection.h"
 
+#include <fmt/format.h>
+#include <netdb.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/generic/stream_protocol.hpp>
 #include <boost/asio/io_context.hpp>
@@ -106,6 +110,15 @@ class BodyBytes {
   std::size_t count_ = 0;
 };
 
+void Log(const ConnectionShare& share, Exchange& exchange, const std::string& client,
+         Clock::duration time) {
+  if (!share.log) return;
+  RequestRecord record = exchange.record();
+  record.client = client;
+  record.time = time;
+  share.log(LogLine(record));
+}
+
 class HttpConnection final : public Connection,
                              public std::enable_shared_from_this<HttpConnection> {
  public:
@@ -138,6 +151,8 @@ class HttpConnection final : public Connection,
   void Respond(HttpResponse response);
   void OnReadError(const error_code& error);
   void BeginResponse(bool is_whole);
+
+  std::string Client();
 
   void SetDeadline(Clock::time_point when);
   void OnDeadline();
@@ -288,16 +303,34 @@ void HttpConnection::HandToWorker() {
                                                self->WritePiece();
                                            });
                                          });
-  share_.workers.Run([exchange = exchange_, &handler = share_.handler,
+  share_.workers.Run([exchange = exchange_, &share = share_, client = Client(),
                       bytes = std::exchange(body_bytes_, nullptr),
                       guard = asio::make_work_guard(share_.context)] {
+    const auto start = Clock::now();
     try {
-      handler.Answer(*exchange);
+      share.handler.Answer(*exchange);
       exchange->Finish();
     } catch (const std::exception& error) {
       exchange->Fail(error.what());
     }
+    Log(share, *exchange, client, Clock::now() - start);
   });
+}
+
+// For the log: "127.0.0.1:40712". Empty where nobody logs.
+std::string HttpConnection::Client() {
+  sockaddr_storage address{};
+  socklen_t size = sizeof address;
+  std::array<char, NI_MAXHOST> host{};
+  std::array<char, NI_MAXSERV> port{};
+  auto* const peer = reinterpret_cast<sockaddr*>(&address);
+  if (!share_.log || getpeername(socket_.native_handle(), peer, &size) != 0 ||
+      getnameinfo(peer, size, host.data(), host.size(), port.data(), port.size(),
+                  NI_NUMERICHOST | NI_NUMERICSERV) != 0) {
+    return {};
+  }
+  if (peer->sa_family == AF_INET6) return fmt::format("[{}]:{}", host.data(), port.data());
+  return fmt::format("{}:{}", host.data(), port.data());
 }
 
 void HttpConnection::Respond(HttpResponse response) {
@@ -310,6 +343,12 @@ void HttpConnection::Respond(HttpResponse response) {
   body_bytes_.reset();
   exchange_->Begin(std::move(response));
   exchange_->Finish();
+  // Whoever reads the log may be slow: no work for this thread.
+  if (share_.log) {
+    share_.workers.Run([exchange = exchange_, &share = share_, client = Client()] {
+      Log(share, *exchange, client, {});
+    });
+  }
   WritePiece();
 }
 

@@ -13,6 +13,7 @@
 
 #include "wbem/limits.h"
 #include "wbem/request_handler.h"
+#include "wbem/request_log.h"
 #include "wbem/worker_pool.h"
 
 namespace boost::asio {
@@ -27,6 +28,7 @@ struct ConnectionShare {
   WorkerPool& workers;
   RequestHandler& handler;
   const Limits& limits;
+  const RequestLog& log;                    // empty for none
   std::atomic<std::size_t> body_bytes = 0;  // of all requests that are read or answered
 };
 

@@ -19,7 +19,9 @@ void Exchange::Write(std::string_view bytes) {
   held_ = bytes;
 }
 
-void Exchange::Finish() { HandOver({std::exchange(held_, {}), End::kComplete}); }
+void Exchange::Finish() {
+  if (HandOver({std::exchange(held_, {}), End::kComplete})) record_.status = response_.status;
+}
 
 void Exchange::Fail(std::string_view reason) {
   if (handed_over_) {
@@ -32,12 +34,14 @@ void Exchange::Fail(std::string_view reason) {
 
 // False where the client is gone.
 bool Exchange::HandOver(Piece piece) {
+  const std::size_t bytes = piece.bytes.size();
   {
     std::unique_lock lock(mutex_);
     room_.wait(lock, [this] { return !piece_ || broken_; });
     if (broken_) return false;
     piece_ = std::move(piece);
     handed_over_ = true;
+    record_.bytes += bytes;
   }
   notify_();
   return true;

@@ -17,6 +17,7 @@
 
 #include "wbem/answer_stream.h"
 #include "wbem/http_message.h"
+#include "wbem/request_log.h"
 
 namespace wbem {
 
@@ -48,6 +49,9 @@ class Exchange : public ByteSink {
   // Ends it where it cannot be completed: with a 500 in its place, where nothing of it was handed
   // over.
   void Fail(std::string_view reason);
+  // What the log is to say of the request: the handler adds operation, class, error and elements,
+  // the exchange itself status and bytes.
+  RequestRecord& record() { return record_; }
 
   // The writing thread's part. --------------------------------------------------------------------
 
@@ -71,6 +75,7 @@ class Exchange : public ByteSink {
   // The worker's. Held back until more follows, so that a short response is one piece.
   std::string held_;
   bool handed_over_ = false;
+  RequestRecord record_;
 
   std::mutex mutex_;
   std::condition_variable room_;

@@ -340,21 +340,22 @@ void Run(const Method* method, Call& call, const Request& request) {
 
 }  // namespace
 
-void Answer(broker::ObjectManager& manager, const Request& request, const std::string& host,
-            ByteSink& sink) {
+Outcome Answer(broker::ObjectManager& manager, const Request& request, const std::string& host,
+               ByteSink& sink) {
   const Method* method = FindMethod(request);
   AnswerStream answer(request, method != nullptr ? method->name : request.method, sink);
   Call call(manager, request, host, answer);
   try {
     Run(method, call, request);
+    answer.Finish();
   } catch (const StreamBroken&) {
     throw;
   } catch (const CimError& error) {
-    return answer.Fail(error);
+    answer.Fail(error);
   } catch (const std::exception& error) {
-    return answer.Fail(CimError(CimCode::kFailed, error.what()));
+    answer.Fail(CimError(CimCode::kFailed, error.what()));
   }
-  answer.Finish();
+  return answer.outcome();
 }
 
 }  // namespace wbem

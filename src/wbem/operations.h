@@ -22,10 +22,10 @@ namespace wbem {
 // The one namespace that is served.
 inline constexpr const char* kNameSpace = "root/cimv2";
 
-// Carries out the request and writes the response. `host` is the host that paths name. Throws
-// StreamBroken when the response cannot be completed.
-void Answer(broker::ObjectManager& manager, const Request& request, const std::string& host,
-            ByteSink& sink);
+// Carries out the request and writes the response, and says what it came to. `host` is the host
+// that paths name. Throws StreamBroken when the response cannot be completed.
+Outcome Answer(broker::ObjectManager& manager, const Request& request, const std::string& host,
+               ByteSink& sink);
 
 }  // namespace wbem
 

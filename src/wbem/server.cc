@@ -104,8 +104,8 @@ class Server::Impl {
   tcp::acceptor acceptor_{context_};
   asio::steady_timer rest_{context_};  // while there are no descriptors
   asio::steady_timer stop_{context_};  // while running requests finish
-  WorkerPool workers_;
-  ConnectionShare share_{context_, workers_, service_, options_.limits};
+  ConnectionShare share_{context_, workers_, service_, options_.limits, options_.log};
+  WorkerPool workers_;  // ends before what its tasks use
   std::map<const Connection*, std::shared_ptr<Connection>> connections_;
   bool is_full_ = false;
   bool is_stopping_ = false;

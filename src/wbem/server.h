@@ -7,8 +7,8 @@
 //
 // One thread accepts, reads and writes all connections; a fixed number of others answers the
 // requests that are whole. A connection that says nothing, or little, costs none of them. Nobody is
-// asked for a name or password: who may connect is on this host. A browser's page is not: what a
-// browser sends (it carries Origin) is refused.
+// asked for a name or password: who may connect is on this host. A page in a browser is not, and is
+// refused.
 //
 // Thread rule: Start and Stop from one thread.
 
@@ -22,6 +22,7 @@
 
 #include "broker/object_manager.h"
 #include "wbem/limits.h"
+#include "wbem/request_log.h"
 
 namespace wbem {
 
@@ -33,6 +34,7 @@ struct ServerOptions {
   // queue.
   std::size_t max_connections = 4096;
   Limits limits;
+  RequestLog log;
   std::chrono::milliseconds stop{5'000};  // how long Stop waits for running requests
 };
 

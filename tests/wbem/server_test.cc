@@ -8,9 +8,11 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <array>
 #include <chrono>
 #include <ctime>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -165,7 +167,45 @@ TEST_F(ServerTest, PathsNameTheHostAsTheClientDoes) {
       messages::Parameter("ObjectName",
                           messages::InstanceName(guest::kClass, {{"InstanceID", "x"}})));
   EXPECT_TRUE(Ask(Head("AssociatorNames", body.size()) + "\r\n" + body));
-  ExpectThree(Ask(Replaced(Enumeration(), "localhost", "<script>")));
+}
+
+TEST_F(ServerTest, ThisHostHasSomeNames) {
+  std::array<char, 256> own{};
+  ASSERT_EQ(gethostname(own.data(), own.size() - 1), 0);
+  const std::string port = ":" + std::to_string(port_);
+  for (const std::string& host :
+       {"localhost"s, "LocalHost" + port, "127.0.0.1"s, "127.1.2.3" + port, "[::1]"s,
+        "[::1]" + port, std::string(own.data()), own.data() + port}) {
+    ExpectThree(Ask(Replaced(Enumeration(), "localhost", host)));
+  }
+  // Only what is older than the header may come without it.
+  ExpectThree(
+      Ask(Replaced(Replaced(Enumeration(), "Host: localhost\r\n", ""), "HTTP/1.1", "HTTP/1.0")));
+}
+
+TEST_F(ServerTest, OtherHostsAreRefused) {
+  for (const char* host :
+       {"evil.example", "localhost.evil.example", "127.0.0.1.evil.example", "128.0.0.1", "0.0.0.0",
+        "[::2]", "[::]", "[::1", "::1", "localhost:", "localhost:x", "localhost:80:80", "<script>",
+        "", "[::1]evil", "127.1", "2130706433"}) {
+    EXPECT_EQ(Refusal(Replaced(Enumeration(), "localhost", host)), "403") << host;
+  }
+  EXPECT_EQ(Refusal(Replaced(Enumeration(), "Host: localhost\r\n", "")), "400");
+  EXPECT_EQ(Refusal(Post(kEnumerate, "", "Host: localhost\r\n")), "400");
+  EXPECT_EQ(Refusal("OPTIONS * HTTP/1.1\r\nHost: evil.example\r\n\r\n"), "403");
+}
+
+TEST_F(ServerTest, PagesOfBrowsersAreRefused) {
+  for (const char* origin : {"http://evil.example", "null", "http://localhost", ""}) {
+    EXPECT_EQ(Refusal(Post(kEnumerate, "", std::string("Origin: ") + origin + "\r\n")), "403")
+        << origin;
+  }
+  for (const char* site : {"cross-site", "same-site", "same-origin"}) {
+    EXPECT_EQ(Refusal(Post(kEnumerate, "", std::string("Sec-Fetch-Site: ") + site + "\r\n")), "403")
+        << site;
+  }
+  EXPECT_EQ(Refusal("OPTIONS * HTTP/1.1\r\nHost: localhost\r\nOrigin: null\r\n\r\n"), "403");
+  ExpectThree(Ask(Post(kEnumerate, Class(guest::kClass), "Sec-Fetch-Site: none\r\n")));
 }
 
 TEST_F(ServerTest, AMandatoryRequestIsAcknowledged) {
@@ -221,7 +261,6 @@ TEST_F(ServerTest, HeadersOfOtherKindsAreRefused) {
             "400 unsupported-operation");
   EXPECT_EQ(Refusal(Post(kEnumerate, "", "CIMProtocolVersion: 2.0\r\n")),
             "501 unsupported-protocol-version");
-  EXPECT_EQ(Refusal(Post(kEnumerate, "", "Origin: http://evil.example\r\n")), "403");
   EXPECT_EQ(Refusal(Post(kEnumerate, "", "Content-Encoding: gzip\r\n")), "415");
 }
 
@@ -559,6 +598,46 @@ TEST_F(ServerTest, AFailureBeforeIsAnError) {
   const auto response = Ask(Enumeration());
   ASSERT_TRUE(response);
   EXPECT_EQ(CimAnswer(response->body, kEnumerate).error(), 1);
+}
+
+// ---------------------------------------------------------------------------------------------
+// The log
+
+TEST_F(ServerTest, TheLogHasALineForEachRequest) {
+  std::mutex mutex;
+  std::vector<std::string> lines;
+  server_->Stop();
+  wbem::ServerOptions options;
+  options.log = [&](const std::string& line) {
+    const std::lock_guard lock(mutex);
+    lines.push_back(line);
+  };
+  Start(options);
+  const auto answer = Ask(Enumeration());
+  Ask(Post(kEnumerate, Class("No_Such")));
+  Ask(Replaced(Enumeration(), "CIMMethod: Enum", "CIMMethod: Xnum"));
+  Ask(Replaced(Enumeration(), "localhost", "evil.example"));
+  Ask("no HTTP\r\n\r\n");
+  guest::Behaviour behaviour;
+  behaviour.instances = 5000;
+  behaviour.status = CMPI_RC_ERR_FAILED;
+  guest::Behave(behaviour);
+  Ask(Enumeration());
+  server_->Stop();  // the lines may come after the answers
+  ASSERT_TRUE(answer);
+  const std::string client = "client=127\\.0\\.0\\.1:[0-9]+ ";
+  const std::string call = client + "operation=EnumerateInstances class=";
+  const std::string end = " bytes=[1-9][0-9]* ms=[0-9]+\\.[0-9]";
+  EXPECT_THAT(
+      lines,
+      testing::UnorderedElementsAre(
+          testing::MatchesRegex(call + "Ostrel_PCIPortGroup status=200 error=0 elements=3 bytes=" +
+                                std::to_string(answer->body.size()) + " ms=[0-9]+\\.[0-9]"),
+          testing::MatchesRegex(call + "No_Such status=200 error=5 elements=0" + end),
+          testing::MatchesRegex(call + "Ostrel_PCIPortGroup status=400 error=0 elements=0" + end),
+          testing::MatchesRegex(client + "operation=- class=- status=403 error=0 elements=0" + end),
+          testing::MatchesRegex(client + "operation=- class=- status=400 error=0 elements=0" + end),
+          testing::MatchesRegex(call + "Ostrel_PCIPortGroup status=0 error=0 elements=0" + end)));
 }
 
 // ---------------------------------------------------------------------------------------------
