@@ -29,7 +29,16 @@ constexpr const char* kListExamples = R"(Examples:
   ostrel-pci
   sudo ostrel-pci list
   ostrel-pci list -o address,driver,dev --noheadings
+  ostrel-pci list --class ethernet,nvme --driver none
+  ostrel-pci list -s 03:00
   ostrel-pci list -o json)";
+
+constexpr const char* kLinksExamples =
+    R"(The exit status is 3 where a link is degraded. Idle devices slow their links down on purpose.
+Examples:
+  ostrel-pci links
+  sudo ostrel-pci links --degraded --class gpu,nvme
+  ostrel-pci links --dump machine.lspci -o json)";
 
 constexpr const char* kClassesExamples = R"(Examples:
   ostrel-pci classes
@@ -40,7 +49,8 @@ constexpr const char* kEnumerateExamples =
 superclass, which stands for all classes below it.
 Examples:
   ostrel-pci enumerate Ostrel_PCIDevice
-  ostrel-pci ei bridge -p DeviceID -p SecondaryBusNumber
+  ostrel-pci enumerate bridge -p DeviceID,SecondaryBusNumber
+  ostrel-pci enumerate port -s 03:00
   ostrel-pci ein port
   ostrel-pci enumerate CIM_PCIDevice -o json)";
 
@@ -67,6 +77,7 @@ Examples:
 constexpr const char* kTreeExamples = R"(Examples:
   ostrel-pci tree
   ostrel-pci tree --ports --buses
+  ostrel-pci tree --class ethernet
   ostrel-pci tree -o json
   ostrel-pci tree -o dot | dot -Tsvg > host.svg)";
 
@@ -99,6 +110,7 @@ class Parser {
     SetHelp(app_);
     app_.footer(kExamples + std::string("\n"));
     AddList();
+    AddLinks();
     AddTree();
     AddEnumerate("enumerate", kCimCommands, false);
     AddGet("get", kCimCommands);
@@ -305,6 +317,26 @@ class Parser {
     AddSystemName(command);
   }
 
+  // Of a command that can be about some functions alone.
+  void AddSelection(CLI::App* command) {
+    SelectionOptions& selection = arguments_.selection;
+    const auto add = [&](const char* name, std::vector<std::string>& values, const char* type,
+                         const char* description) {
+      return command->add_option(name, values, description)
+          ->allow_extra_args(false)
+          ->type_name(type);
+    };
+    add("-s", selection.places, "PLACE",
+        "Functions there: [[[[domain]:]bus]:][device][.[function]], as with lspci");
+    add("-d", selection.ids, "IDS",
+        "Functions with these: [vendor]:[device][:class[:interface]], as with lspci");
+    add("--class", selection.classes, "CLASS", "Functions of this class: 0200, 02, ethernet, ...")
+        ->delimiter(',');
+    add("--slot", selection.slots, "NAME", "Functions in the slot of this name");
+    add("--driver", selection.drivers, "NAME", "Functions with this driver; none: without one")
+        ->delimiter(',');
+  }
+
   void AddSystemName(CLI::App* command) {
     command->add_option("--system-name", arguments_.source.system_name, "The name of the host")
         ->type_name("NAME");
@@ -397,6 +429,18 @@ class Parser {
         ->type_name("COLUMNS");
     command->add_flag("--noheadings", no_headings_, "No line of titles");
     command->parse_complete_callback([this] { arguments_.list.headings = !no_headings_; });
+    AddSelection(command);
+    AddSource(command);
+  }
+
+  void AddLinks() {
+    CLI::App* command = AddCommand(
+        "links", kInventoryCommands, Command::kLinks,
+        "List the PCI Express links: at what they run, what both ends can", kLinksExamples);
+    command->add_flag("--degraded", arguments_.links.degraded,
+                      "Only links that run slower or narrower than both ends can");
+    AddFormat(command, {"text", "json"});
+    AddSelection(command);
     AddSource(command);
   }
 
@@ -407,6 +451,7 @@ class Parser {
     command->add_flag("--buses", arguments_.buses, "With the port groups, one to a bus");
     command->add_flag("--ascii", arguments_.ascii, "Draw with plain characters");
     AddFormat(command, {"text", "json", "dot"});
+    AddSelection(command);
     AddProviders(command);
   }
 
@@ -414,6 +459,7 @@ class Parser {
     CLI::App* command = AddCommand(name, group, Command::kEnumerate,
                                    "Show the instances of a class", kEnumerateExamples);
     AddOperand(command, "CLASS", "The class");
+    AddSelection(command);
     AddElements(command, names);
   }
 

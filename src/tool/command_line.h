@@ -13,13 +13,16 @@
 
 #include "broker/object_manager.h"
 #include "tool/host_source.h"
+#include "tool/inventory/links.h"
 #include "tool/inventory/list.h"
+#include "tool/inventory/selection.h"
 #include "tool/managers/register_command.h"
 
 namespace tool {
 
 enum class Command {
   kList,
+  kLinks,
   kClasses,
   kEnumerate,
   kGet,
@@ -44,7 +47,9 @@ struct Arguments {
   bool verbose = false;
   std::string address = "127.0.0.1";  // of serve
   int port = 5988;                    // of serve
+  SelectionOptions selection;
   ListOptions list;
+  LinksOptions links;
   HostSource source;
   std::optional<std::string> library;
   RegisterOptions registration;  // what the options of register and unregister say

@@ -20,6 +20,8 @@
 #include "tool/command_line.h"
 #include "tool/element_writer.h"
 #include "tool/errors.h"
+#include "tool/inventory/selected_elements.h"
+#include "tool/inventory/selection.h"
 #include "tool/json_value.h"
 #include "tool/library_file.h"
 #include "tool/managers/register_command.h"
@@ -99,8 +101,17 @@ std::optional<std::string> ResolvedClass(const std::optional<std::string>& name)
 
 void Enumerate(const Arguments& arguments, Session& session, ElementWriter& writer) {
   const Class& cls = ReadClass(arguments.operand, session.system());
-  if (arguments.names) return session.EnumerateNames(cls, writer);
-  session.Enumerate(cls, Properties(arguments), writer);
+  const auto ask = [&](broker::ResultSink& sink) {
+    if (arguments.names) return session.EnumerateNames(cls, sink);
+    session.Enumerate(cls, Properties(arguments), sink);
+  };
+  const Selection selection(arguments.selection);
+  if (selection.is_all()) return ask(writer);
+  SelectedElements selected(SelectedAddresses(selection), writer);
+  ask(selected);
+  if (!selected.any()) {
+    throw CommandError(fmt::format("no instance of {} belongs to a selected function", cls.name));
+  }
 }
 
 void Associators(const Arguments& arguments, Session& session, ElementWriter& writer) {
@@ -163,7 +174,9 @@ void Tree(const Arguments& arguments, Session& session, std::ostream& out) {
   style.buses = arguments.buses;
   style.utf8 = !arguments.ascii && Utf8Locale();
   style.width = TerminalWidth(STDOUT_FILENO);
-  const Topology topology = WalkTopology(session, {arguments.ports, arguments.buses});
+  Topology topology = WalkTopology(session, {arguments.ports, arguments.buses});
+  const Selection selection(arguments.selection);
+  if (!selection.is_all()) KeepSelected(SelectedAddresses(selection), topology);
   switch (arguments.format) {
     case Format::kJson: return RenderJson(topology, style, out);
     case Format::kDot: return RenderDot(topology, style, out);
@@ -236,7 +249,12 @@ int Run(const Arguments& arguments, std::ostream& out) {
     return kExitOk;
   }
   SelectHost(arguments.source);
-  if (arguments.command == Command::kList) return RunList(arguments.list, out);
+  if (arguments.command == Command::kList) {
+    return RunList(arguments.list, arguments.selection, out);
+  }
+  if (arguments.command == Command::kLinks) {
+    return RunLinks(arguments.links, arguments.selection, arguments.format == Format::kJson, out);
+  }
   Session session({arguments.library, SystemName(), arguments.verbose});
   if (arguments.command == Command::kServe) {
     Serve(arguments, session, out);

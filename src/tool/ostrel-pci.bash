@@ -17,7 +17,7 @@ _ostrel_pci() {
         cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]}
     fi
 
-    local commands="list tree enumerate get associators references classes serve register unregister
+    local commands="list links tree enumerate get associators references classes serve register unregister
         help"
     local short_commands="ei ein gi ai ain ri rin"
     local elements="Ostrel_PCIDevice Ostrel_PCIBridge Ostrel_PCIeSwitch Ostrel_PCIPort
@@ -26,6 +26,7 @@ _ostrel_pci() {
         Ostrel_PCIHostedCollection Ostrel_PCIMemberOfCollection"
     local columns="address ids subsystem code class rev kind vendor device name parent path buses
         physfn slot empty driver dev numa iommu link maxlink below"
+    local selection="-s -d --class --slot --driver"
     local source="--sysfs --dump --system-name"
     local providers="$source --library -v --verbose"
     local elements_options="-o --output $providers"
@@ -56,6 +57,7 @@ _ostrel_pci() {
         -o | --output)
             case $command in
                 "" | list) _ostrel_pci_columns "json $columns" ;;
+                links) COMPREPLY=($(compgen -W "text json" -- "$cur")) ;;
                 tree) COMPREPLY=($(compgen -W "text json dot" -- "$cur")) ;;
                 classes) COMPREPLY=($(compgen -W "table json" -- "$cur")) ;;
                 *) COMPREPLY=($(compgen -W "table json mof" -- "$cur")) ;;
@@ -78,16 +80,35 @@ _ostrel_pci() {
                 Member" -- "$cur"))
             return
             ;;
-        -p | --property | --system-name)
+        --class)
+            COMPREPLY=($(compgen -W "audio bridge display ethernet gpu infiniband mass network nic nvme
+                processing raid sata serial usb vga" -- "$cur"))
+            return
+            ;;
+        --driver)
+            COMPREPLY=($(compgen -W "none $(ls /sys/bus/pci/drivers 2>/dev/null)" -- "$cur"))
+            return
+            ;;
+        --slot)
+            COMPREPLY=($(compgen -W "$(ls /sys/bus/pci/slots 2>/dev/null)" -- "$cur"))
+            return
+            ;;
+        -s)
+            COMPREPLY=($(compgen -W "$(ls /sys/bus/pci/devices 2>/dev/null)" -- "$cur"))
+            return
+            ;;
+        -d | -p | --property | --system-name)
             return
             ;;
     esac
 
     case $command in
-        "" | list) options+=" -o --output --noheadings $source" ;;
-        tree) options+=" --ports --buses --ascii -o --output $providers" ;;
-        enumerate | ei | get | gi) options+=" --names -p --property $elements_options" ;;
-        ein) options+=" $elements_options" ;;
+        "" | list) options+=" -o --output --noheadings $selection $source" ;;
+        links) options+=" --degraded -o --output $selection $source" ;;
+        tree) options+=" --ports --buses --ascii -o --output $selection $providers" ;;
+        enumerate | ei) options+=" $selection --names -p --property $elements_options" ;;
+        ein) options+=" $selection $elements_options" ;;
+        get | gi) options+=" --names -p --property $elements_options" ;;
         associators | ai)
             options+=" --assoc-class --result-class --role --result-role --names -p --property
                 $elements_options"

@@ -115,9 +115,20 @@ std::string PciClassName(std::uint8_t base_class, std::uint8_t subclass) {
       std::lower_bound(std::begin(kClasses), std::end(kClasses), code,
                        [](const ClassName& entry, unsigned wanted) { return entry.code < wanted; });
   if (found != std::end(kClasses) && found->code == code) return std::string(found->name);
+  const std::string base_name = PciBaseClassName(base_class);
+  return base_name.empty() ? fmt::format("Class {:04x}", code) : base_name;
+}
+
+std::string PciBaseClassName(std::uint8_t base_class) {
   if (base_class == 0xff) return "Unassigned class";
-  if (base_class < std::size(kBaseClasses)) return std::string(kBaseClasses[base_class]);
-  return fmt::format("Class {:04x}", code);
+  return base_class < std::size(kBaseClasses) ? std::string(kBaseClasses[base_class]) : "";
+}
+
+std::vector<std::string> PciClassNames() {
+  std::vector<std::string> names(std::begin(kBaseClasses), std::end(kBaseClasses));
+  names.emplace_back("Unassigned class");
+  for (const ClassName& entry : kClasses) names.emplace_back(entry.name);
+  return names;
 }
 
 }  // namespace tool

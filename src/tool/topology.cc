@@ -86,6 +86,30 @@ void Hang(Topology& topology, const Parents& parents) {
   }
 }
 
+class Pruning {
+ public:
+  Pruning(const std::set<std::string>& ids, Topology& topology) : ids_(ids), topology_(topology) {}
+
+  // Leaves out of the places those that do not stay; below a selected function all do.
+  void Prune(std::vector<std::size_t>& places, bool below_selected) {
+    std::erase_if(places, [&](std::size_t place) {
+      Function& function = topology_.functions[place];
+      const bool selected = below_selected || ids_.contains(function.id);
+      Prune(function.children, selected);
+      const bool stays = selected || !function.children.empty();
+      if (stays) kept_.insert(function.id);
+      return !stays;
+    });
+  }
+
+  const std::set<std::string>& kept() const { return kept_; }
+
+ private:
+  const std::set<std::string>& ids_;
+  Topology& topology_;
+  std::set<std::string> kept_;
+};
+
 }  // namespace
 
 std::string SlotText(const Function& function) {
@@ -108,6 +132,18 @@ Topology BuildTopology(std::string system_name, std::vector<Function> functions,
   topology.functions = std::move(functions);
   Hang(topology, parents);
   return topology;
+}
+
+void KeepSelected(const std::set<std::string>& ids, Topology& topology) {
+  Pruning pruning(ids, topology);
+  for (RootBus& root : topology.roots) pruning.Prune(root.functions, false);
+  std::erase_if(topology.roots, [](const RootBus& root) { return root.functions.empty(); });
+  for (TopologyBus& bus : topology.buses) {
+    std::erase_if(bus.ports, [&](const std::string& port) {
+      return !pruning.kept().contains(port.substr(0, port.rfind('-')));
+    });
+  }
+  std::erase_if(topology.buses, [](const TopologyBus& bus) { return bus.ports.empty(); });
 }
 
 }  // namespace tool

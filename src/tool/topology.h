@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -79,6 +80,10 @@ enum class BusNumbers {
 // counts.
 Topology BuildTopology(std::string system_name, std::vector<Function> functions,
                        BusNumbers bus_numbers);
+
+// Leaves functions out of the trees that are neither of these identifiers nor on the way to one
+// nor below one, and port groups without a port of those that stay.
+void KeepSelected(const std::set<std::string>& ids, Topology& topology);
 
 }  // namespace tool
 

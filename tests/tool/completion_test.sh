@@ -59,7 +59,11 @@ expect_among() { # what must be among the offers; words
 
 # Commands and options
 expect enumerate e
-expect list help li
+expect list help lis
+expect $'list\nlinks' li
+expect ethernet list --class eth
+expect none links --driver non
+expect $'text\njson' links -o ""
 expect tree tr
 expect tree --dump file tr
 expect "" nothing

@@ -32,11 +32,10 @@ bool IsIntegrated(const pci::Function& function) {
 
 bool IsTold(const pci::LinkRate& rate) { return rate.speed != 0 && rate.width != 0; }
 
-// What an end says that the other one does not, and else what the upper one says: both have what
-// they agreed on.
-pci::LinkRate Agreed(const pci::LinkRate& upper, const pci::LinkRate& lower) {
-  return {upper.speed != 0 ? upper.speed : lower.speed,
-          upper.width != 0 ? upper.width : lower.width};
+// What one end says where the other one does not. Both have what they agreed on; where they differ,
+// as ends that are emulated may, it is the lesser.
+std::uint8_t Agreed(std::uint8_t upper, std::uint8_t lower) {
+  return upper == 0 || lower == 0 ? std::max(upper, lower) : std::min(upper, lower);
 }
 
 HostLink Between(const std::vector<pci::Function>& functions, std::uint32_t upper,
@@ -44,7 +43,7 @@ HostLink Between(const std::vector<pci::Function>& functions, std::uint32_t uppe
   const pci::Link& above = functions[upper].link;
   const pci::Link& below = functions[lower].link;
   HostLink link{.upper = upper, .lower = lower};
-  link.now = Agreed(above.now, below.now);
+  link.now = {Agreed(above.now.speed, below.now.speed), Agreed(above.now.width, below.now.width)};
   link.possible = {std::min(above.possible.speed, below.possible.speed),
                    std::min(above.possible.width, below.possible.width)};
   if (!IsTold(link.now) || !IsTold(link.possible)) return link;
@@ -74,11 +73,11 @@ std::optional<HostLink> LinkAt(const std::vector<pci::Function>& functions, std:
   const pci::LinkRate& possible = function.link.possible;
   if (LeadsDown(function)) {
     if (lower_end != pci::kNone) return Between(functions, place, lower_end);
-    const bool has_bus = function.buses.secondary != 0;
-    return HostLink{.upper = place,
-                    .now = now,
-                    .possible = possible,
-                    .state = has_bus ? State::kDown : State::kOneEnd};
+    // Nothing has agreed on anything where nothing answers, whatever the register has.
+    if (function.buses.secondary != 0) {
+      return HostLink{.upper = place, .possible = possible, .state = State::kDown};
+    }
+    return HostLink{.upper = place, .now = now, .possible = possible, .state = State::kOneEnd};
   }
   const bool below_port = function.parent != pci::kNone && LeadsDown(functions[function.parent]);
   if (!LeadsUp(function) || below_port) return std::nullopt;

@@ -17,6 +17,7 @@
 namespace tool {
 namespace {
 
+using Places = std::vector<std::uint32_t>;  // in Host::functions()
 using ColumnList = std::vector<const FunctionColumn*>;
 
 bool IsJson(const std::string& word) { return cim::EqualIgnoringCase(word, "json"); }
@@ -27,18 +28,19 @@ ColumnList JsonColumns() {
   return columns;
 }
 
-void WriteJson(const DescribedHost& described, const ColumnList& columns, std::ostream& out) {
+void WriteJson(const DescribedHost& described, const Places& places, const ColumnList& columns,
+               std::ostream& out) {
   JsonText json(out);
   json.BeginObject();
   json.Name("system");
   json.Text(SystemName());
   json.Name("functions");
   json.BeginArray();
-  for (std::uint32_t i = 0; i < described.host.functions().size(); ++i) {
+  for (const std::uint32_t place : places) {
     json.BeginObject();
     for (const FunctionColumn* column : columns) {
       json.Name(Lower(column->name));
-      WriteCell(column->value(described, i), json);
+      WriteCell(column->value(described, place), json);
     }
     json.EndObject();
   }
@@ -55,31 +57,35 @@ Cell CellOf(const DescribedHost& described, const FunctionColumn& column, std::u
           PrintableUtf8(described.host.DeviceName(described.host.functions()[place]))};
 }
 
-Table TableOf(const DescribedHost& described, const ColumnList& columns) {
+Table TableOf(const DescribedHost& described, const Places& places, const ColumnList& columns) {
   Table table;
   for (const FunctionColumn* column : columns) {
     table.titles.emplace_back(column->name);
     table.cuttable.push_back(!column->identifies);
   }
-  for (std::uint32_t i = 0; i < described.host.functions().size(); ++i) {
+  for (const std::uint32_t place : places) {
     std::vector<Cell>& row = table.rows.emplace_back();
-    for (const FunctionColumn* column : columns) row.push_back(CellOf(described, *column, i));
+    for (const FunctionColumn* column : columns) row.push_back(CellOf(described, *column, place));
   }
   return table;
 }
 
 }  // namespace
 
-int RunList(const ListOptions& options, std::ostream& out) {
+int RunList(const ListOptions& options, const SelectionOptions& selected, std::ostream& out) {
   std::vector<std::string> names = options.output;
   const bool as_json = std::erase_if(names, IsJson) > 0;
   const ColumnList columns = as_json && names.empty() ? JsonColumns() : ChooseColumns(names);
-  const HostReading reading = ReadHost(WantedFor(columns));
+  const Selection selection(selected);
+  pci::Host::Wanted wanted = WantedFor(columns);
+  selection.AddWanted(wanted);
+  const HostReading reading = ReadHost(wanted);
   const DescribedHost described(reading.host);
+  const Places places = selection.Of(reading.host);
   if (as_json) {
-    WriteJson(described, columns, out);
+    WriteJson(described, places, columns, out);
   } else {
-    Table table = TableOf(described, columns);
+    Table table = TableOf(described, places, columns);
     if (names.empty()) DropEmptyColumns(table);
     table.headings = options.headings;
     PrintTable(table, TerminalWidth(STDOUT_FILENO), Ellipsis(), out);

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "tool/inventory/selection.h"
+
 namespace tool {
 
 struct ListOptions {
@@ -16,9 +18,9 @@ struct ListOptions {
   bool headings = true;
 };
 
-// Lists the functions of the host that SelectHost chose. Gives the exit status. Throws
+// Lists the selected functions of the host that SelectHost chose. Gives the exit status. Throws
 // CommandError.
-int RunList(const ListOptions& options, std::ostream& out);
+int RunList(const ListOptions& options, const SelectionOptions& selected, std::ostream& out);
 
 // The columns as help lists them, one to a line.
 std::string ColumnsHelp();
