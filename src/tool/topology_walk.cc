@@ -123,7 +123,7 @@ Function PlacedFunction(const pci::Host& host, const pci::Function& function,
   placed.device = function.address.device;
   placed.number = function.address.function;
   const auto [secondary, subordinate] = function.buses;
-  if (secondary != 0 || subordinate != 0) placed.buses = BusRange{secondary, subordinate};
+  if (secondary != 0) placed.buses = BusRange{secondary, subordinate};
   if (function.slot != pci::kNone) placed.slot = host.slots()[function.slot].name;
   if (function.slot_below != pci::kNone && !occupied[function.slot_below]) {
     placed.empty_slot = host.slots()[function.slot_below].name;

@@ -2,12 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
-#include <cstdio>
-#include <fstream>
 #include <functional>
 #include <iomanip>
 #include <map>
@@ -18,6 +14,9 @@
 #include <string>
 
 #include "e2e/run_tool.h"
+#include "support/compact_host.h"
+#include "support/lspci.h"
+#include "support/temp_folder.h"
 
 namespace e2e {
 namespace {
@@ -33,21 +32,10 @@ Words Joined(Words first, const Words& second) {
   return first;
 }
 
-// "0000:00:03.0/01:00.0/02:00.0 PCI bridge": every address but the first lacks the domain.
 Parents LspciParents(const std::string& source) {
   Parents parents;
-  for (const std::string& line : Lines(OutputOf("lspci -D -PP " + source))) {
-    const std::string path = line.substr(0, line.find(' '));
-    const std::string domain = path.substr(0, path.find(':') + 1);
-    std::string parent;
-    for (std::size_t start = 0; start < path.size();) {
-      const std::size_t end = std::min(path.find('/', start), path.size());
-      const std::string part = path.substr(start, end - start);
-      const std::string address = start == 0 ? part : domain + part;
-      if (end == path.size()) parents[address] = parent;
-      parent = address;
-      start = end + 1;
-    }
+  for (const lspci::Function& function : lspci::Functions(source)) {
+    parents[function.address] = function.parent;
   }
   return parents;
 }
@@ -87,14 +75,14 @@ Parents TextParents(const Outcome& run) {
 }
 
 TEST(Tree, NestsTheRecordedDumpAsLspciDoes) {
-  const Parents expected = LspciParents("-F " RECORDED_DUMP);
+  const Parents expected = LspciParents(lspci::OfDump(RECORDED_DUMP));
   EXPECT_GT(expected.size(), 30U);
   EXPECT_EQ(JsonParents(RunTool(Joined({"tree", "-o", "json"}, kDump))), expected);
   EXPECT_EQ(TextParents(RunTool(Joined({"tree", "--ascii"}, kDump))), expected);
 }
 
 TEST(Tree, NestsTheRecordedSysfsTreeAsLspciDoes) {
-  const Parents expected = LspciParents("-A linux-sysfs -O sysfs.path=" RECORDED_SYSFS);
+  const Parents expected = LspciParents(lspci::OfSysfs(RECORDED_SYSFS));
   EXPECT_GT(expected.size(), 30U);
   EXPECT_EQ(JsonParents(RunTool(Joined({"tree", "-o", "json"}, kSysfs))), expected);
   EXPECT_EQ(TextParents(RunTool(Joined({"tree", "--ascii"}, kSysfs))), expected);
@@ -130,29 +118,21 @@ std::string DumpOf(const std::vector<Header>& headers) {
 
 class DumpFile {
  public:
-  explicit DumpFile(const std::string& text)
-      : path_(testing::TempDir() + "tree_test." + std::to_string(getpid()) + ".lspci") {
-    std::ofstream(path_) << text;
-  }
-  DumpFile(const DumpFile&) = delete;
-  DumpFile& operator=(const DumpFile&) = delete;
-  ~DumpFile() { (void)std::remove(path_.c_str()); }
+  explicit DumpFile(const std::string& text) : path_(folder_.Write("host.lspci", text)) {}
 
   const std::string& path() const { return path_; }
 
  private:
-  std::string path_;
+  const TempFolder folder_;
+  const std::string path_;
 };
-
-// "01.0-[02-04]" for every range that is drawn; the same functions of several buses, in no order.
-using Ranges = std::multiset<std::string>;
+// "02-04" of every function that one is drawn of.
+using Ranges = std::map<std::string, std::string>;
 
 Ranges LspciRanges(const std::string& source) {
-  const std::string drawn = OutputOf("lspci -t " + source);
-  static const std::regex kRange("[0-9a-f]{2}\\.[0-7]-\\[[0-9a-f]{2}(-[0-9a-f]{2})?\\]");
   Ranges ranges;
-  for (std::sregex_iterator found(drawn.begin(), drawn.end(), kRange), end; found != end; ++found) {
-    ranges.insert(found->str());
+  for (const auto& [id, drawn] : lspci::Draw(source, lspci::Functions(source)).functions) {
+    if (!drawn.buses.empty()) ranges[id] = drawn.buses;
   }
   return ranges;
 }
@@ -166,11 +146,8 @@ std::string Hex(unsigned number) {
 void CollectRanges(const Json& functions, Ranges& ranges) {
   for (const Json& function : functions) {
     if (function.contains("secondaryBus")) {
-      const std::string id = function["id"];
-      const std::string first = Hex(function["secondaryBus"]);
-      const std::string last = Hex(function["subordinateBus"]);
-      ranges.insert(id.substr(id.rfind(':') + 1) + "-[" + first +
-                    (first == last ? "" : "-" + last) + "]");
+      ranges[function["id"]] =
+          Hex(function["secondaryBus"]) + '-' + Hex(function["subordinateBus"]);
     }
     CollectRanges(function["children"], ranges);
   }
@@ -186,11 +163,11 @@ Ranges JsonRanges(const Outcome& run) {
 
 void ExpectDrawnAsByLspci(const std::vector<Header>& headers) {
   const DumpFile dump(DumpOf(headers));
-  const Parents expected = LspciParents("-F " + dump.path());
+  const Parents expected = LspciParents(lspci::OfDump(dump.path()));
   EXPECT_EQ(expected.size(), headers.size());
   const Outcome json = RunTool({"--dump", dump.path(), "tree", "-o", "json"});
   EXPECT_EQ(JsonParents(json), expected);
-  EXPECT_EQ(JsonRanges(json), LspciRanges("-F " + dump.path()));
+  EXPECT_EQ(JsonRanges(json), LspciRanges(lspci::OfDump(dump.path())));
   EXPECT_EQ(TextParents(RunTool({"--dump", dump.path(), "tree", "--ascii"})), expected);
   const std::string graph = RunTool({"--dump", dump.path(), "tree", "-o", "dot"}).out;
   for (const auto& [id, parent] : expected) {
@@ -238,11 +215,11 @@ TEST(Tree, SortsDomainsByTheirWholeNumber) {
 }
 
 TEST(Tree, ShowsBusRangesOfTheRecordedHostAsLspciDoes) {
-  const Ranges of_dump = LspciRanges("-F " RECORDED_DUMP);
+  const Ranges of_dump = LspciRanges(lspci::OfDump(RECORDED_DUMP));
   EXPECT_GT(of_dump.size(), 10U);
   EXPECT_EQ(JsonRanges(RunTool(Joined({"tree", "-o", "json"}, kDump))), of_dump);
   EXPECT_EQ(JsonRanges(RunTool(Joined({"tree", "-o", "json"}, kSysfs))),
-            LspciRanges("-A linux-sysfs -O sysfs.path=" RECORDED_SYSFS));
+            LspciRanges(lspci::OfSysfs(RECORDED_SYSFS)));
 }
 
 // Who is not root sees 64 bytes of each function: no switch is known for one, but all buses are.
@@ -255,11 +232,74 @@ TEST(Tree, ShowsTheSameBusRangesWithoutCapabilities) {
   }
   const DumpFile dump(headers);
   EXPECT_EQ(JsonRanges(RunTool({"--dump", dump.path(), "tree", "-o", "json"})),
-            LspciRanges("-F " RECORDED_DUMP));
+            LspciRanges(lspci::OfDump(RECORDED_DUMP)));
 }
 
 TEST(Tree, NestsThisHostAsLspciDoes) {
-  EXPECT_EQ(JsonParents(RunTool({"tree", "-o", "json"})), LspciParents(""));
+  EXPECT_EQ(JsonParents(RunTool({"tree", "-o", "json"})), LspciParents(lspci::kThisHost));
+}
+
+// "(slot 7)" or "(empty slot 7)" of the functions that have one, as text drawn in this width.
+std::map<std::string, std::string> DrawnSlots(const Words& source, unsigned width = 0) {
+  const Outcome run = RunTool(Joined({"tree", "--ascii"}, source), {.terminal = width});
+  EXPECT_EQ(run.status, 0) << run.err;
+  static const std::regex kSlot("([0-9a-f:]+\\.[0-7]).* (\\((empty )?slot [^)]*\\))");
+  std::map<std::string, std::string> slots;
+  for (const std::string& line : Lines(run.out)) {
+    std::smatch found;
+    if (std::regex_search(line, found, kSlot)) slots[found[1]] = found[2];
+  }
+  return slots;
+}
+
+// The number of five of them is 0. Names stand where a narrow terminal does not cut them off.
+TEST(Tree, NamesSlotsAsTheKernelDoes) {
+  const std::map<std::string, std::string> expected = {
+      {"0000:03:00.0", "(slot 0)"},   {"0000:04:00.0", "(slot 0-2)"},
+      {"0000:07:00.0", "(slot 0-3)"}, {"0000:06:01.0", "(empty slot 0-4)"},
+      {"0000:0a:02.0", "(slot 2)"},   {"0000:0b:01.0", "(slot 1-2)"},
+      {"0000:0b:02.0", "(slot 2-2)"}, {"0000:0c:00.0", "(slot 0-7)"},
+      {"0000:0d:00.0", "(slot 0-8)"}, {"0000:0f:07.0", "(slot 7-4)"},
+      {"0000:81:00.0", "(slot 8-1)"}};
+  EXPECT_EQ(DrawnSlots(kSysfs), expected);
+  EXPECT_EQ(DrawnSlots(kSysfs, 60), expected);
+}
+
+// A dump has the numbers that ports give their slots.
+TEST(Tree, NumbersSlotsAsPortsDoWhereNobodyNamesThem) {
+  const std::map<std::string, std::string> expected = {
+      {"0000:01:00.0", "(slot 1)"},  {"0000:03:00.0", "(slot 11)"},
+      {"0000:04:00.0", "(slot 12)"}, {"0000:05:00.0", "(slot 13)"},
+      {"0000:07:00.0", "(slot 31)"}, {"0000:06:01.0", "(empty slot 32)"},
+      {"0000:09:00.0", "(slot 2)"},  {"0000:0c:00.0", "(slot 3)"},
+      {"0000:0d:00.0", "(slot 4)"},  {"0000:81:00.0", "(slot 8)"}};
+  EXPECT_EQ(DrawnSlots(kDump), expected);
+}
+
+// PhysicalSlot has 8 bits of them.
+TEST(Tree, ShowsNumbersOfSlotsAsAWhole) {
+  const TempFolder folder;
+  const auto host = compact_host::Host::ReadFile(GOLDEN_FOLDER "/slots.host");
+  host.WriteSysfs(folder.path());
+  const Words sysfs = {"--sysfs", folder.Path("bus/pci")};
+  const Words dump = {"--dump", folder.Write("dump", host.Dump())};
+  std::map<std::string, std::string> expected = {
+      {"0000:01:00.0", "(slot 255)"},       {"0000:01:00.1", "(slot 255)"},
+      {"0000:02:00.0", "(slot 256)"},       {"0000:03:00.0", "(slot 8191)"},
+      {"0000:00:04.0", "(empty slot 300)"}, {"0000:00:05.0", "(empty slot 0)"},
+      {"0000:09:00.0", "(slot 0)"},         {"0000:0a:00.0", "(slot 266)"},
+      {"0000:0b:00.0", "(slot 12)"}};
+  EXPECT_EQ(DrawnSlots(dump), expected);
+  expected["0000:09:00.0"] = "(slot 0-2)";
+  expected["0000:0a:00.0"] = "(slot 0000010a)";
+  expected["0000:0b:00.0"] = "(slot PCIe-Slot-12)";
+  expected["0000:0c:01.0"] = "(slot 3)";
+  EXPECT_EQ(DrawnSlots(sysfs), expected);
+  const std::string table =
+      RunTool(Joined({"ei", "device", "-p", "DeviceID", "-p", "PhysicalSlot"}, sysfs)).out;
+  EXPECT_NE(table.find("\n0000:02:00.0  0\n0000:03:00.0  255\n0000:09:00.0  0\n0000:0a:00.0\n"),
+            table.npos)
+      << table;
 }
 
 // Names come from the machine's pci.ids, which is not the test's to fix.
@@ -332,7 +372,7 @@ TEST(Tree, WritesAGraphWithAnEdgeToEveryFunction) {
   const std::string graph = RunOnRecord({"tree", "-o", "dot"}).out;
   EXPECT_TRUE(graph.starts_with("digraph pci {\n"));
   EXPECT_TRUE(graph.ends_with("}\n"));
-  for (const auto& [id, parent] : LspciParents("-F " RECORDED_DUMP)) {
+  for (const auto& [id, parent] : LspciParents(lspci::OfDump(RECORDED_DUMP))) {
     const std::string from = parent.empty() ? "root bus " + id.substr(0, id.rfind(':')) : parent;
     EXPECT_NE(graph.find("\"" + from + "\" -> \"" + id + "\";"), graph.npos) << id;
   }
