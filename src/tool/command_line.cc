@@ -40,6 +40,11 @@ Examples:
   sudo ostrel-pci links --degraded --class gpu,nvme
   ostrel-pci links --dump machine.lspci -o json)";
 
+constexpr const char* kPathExamples = R"(Examples:
+  ostrel-pci path 07:00.0
+  ostrel-pci path 0000:07:00.0 0000:81:00.0
+  ostrel-pci path --matrix --class display,ethernet)";
+
 constexpr const char* kClassesExamples = R"(Examples:
   ostrel-pci classes
   ostrel-pci classes -o json)";
@@ -111,6 +116,7 @@ class Parser {
     app_.footer(kExamples + std::string("\n"));
     AddList();
     AddLinks();
+    AddPath();
     AddTree();
     AddEnumerate("enumerate", kCimCommands, false);
     AddGet("get", kCimCommands);
@@ -439,6 +445,20 @@ class Parser {
         "List the PCI Express links: at what they run, what both ends can", kLinksExamples);
     command->add_flag("--degraded", arguments_.links.degraded,
                       "Only links that run slower or narrower than both ends can");
+    AddFormat(command, {"text", "json"});
+    AddSelection(command);
+    AddSource(command);
+  }
+
+  void AddPath() {
+    CLI::App* command =
+        AddCommand("path", kInventoryCommands, Command::kPath,
+                   "Show the way from a function to the root, or to another one", kPathExamples);
+    command->add_option("ADDRESS", arguments_.path.ends, "A function, or two")
+        ->expected(1, 2)
+        ->type_name("");
+    command->add_flag("--matrix", arguments_.path.matrix,
+                      "The kind of way between all pairs of the selected functions");
     AddFormat(command, {"text", "json"});
     AddSelection(command);
     AddSource(command);

@@ -15,6 +15,7 @@
 #include "tool/host_source.h"
 #include "tool/inventory/links.h"
 #include "tool/inventory/list.h"
+#include "tool/inventory/path.h"
 #include "tool/inventory/selection.h"
 #include "tool/managers/register_command.h"
 
@@ -23,6 +24,7 @@ namespace tool {
 enum class Command {
   kList,
   kLinks,
+  kPath,
   kClasses,
   kEnumerate,
   kGet,
@@ -50,6 +52,7 @@ struct Arguments {
   SelectionOptions selection;
   ListOptions list;
   LinksOptions links;
+  PathOptions path;
   HostSource source;
   std::optional<std::string> library;
   RegisterOptions registration;  // what the options of register and unregister say

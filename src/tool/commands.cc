@@ -252,6 +252,9 @@ int Run(const Arguments& arguments, std::ostream& out) {
   if (arguments.command == Command::kList) {
     return RunList(arguments.list, arguments.selection, out);
   }
+  if (arguments.command == Command::kPath) {
+    return RunPath(arguments.path, arguments.selection, arguments.format == Format::kJson, out);
+  }
   if (arguments.command == Command::kLinks) {
     return RunLinks(arguments.links, arguments.selection, arguments.format == Format::kJson, out);
   }

@@ -17,7 +17,7 @@ _ostrel_pci() {
         cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]}
     fi
 
-    local commands="list links tree enumerate get associators references classes serve register unregister
+    local commands="list links path tree enumerate get associators references classes serve register unregister
         help"
     local short_commands="ei ein gi ai ain ri rin"
     local elements="Ostrel_PCIDevice Ostrel_PCIBridge Ostrel_PCIeSwitch Ostrel_PCIPort
@@ -57,7 +57,7 @@ _ostrel_pci() {
         -o | --output)
             case $command in
                 "" | list) _ostrel_pci_columns "json $columns" ;;
-                links) COMPREPLY=($(compgen -W "text json" -- "$cur")) ;;
+                links | path) COMPREPLY=($(compgen -W "text json" -- "$cur")) ;;
                 tree) COMPREPLY=($(compgen -W "text json dot" -- "$cur")) ;;
                 classes) COMPREPLY=($(compgen -W "table json" -- "$cur")) ;;
                 *) COMPREPLY=($(compgen -W "table json mof" -- "$cur")) ;;
@@ -104,6 +104,7 @@ _ostrel_pci() {
 
     case $command in
         "" | list) options+=" -o --output --noheadings $selection $source" ;;
+        path) options+=" --matrix -o --output $selection $source" ;;
         links) options+=" --degraded -o --output $selection $source" ;;
         tree) options+=" --ports --buses --ascii -o --output $selection $providers" ;;
         enumerate | ei) options+=" $selection --names -p --property $elements_options" ;;
@@ -132,6 +133,7 @@ _ostrel_pci() {
     fi
     case $command in
         "" | help) COMPREPLY=($(compgen -W "$commands" -- "$cur")) ;;
+        path) COMPREPLY=($(compgen -W "$(ls /sys/bus/pci/devices 2>/dev/null)" -- "$cur")) ;;
         enumerate | ei | ein) COMPREPLY=($(compgen -W "$elements $associations" -- "$cur")) ;;
         get | gi) COMPREPLY=($(compgen -W "$elements $associations" -- "$cur")) ;;
         associators | ai | ain | references | ri | rin)

@@ -44,6 +44,7 @@ bool IsCode(std::string_view text) {
 // The single words of class names, for what may have been meant.
 std::vector<std::string> KnownWords(const std::vector<std::string>& names) {
   std::vector<std::string> words;
+  words.reserve(names.size());
   for (const std::string& name : names) {
     words.push_back(Lower(name.substr(0, name.find(' '))));
   }
