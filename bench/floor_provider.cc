@@ -66,7 +66,7 @@ struct Known {
 };
 
 const CMPIBroker* broker = nullptr;
-Known known;  // NOLINT(cert-err58-cpp)
+Known known;
 
 const char* const kNameSpace = "root/cimv2";
 const char* const kSystem = "OMC_UnitaryComputerSystem";

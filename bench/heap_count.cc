@@ -7,7 +7,7 @@
 #include <cstdlib>
 
 // What the C library's own malloc and its kin are also called.
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+// NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
 void* __libc_malloc(std::size_t bytes);
 void* __libc_calloc(std::size_t count, std::size_t bytes);
@@ -15,7 +15,7 @@ void* __libc_realloc(void* block, std::size_t bytes);
 void* __libc_memalign(std::size_t alignment, std::size_t bytes);
 void __libc_free(void* block);
 }
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace {
 

@@ -180,9 +180,9 @@ Host& HostFactory::GetHost() {
 }  // namespace HostCtl
 
 // Nothing is formatted and nothing is sent.
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the C library's names
+// NOLINTBEGIN(bugprone-reserved-identifier): the C library's names
 extern "C" {
 BENCH_HOST_API void syslog(int /*priority*/, const char* /*format*/, ...) {}
 BENCH_HOST_API void __syslog_chk(int /*priority*/, int /*flag*/, const char* /*format*/, ...) {}
 }
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+// NOLINTEND(bugprone-reserved-identifier)

@@ -84,7 +84,7 @@ bool CAllocationFails() {
 std::size_t LiveAllocations() { return live.load(std::memory_order_relaxed); }
 
 // All forms: a sanitizer's runtime has each of them by itself, and would serve those left out.
-// NOLINTBEGIN(misc-new-delete-overloads,cert-dcl54-cpp,cert-dcl58-cpp)
+// NOLINTBEGIN(cert-dcl54-cpp,cert-dcl58-cpp)
 void* operator new(std::size_t size) { return TakeOrThrow(size); }
 void* operator new[](std::size_t size) { return TakeOrThrow(size); }
 void* operator new(std::size_t size, std::align_val_t alignment) {
@@ -118,4 +118,4 @@ void operator delete(void* memory, std::align_val_t, const std::nothrow_t&) noex
 void operator delete[](void* memory, std::align_val_t, const std::nothrow_t&) noexcept {
   GiveBack(memory);
 }
-// NOLINTEND(misc-new-delete-overloads,cert-dcl54-cpp,cert-dcl58-cpp)
+// NOLINTEND(cert-dcl54-cpp,cert-dcl58-cpp)

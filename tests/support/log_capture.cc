@@ -108,7 +108,7 @@ FAKE_HOST_API void syslog(int priority, const char* format, ...) {
   va_end(arguments);
 }
 
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the C library's names
+// NOLINTBEGIN(bugprone-reserved-identifier): the C library's names
 __attribute__((format(printf, 3, 0))) FAKE_HOST_API void __vsyslog_chk(int priority, int /*flag*/,
                                                                        const char* format,
                                                                        std::va_list arguments) {
@@ -122,6 +122,6 @@ __attribute__((format(printf, 3, 4))) FAKE_HOST_API void __syslog_chk(int priori
   Record(priority, format, arguments);
   va_end(arguments);
 }
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+// NOLINTEND(bugprone-reserved-identifier)
 
 }  // extern "C"

@@ -11,7 +11,7 @@
 
 #include "support/fake_host.h"
 
-// NOLINTNEXTLINE(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the C library's name
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the C library's name
 extern "C" void __syslog_chk(int priority, int flag, const char* format, ...);
 
 namespace {

@@ -17,7 +17,7 @@
 #include "tool/errors.h"
 
 // The environment and a shell, on one thread.
-// NOLINTBEGIN(concurrency-mt-unsafe,cert-env33-c)
+// NOLINTBEGIN(cert-env33-c)
 namespace {
 
 using testing::_;
@@ -628,4 +628,4 @@ TEST_F(RegisterTest, RefusesAHostNameThatIsNone) {
 }
 
 }  // namespace
-// NOLINTEND(concurrency-mt-unsafe,cert-env33-c)
+// NOLINTEND(cert-env33-c)
