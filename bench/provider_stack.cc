@@ -18,7 +18,7 @@ namespace {
 broker::Options MakeOptions() {
   broker::Options options;
   options.system_name = "bench.example";
-  options.check_guest = false;
+  options.check_providers = false;
   // Factories write a trace line each.
   options.around_factory = [](auto, auto, const auto& call) {
     const int standard_error = dup(STDERR_FILENO);

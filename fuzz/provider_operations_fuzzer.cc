@@ -1,4 +1,4 @@
-// Requests to the ten provider classes, on the object manager that checks its guest. What they are
+// Requests to the ten provider classes, on the object manager that checks them. What they are
 // answered is held against the model of the providers, call of the host by call; what they leave
 // behind is looked for by a request whose answer must never change.
 //

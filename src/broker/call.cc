@@ -1,28 +1,14 @@
 #include "broker/call.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <limits>
-#include <utility>
 
-#include "broker/guest.h"
-#include "broker/manager.h"
+#include "broker/object_manager.h"
+#include "broker/provider_objects.h"
 
 namespace broker {
 
-struct alignas(std::max_align_t) Call::Block {
-  Block* next;
-  Block* previous;
-
-  // The memory of a block with room for `bytes`; 0 where that is more than a size can say.
-  static std::size_t SizeFor(std::size_t bytes) {
-    return bytes <= std::numeric_limits<std::size_t>::max() - sizeof(Block) ? sizeof(Block) + bytes
-                                                                            : 0;
-  }
-};
-
-Call::Call(Manager& manager, const char* operation, std::string_view class_name, Expected expected,
-           ResultSink* sink)
+Call::Call(ObjectManager& manager, const char* operation, std::string_view class_name,
+           Expected expected, ResultSink* sink)
     : manager_(manager),
       operation_(operation),
       class_name_(class_name),
@@ -36,7 +22,6 @@ Call::Call(Manager& manager, const char* operation, std::string_view class_name,
 
 Call::~Call() {
   while (top_ != nullptr) CloseTop();
-  while (blocks_ != nullptr) FreeBlock(blocks_ + 1);
   manager_.NotePeak(peak_bytes_);
   current_ = outer_;
 }
@@ -68,12 +53,8 @@ bool Call::Release(const Region* mark) {
 // Results
 
 bool Call::MayReturn(Expected kind, const char* function) {
-  if (state_ == ResultState::kDone) {
+  if (done_) {
     ReportMisuse(function, "a result after returnDone");
-    return false;
-  }
-  if (state_ == ResultState::kFailed) {
-    ReportMisuse(function, "a result after returnError");
     return false;
   }
   if (kind != expected_) {
@@ -107,13 +88,8 @@ CMPIrc Call::ReturnPath(const PathObject& path, const char* function) {
 }
 
 CMPIrc Call::ReturnDone() {
-  state_ = std::max(state_, ResultState::kDone);
+  done_ = true;
   return Hand([](ResultSink& sink) { sink.OnDone(); });
-}
-
-CMPIrc Call::ReturnError(cim::Status error) {
-  state_ = ResultState::kFailed;
-  return Hand([&](ResultSink& sink) { sink.OnError(std::move(error)); });
 }
 
 cim::Status Call::Finish(const CMPIStatus& answer) {
@@ -125,44 +101,6 @@ cim::Status Call::Finish(const CMPIStatus& answer) {
     }
   }
   return status;
-}
-
-// ---------------------------------------------------------------------------------------------
-// Blocks
-
-void* Call::AllocateBlock(std::size_t bytes) {
-  const std::size_t size = Block::SizeFor(bytes);
-  if (size == 0) return nullptr;
-  auto* block = static_cast<Block*>(std::malloc(size));
-  if (block == nullptr) return nullptr;
-  *block = {blocks_, nullptr};
-  if (blocks_ != nullptr) blocks_->previous = block;
-  blocks_ = block;
-  return block + 1;
-}
-
-bool Call::OwnsBlock(const void* block) const {
-  const Block* found = blocks_;
-  while (found != nullptr && found + 1 != block) found = found->next;
-  return found != nullptr;
-}
-
-void* Call::ResizeBlock(void* memory, std::size_t bytes) {
-  const std::size_t size = Block::SizeFor(bytes);
-  if (size == 0) return nullptr;
-  Block* block = static_cast<Block*>(memory) - 1;
-  auto* resized = static_cast<Block*>(std::realloc(block, size));
-  if (resized == nullptr) return nullptr;
-  (resized->previous != nullptr ? resized->previous->next : blocks_) = resized;
-  if (resized->next != nullptr) resized->next->previous = resized;
-  return resized + 1;
-}
-
-void Call::FreeBlock(void* memory) {
-  Block* block = static_cast<Block*>(memory) - 1;
-  (block->previous != nullptr ? block->previous->next : blocks_) = block->next;
-  if (block->next != nullptr) block->next->previous = block->previous;
-  std::free(block);
 }
 
 }  // namespace broker

@@ -1,8 +1,7 @@
 // One call into a provider: what it runs for, what memory its objects lie in, where its results go.
 // The functions of the broker find the call they are made from through the thread.
 //
-// Thread rule: a call belongs to its thread. A thread that a provider attached has a call of its
-// own, which may use the objects of the call it was attached for.
+// Thread rule: a call belongs to its thread.
 
 #ifndef BROKER_CALL_H_
 #define BROKER_CALL_H_
@@ -25,8 +24,8 @@ enum class Expected { kNothing, kInstances, kPaths };
 class Call {
  public:
   // `class_name` must outlive the call; `sink` is null where nothing is returned.
-  Call(Manager& manager, const char* operation, std::string_view class_name, Expected expected,
-       ResultSink* sink);
+  Call(ObjectManager& manager, const char* operation, std::string_view class_name,
+       Expected expected, ResultSink* sink);
   // Frees everything that was made in the call.
   ~Call();
 
@@ -36,7 +35,7 @@ class Call {
   // The innermost call of this thread; nullptr outside of any.
   static Call* Current() { return current_; }
 
-  Manager& manager() const { return manager_; }
+  ObjectManager& manager() const { return manager_; }
   const char* operation() const { return operation_; }
   std::string_view class_name() const { return class_name_; }
   // Where objects are made now.
@@ -49,17 +48,10 @@ class Call {
   // Ends `mark` and all regions above it; false where it is no open mark of this call.
   bool Release(const Region* mark);
 
-  // Whether the guest may use an object that was made in `owner` (null: a clone).
-  bool MayUse(const Call* owner) const {
-    return owner == this || owner == nullptr || owner == attached_to_;
-  }
-  void AttachTo(const Call* origin) { attached_to_ = origin; }
-
   // Results, in the order of the provider's calls. The code is the answer to the provider.
   CMPIrc ReturnInstance(const InstanceObject& instance, const char* function);
   CMPIrc ReturnPath(const PathObject& path, const char* function);
   CMPIrc ReturnDone();
-  CMPIrc ReturnError(cim::Status error);
 
   // How many instances were returned so far.
   std::size_t instances() const { return instances_; }
@@ -67,16 +59,7 @@ class Call {
   // What the provider answered, as a value. Throws again what the sink threw.
   cim::Status Finish(const CMPIStatus& answer);
 
-  // Blocks of cmpiMalloc.
-  void* AllocateBlock(std::size_t bytes);
-  bool OwnsBlock(const void* block) const;
-  void* ResizeBlock(void* memory, std::size_t bytes);
-  void FreeBlock(void* memory);
-
  private:
-  struct Block;
-  enum class ResultState { kOpen, kDone, kFailed };
-
   bool MayReturn(Expected kind, const char* function);
   template <class Deliver>
   CMPIrc Hand(Deliver deliver);
@@ -84,19 +67,17 @@ class Call {
 
   static inline thread_local Call* current_ = nullptr;
 
-  Manager& manager_;
+  ObjectManager& manager_;
   const char* operation_;
   std::string_view class_name_;
   Expected expected_;
   ResultSink* sink_;
   Call* outer_;
-  const Call* attached_to_ = nullptr;
   Region* base_;
   Region* top_;
   std::size_t used_below_top_ = 0;
   std::size_t peak_bytes_ = 0;
-  Block* blocks_ = nullptr;
-  ResultState state_ = ResultState::kOpen;
+  bool done_ = false;
   std::size_t instances_ = 0;
   std::exception_ptr sink_failure_;
 };

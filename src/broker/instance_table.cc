@@ -1,7 +1,8 @@
 // CMPIInstance.
 
 #include "broker/entry.h"
-#include "broker/guest.h"
+#include "broker/object_manager.h"
+#include "broker/provider_objects.h"
 #include "broker/tables.h"
 #include "cim/text.h"
 
@@ -9,31 +10,40 @@ namespace broker {
 
 namespace {
 
+// A clone is a region by itself: independent of any call, until its release.
 CMPIStatus Release(CMPIInstance* inst) {
-  return ReleaseObject<InstanceObject>(inst, "CMPIInstance.release");
+  auto* instance = Use<InstanceObject>(inst, "CMPIInstance.release");
+  if (instance == nullptr) return Answer(CMPI_RC_ERR_INVALID_HANDLE);
+  ObjectManager& manager = instance->state.region->manager();
+  if (instance->state.clone_root) {
+    manager.EndClone(*instance->state.region);
+  } else if (manager.checking()) {
+    KillObject(instance->state);
+  }
+  return Answer(CMPI_RC_OK);
 }
 
 CMPIInstance* Clone(const CMPIInstance* inst, CMPIStatus* rc) {
-  return CloneObject<InstanceObject>(inst, rc, "CMPIInstance.clone");
+  const auto* instance = Use<InstanceObject>(inst, "CMPIInstance.clone");
+  if (instance == nullptr) {
+    return Answer(rc, CMPI_RC_ERR_INVALID_HANDLE, static_cast<CMPIInstance*>(nullptr));
+  }
+  ObjectManager& manager = instance->state.region->manager();
+  Region& region = manager.NewCloneRegion();
+  try {
+    InstanceObject* copy = Copy(region, *instance);
+    copy->state.clone_root = true;
+    return Made(rc, copy);
+  } catch (...) {
+    manager.EndClone(region);
+    throw;
+  }
 }
 
 CMPIData GetProperty(const CMPIInstance* inst, const char* name, CMPIStatus* rc) {
   const auto* instance = Use<InstanceObject>(inst, "CMPIInstance.getProperty");
   if (instance == nullptr) return Unusable(rc);
   return NamedByName(instance->properties, name, rc, "CMPIInstance.getProperty");
-}
-
-CMPIData GetPropertyAt(const CMPIInstance* inst, CMPICount index, CMPIString** name,
-                       CMPIStatus* rc) {
-  const auto* instance = Use<InstanceObject>(inst, "CMPIInstance.getPropertyAt");
-  if (instance == nullptr) return Unusable(rc);
-  return NamedAt(instance->state, instance->properties, index, name, rc);
-}
-
-CMPICount GetPropertyCount(const CMPIInstance* inst, CMPIStatus* rc) {
-  const auto* instance = Use<InstanceObject>(inst, "CMPIInstance.getPropertyCount");
-  if (instance == nullptr) return Answer(rc, CMPI_RC_ERR_INVALID_HANDLE, CMPICount{0});
-  return Answer(rc, CMPI_RC_OK, instance->properties.size);
 }
 
 // Whether the instance's class has the property with that type; reports where it has not.
@@ -52,21 +62,22 @@ CMPIrc CheckAgainstClass(const InstanceObject& instance, const char* name, CMPIT
   return CMPI_RC_ERR_TYPE_MISMATCH;
 }
 
-CMPIStatus Set(const CMPIInstance* inst, const char* name, const CMPIValue* value, CMPIType type,
-               const char* function) {
-  auto* instance = Use<InstanceObject>(inst, function);
+CMPIStatus SetProperty(const CMPIInstance* inst, const char* name, const CMPIValue* value,
+                       CMPIType type) {
+  constexpr const char* kFunction = "CMPIInstance.setProperty";
+  auto* instance = Use<InstanceObject>(inst, kFunction);
   if (instance == nullptr) return Answer(CMPI_RC_ERR_INVALID_HANDLE);
   if (name == nullptr) {
-    ReportMisuse(function, "a null name");
+    ReportMisuse(kFunction, "a null name");
     return Answer(CMPI_RC_ERR_INVALID_PARAMETER);
   }
   const cim::schema::Property* declared =
       instance->cls != nullptr ? cim::schema::FindProperty(*instance->cls, name) : nullptr;
-  CMPIrc code = CheckAgainstClass(*instance, name, type, declared, function);
+  CMPIrc code = CheckAgainstClass(*instance, name, type, declared, kFunction);
   if (code != CMPI_RC_OK) return Answer(code);
   Region& region = *instance->state.region;
   CMPIData taken;
-  code = TakeValue(region, value, type, function, &taken);
+  code = TakeValue(region, value, type, kFunction, &taken);
   if (code != CMPI_RC_OK) return Answer(code);
   if (type == CMPI_null && declared != nullptr) taken.type = declared->type;
   if (declared != nullptr && declared->name == name) {
@@ -76,16 +87,6 @@ CMPIStatus Set(const CMPIInstance* inst, const char* name, const CMPIValue* valu
     SetNamed(region, instance->properties, name, taken);
   }
   return Answer(CMPI_RC_OK);
-}
-
-CMPIStatus SetProperty(const CMPIInstance* inst, const char* name, const CMPIValue* value,
-                       CMPIType type) {
-  return Set(inst, name, value, type, "CMPIInstance.setProperty");
-}
-
-CMPIStatus SetPropertyWithOrigin(const CMPIInstance* inst, const char* name, const CMPIValue* value,
-                                 const CMPIType type, const char*) {
-  return Set(inst, name, value, type, "CMPIInstance.setPropertyWithOrigin");
 }
 
 CMPIObjectPath* GetObjectPath(const CMPIInstance* inst, CMPIStatus* rc) {
@@ -127,34 +128,13 @@ CMPIStatus SetPropertyFilter(CMPIInstance* inst, const char** listed, const char
   return Answer(CMPI_RC_OK);
 }
 
-CMPIStatus SetObjectPath(CMPIInstance* inst, const CMPIObjectPath* op) {
-  constexpr const char* kFunction = "CMPIInstance.setObjectPath";
-  auto* instance = Use<InstanceObject>(inst, kFunction);
-  const auto* path = Use<PathObject>(op, kFunction);
-  if (instance == nullptr || path == nullptr) return Answer(CMPI_RC_ERR_INVALID_HANDLE);
-  Region& region = *instance->state.region;
-  instance->path = Copy(region, *path);
-  instance->cls = cim::schema::FindClass(path->class_name);
-  for (const NamedData& key : instance->path->keys) {
-    SetNamedConstant(region, instance->properties, key.name, key.data);
-  }
-  return Answer(CMPI_RC_OK);
-}
-
 }  // namespace
 
 CMPIInstanceFT instance_table = {
-    CMPIVersion200,
-    Entry<Release>,
-    Entry<Clone>,
-    Entry<GetProperty>,
-    Entry<GetPropertyAt>,
-    Entry<GetPropertyCount>,
-    Entry<SetProperty>,
-    Entry<GetObjectPath>,
-    Entry<SetPropertyFilter>,
-    Entry<SetObjectPath>,
-    Entry<SetPropertyWithOrigin>,
+    CMPIVersion200,     Entry<Release>,       Entry<Clone>,
+    Entry<GetProperty>, kNotSupported,        kNotSupported,
+    Entry<SetProperty>, Entry<GetObjectPath>, Entry<SetPropertyFilter>,
+    kNotSupported,      kNotSupported,
 };
 
 }  // namespace broker

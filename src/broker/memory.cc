@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "broker/manager.h"
+#include "broker/object_manager.h"
 #include "broker/objects.h"
 
 namespace broker {
@@ -94,7 +94,7 @@ thread_local ChunkCache cache;
 
 }  // namespace
 
-Region::Region(Manager& manager, Call* call, Region* below, Chunk* first)
+Region::Region(ObjectManager& manager, Call* call, Region* below, Chunk* first)
     : manager_(manager),
       call_(call),
       below_(below),
@@ -102,15 +102,15 @@ Region::Region(Manager& manager, Call* call, Region* below, Chunk* first)
       free_(Begin(first) + sizeof(Region)),
       end_(Begin(first) + first->bytes) {}
 
-Region* Region::OpenIn(Chunk* first, Manager& manager, Call* call, Region* below) {
+Region* Region::OpenIn(Chunk* first, ObjectManager& manager, Call* call, Region* below) {
   return new (Begin(first)) Region(manager, call, below, first);
 }
 
-Region* Region::Open(Manager& manager, Call* call, Region* below) {
+Region* Region::Open(ObjectManager& manager, Call* call, Region* below) {
   return OpenIn(cache.Take(), manager, call, below);
 }
 
-Region* Region::OpenForClone(Manager& manager) {
+Region* Region::OpenForClone(ObjectManager& manager) {
   return OpenIn(NewChunk(kCloneChunkBytes), manager, nullptr, nullptr);
 }
 
@@ -150,6 +150,7 @@ void Region::KillObjects() {
 
 void KillObject(ObjectState& state) {
   state.life = ObjectState::kDead;
+  state.manager = &state.region->manager();
   if (state.kind != ObjectKind::kString) return;
   // Whoever kept the text of a dead string reads that it is dead.
   auto* text = reinterpret_cast<StringObject*>(reinterpret_cast<char*>(&state) - kStateOffset);

@@ -2,7 +2,7 @@
 // one, mark opens another on top of it, and every clone is one by itself. Making an object moves a
 // pointer; the end of a region gives its chunks back, whatever was made in it.
 //
-// While the guest is checked, the objects of an ended region are marked dead and their memory is
+// While providers are checked, the objects of an ended region are marked dead and their memory is
 // not used again for a while, so that a late use is met by a readable, dead object.
 //
 // Thread rule: a region is used by one thread at a time. Chunks are kept per thread: no lock.
@@ -19,7 +19,7 @@
 namespace broker {
 
 class Call;
-class Manager;
+class ObjectManager;
 struct Chunk;
 class Region;
 
@@ -28,15 +28,13 @@ enum class ObjectKind : std::uint8_t {
   kArray,
   kPath,
   kInstance,
-  kArgs,
   kContext,
   kResult,
   kEnumeration,
   kDateTime,
-  kError,
 };
 
-// Stands right behind the record {hdl, ft} that the guest sees, in every object.
+// Stands right behind the record {hdl, ft} that a provider sees, in every object.
 struct ObjectState {
   static constexpr std::uint32_t kAlive = 0x0B7EC7A1;
   static constexpr std::uint32_t kDead = 0xDEAD0B7E;
@@ -44,7 +42,10 @@ struct ObjectState {
   std::uint32_t life;
   ObjectKind kind;
   bool clone_root;  // the object that was asked to be cloned: its release ends its region
-  Region* region;
+  union {
+    Region* region;          // of a living object
+    ObjectManager* manager;  // of a dead one, whose region may be another's by now
+  };
   ObjectState* next;  // the object made before it in the same region
 };
 inline constexpr std::size_t kStateOffset = 16;  // behind the two pointers of a record
@@ -52,9 +53,9 @@ inline constexpr std::size_t kStateOffset = 16;  // behind the two pointers of a
 class Region {
  public:
   // For the objects of a provider call, on top of `below` where that is not null.
-  static Region* Open(Manager& manager, Call* call, Region* below);
+  static Region* Open(ObjectManager& manager, Call* call, Region* below);
   // For one clone: independent of any call.
-  static Region* OpenForClone(Manager& manager);
+  static Region* OpenForClone(ObjectManager& manager);
   // Ends the region; all its objects are dead.
   static void Close(Region* region);
 
@@ -88,7 +89,7 @@ class Region {
     return object;
   }
 
-  Manager& manager() const { return manager_; }
+  ObjectManager& manager() const { return manager_; }
   Call* call() const { return call_; }  // null for a clone
   Region* below() const { return below_; }
   std::size_t used() const { return used_; }
@@ -98,12 +99,12 @@ class Region {
   Region* previous_clone = nullptr;
 
  private:
-  Region(Manager& manager, Call* call, Region* below, Chunk* first);
-  static Region* OpenIn(Chunk* first, Manager& manager, Call* call, Region* below);
+  Region(ObjectManager& manager, Call* call, Region* below, Chunk* first);
+  static Region* OpenIn(Chunk* first, ObjectManager& manager, Call* call, Region* below);
   void* AllocateInNewChunk(std::size_t bytes);
   void KillObjects();
 
-  Manager& manager_;
+  ObjectManager& manager_;
   Call* call_;
   Region* below_;
   Chunk* chunks_;

@@ -14,8 +14,10 @@
 // a GetInstance that returns no instance and CMPI_RC_OK is visible as just that.
 //
 // What a provider makes through the broker belongs to the provider call and is freed when that call
-// returns, or earlier by mark and release. While it checks its guest (Options::check_guest), misuse
-// of the interface answers an error code and is kept in ProviderErrors().
+// returns, or earlier by mark and release. While it checks its providers
+// (Options::check_providers), misuse of the interface answers an error code and is kept in
+// ProviderErrors(). Of the interface it serves what our providers use; all else answers
+// CMPI_RC_ERR_NOT_SUPPORTED.
 //
 // Errors: what fails for want of memory in a function of the interface is answered to the provider
 // as CMPI_RC_ERR_FAILED; in an operation outside of the provider, std::bad_alloc leaves it.
@@ -26,14 +28,18 @@
 #ifndef BROKER_OBJECT_MANAGER_H_
 #define BROKER_OBJECT_MANAGER_H_
 
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "broker/imitation.h"
 #include "broker/provider_library.h"
 #include "broker/result_sink.h"
 #include "cim/status.h"
@@ -42,8 +48,8 @@
 
 namespace broker {
 
-struct Imitation;
-class Manager;
+struct Provider;
+class Region;
 
 // std::nullopt asks for all properties, an empty list for none (but the keys).
 using PropertyList = std::optional<std::vector<std::string>>;
@@ -57,22 +63,6 @@ struct AssociationFilter {
 };
 
 enum class ProviderKind { kInstance, kAssociation };
-
-// How the class of the hosting system answers.
-enum class SystemClassMode {
-  kServed,   // with its one instance
-  kEmpty,    // with no instance
-  kRefused,  // with Options::system_class_refusal
-};
-
-// A message that a provider handed to logMessage (severity) or trace (level).
-struct LogEntry {
-  enum class Source { kLog, kTrace };
-  Source source;
-  int level;
-  std::string id;  // message id or component
-  std::string text;
-};
 
 // Something that a provider did and that the interface forbids.
 struct ProviderError {
@@ -88,18 +78,12 @@ std::string ToString(const ProviderError& error);
 struct Options {
   std::string system_name = "localhost";  // reported in lower case
   std::string name_space = "root/cimv2";  // for paths that come without one
-  std::string principal = {};             // context entry "CMPIPrincipal"; none while empty
-  SystemClassMode system_class = SystemClassMode::kServed;
-  cim::Status system_class_refusal{CMPI_RC_ERR_FAILED, "system class refused"};
-  bool check_guest = true;
-  // Another object manager's ways (broker/imitation.h), for tests; null: its own.
-  const Imitation* imitate = nullptr;
+  bool check_providers = true;
+  const Imitation* imitate = nullptr;  // for tests; null: nobody
   // Called around every factory call instead of the call itself; must run `call` once.
   std::function<void(std::string_view class_name, ProviderKind kind,
                      const std::function<void()>& call)>
       around_factory = {};
-  // Receives logMessage and trace, on the provider's thread; nothing is written while it is empty.
-  std::function<void(const LogEntry&)> log = {};
 };
 
 struct Statistics {
@@ -120,6 +104,7 @@ class ObjectManager {
   // when first needed, the instance and the association factory each by itself. A factory that
   // throws or answers null makes the request answer CMPI_RC_ERR_FAILED with its text; the next one
   // tries again.
+  // One of the system class takes the place of the manager's own answers.
   void Register(std::string_view class_name, std::shared_ptr<const ProviderLibrary> library);
 
   // The registered classes that are `class_name` or below it (in order of registration), and the
@@ -184,10 +169,53 @@ class ObjectManager {
   Statistics GetStatistics() const;
 
   // The broker record that the factories receive, or a copy of which each class's factories do.
-  const CMPIBroker* broker() const;
+  const CMPIBroker* broker() const { return &broker_; }
+
+  // ---- for the functions that a provider calls
+
+  static ObjectManager& Of(const CMPIBroker* broker) {
+    return *static_cast<ObjectManager*>(broker->hdl);
+  }
+  const Tables& tables() const { return imitation_.tables; }
+  bool checking() const { return options_.check_providers; }
+  void AddError(ProviderError error);
+  Region& NewCloneRegion();
+  void EndClone(Region& region);
+  void NotePeak(std::size_t bytes);
 
  private:
-  std::unique_ptr<Manager> manager_;
+  struct Operation;
+
+  Provider* Find(std::string_view name) const;
+  bool ServesSystemItself(std::string_view provider) const;
+  // MI: the provider record's type, CMPIInstanceMI or CMPIAssociationMI.
+  template <class MI>
+  MI* RecordOf(std::string_view name, cim::Status* status);
+  template <class MI>
+  cim::Status CallFactory(Provider& provider, MI** made);
+  const CMPIBroker* BrokerFor(Provider& provider);
+  template <class MI>
+  cim::Status CleanUp(Provider& provider, bool terminating);
+  void CleanUpIdle();
+  template <class MI, class Entry, class... Rest>
+  cim::Status Run(const Operation& operation, Entry entry, const Rest&... rest);
+  cim::Status ReturnSystem(const Operation& operation, const char** properties);
+
+  const Options options_;
+  std::string system_name_;
+  const Imitation& imitation_;
+  CMPIBroker broker_;
+  std::vector<std::unique_ptr<Provider>> providers_;
+
+  mutable std::mutex errors_mutex_;
+  std::vector<ProviderError> errors_;
+
+  std::mutex clones_mutex_;
+  Region* clones_ = nullptr;
+
+  std::atomic<unsigned> requests_{0};
+  std::atomic<std::uint64_t> peak_call_bytes_{0};
+  std::atomic<std::int64_t> clones_alive_{0};
 };
 
 }  // namespace broker

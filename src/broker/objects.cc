@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "broker/manager.h"
+#include "broker/object_manager.h"
 #include "broker/tables.h"
 #include "cim/text.h"
 #include "cim/wbem_uri.h"
@@ -108,12 +108,8 @@ InstanceObject* NewInstance(Region& region, const PathObject& path) {
   return object;
 }
 
-ArgsObject* NewArgs(Region& region) { return NewWith<ArgsObject>(region, TablesOf(region).args); }
-
 ContextObject* NewContext(Region& region) {
-  auto* object = NewWith<ContextObject>(region, TablesOf(region).context);
-  object->origin = region.call();
-  return object;
+  return NewWith<ContextObject>(region, TablesOf(region).context);
 }
 
 EnumerationObject* NewEnumeration(Region& region, ArrayObject* elements) {
@@ -180,25 +176,6 @@ InstanceObject* Copy(Region& region, const InstanceObject& instance) {
   copy->path = Copy(region, *instance.path);
   copy->cls = instance.cls;
   copy->properties = CopyList(region, instance.properties);
-  return copy;
-}
-
-ArgsObject* Copy(Region& region, const ArgsObject& args) {
-  ArgsObject* copy = NewArgs(region);
-  copy->items = CopyList(region, args.items);
-  return copy;
-}
-
-ContextObject* Copy(Region& region, const ContextObject& context) {
-  ContextObject* copy = NewContext(region);
-  copy->items = CopyList(region, context.items);
-  copy->origin = context.origin;
-  return copy;
-}
-
-EnumerationObject* Copy(Region& region, const EnumerationObject& enumeration) {
-  EnumerationObject* copy = NewEnumeration(region, Copy(region, *enumeration.elements));
-  copy->position = enumeration.position;
   return copy;
 }
 
@@ -368,12 +345,10 @@ const char* RecordName(ObjectKind kind) {
     case ObjectKind::kArray: return "CMPIArray";
     case ObjectKind::kPath: return "CMPIObjectPath";
     case ObjectKind::kInstance: return "CMPIInstance";
-    case ObjectKind::kArgs: return "CMPIArgs";
     case ObjectKind::kContext: return "CMPIContext";
     case ObjectKind::kResult: return "CMPIResult";
     case ObjectKind::kEnumeration: return "CMPIEnumeration";
     case ObjectKind::kDateTime: return "CMPIDateTime";
-    case ObjectKind::kError: return "CMPIError";
   }
   return "";
 }

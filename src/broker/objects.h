@@ -1,4 +1,4 @@
-// The CMPI objects themselves: the records that a guest sees, and behind each what the object
+// The CMPI objects themselves: the records that a provider sees, and behind each what the object
 // manager keeps. All of them lie in regions and hold only what lies in the same region, so that an
 // object is whole as long as its region lives; what comes from elsewhere is copied in.
 //
@@ -86,23 +86,12 @@ struct InstanceObject {
   NamedList properties;
 };
 
-struct ArgsObject {
-  using Record = CMPIArgs;
-  static constexpr ObjectKind kKind = ObjectKind::kArgs;
-
-  CMPIArgs record;
-  ObjectState state;
-  NamedList items;
-};
-
 struct ContextObject {
   using Record = CMPIContext;
   static constexpr ObjectKind kKind = ObjectKind::kContext;
 
   CMPIContext record;
   ObjectState state;
-  NamedList items;
-  const Call* origin;  // the call whose objects a thread attached with it may use
 };
 
 struct EnumerationObject {
@@ -146,7 +135,6 @@ ArrayObject* NewArray(Region& region, CMPICount size, CMPIType element_type);
 PathObject* NewPath(Region& region, std::string_view name_space, std::string_view class_name);
 // The keys of the path become the first properties, as object managers do.
 InstanceObject* NewInstance(Region& region, const PathObject& path);
-ArgsObject* NewArgs(Region& region);
 ContextObject* NewContext(Region& region);
 EnumerationObject* NewEnumeration(Region& region, ArrayObject* elements);
 // `text` must have the 25 characters of a CIM date.
@@ -157,9 +145,6 @@ StringObject* Copy(Region& region, const StringObject& text);
 ArrayObject* Copy(Region& region, const ArrayObject& array);
 PathObject* Copy(Region& region, const PathObject& path);
 InstanceObject* Copy(Region& region, const InstanceObject& instance);
-ArgsObject* Copy(Region& region, const ArgsObject& args);
-ContextObject* Copy(Region& region, const ContextObject& context);
-EnumerationObject* Copy(Region& region, const EnumerationObject& enumeration);
 DateTimeObject* Copy(Region& region, const DateTimeObject& time);
 
 // `data` must lie in the region already. The name is copied, a constant one is not: it must live as

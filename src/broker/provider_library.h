@@ -14,9 +14,9 @@
 
 namespace broker {
 
-using InstanceFactory = CMPIInstanceMI* (*)(const CMPIBroker*, const CMPIContext*, CMPIStatus*);
-using AssociationFactory = CMPIAssociationMI* (*)(const CMPIBroker*, const CMPIContext*,
-                                                  CMPIStatus*);
+// The factories of our providers take no status: they have none to fill in.
+using InstanceFactory = CMPIInstanceMI* (*)(const CMPIBroker*, const CMPIContext*);
+using AssociationFactory = CMPIAssociationMI* (*)(const CMPIBroker*, const CMPIContext*);
 
 class ProviderLibrary {
  public:

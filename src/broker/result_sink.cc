@@ -1,45 +1,48 @@
 #include "broker/result_sink.h"
 
+#include <utility>
+
 #include "broker/objects.h"
 
 namespace broker {
 
-std::string_view ValueView::text() const {
-  if (data_->type == CMPI_dateTime) return Behind<DateTimeObject>(data_->value.dateTime)->text;
-  return Behind<StringObject>(data_->value.string)->view();
+namespace {
+
+// Null where there is no such property, and where it is null.
+const CMPIData* ValueOf(const InstanceObject& instance, std::string_view property) {
+  const NamedData* found = instance.properties.Find(property);
+  return found != nullptr && (found->data.state & CMPI_nullValue) == 0 ? &found->data : nullptr;
 }
 
-std::optional<std::uint64_t> ValueView::as_unsigned() const {
-  if (is_null()) return std::nullopt;
-  switch (data_->type) {
-    case CMPI_uint8: return data_->value.uint8;
-    case CMPI_uint16: return data_->value.uint16;
-    case CMPI_uint32: return data_->value.uint32;
-    case CMPI_uint64: return data_->value.uint64;
-    default: return std::nullopt;
-  }
-}
+}  // namespace
 
 std::string_view ObjectPathView::class_name() const { return path_->class_name; }
 cim::ObjectPath ObjectPathView::ToObjectPath() const { return ToValue(*path_); }
 
 ObjectPathView InstanceView::path() const { return ObjectPathView(*instance_->path); }
-std::string_view InstanceView::property_name(std::size_t index) const {
-  return instance_->properties.items[index].name;
+
+std::optional<std::string_view> InstanceView::Text(std::string_view property) const {
+  const CMPIData* data = ValueOf(*instance_, property);
+  if (data == nullptr || data->type != CMPI_string) return std::nullopt;
+  return Behind<StringObject>(data->value.string)->view();
 }
-ValueView InstanceView::property_value(std::size_t index) const {
-  return ValueView(instance_->properties.items[index].data);
+
+std::optional<std::uint64_t> InstanceView::Unsigned(std::string_view property) const {
+  const CMPIData* data = ValueOf(*instance_, property);
+  if (data == nullptr) return std::nullopt;
+  switch (data->type) {
+    case CMPI_uint8: return data->value.uint8;
+    case CMPI_uint16: return data->value.uint16;
+    case CMPI_uint32: return data->value.uint32;
+    case CMPI_uint64: return data->value.uint64;
+    default: return std::nullopt;
+  }
 }
-std::optional<ValueView> InstanceView::Find(std::string_view name) const {
-  const NamedData* property = instance_->properties.Find(name);
-  if (property == nullptr) return std::nullopt;
-  return ValueView(property->data);
-}
+
 cim::Instance InstanceView::ToInstance() const { return ToValue(*instance_); }
 
 void ResultSink::OnInstance(cim::Instance&&) {}
 void ResultSink::OnObjectPath(cim::ObjectPath&&) {}
-void ResultSink::OnError(cim::Status&&) {}
 
 void Recorder::OnInstance(cim::Instance&& instance) {
   events.push_back(Event::kInstance);
@@ -52,10 +55,6 @@ void Recorder::OnObjectPath(cim::ObjectPath&& path) {
 void Recorder::OnDone() {
   events.push_back(Event::kDone);
   ++done_count;
-}
-void Recorder::OnError(cim::Status&& error) {
-  events.push_back(Event::kError);
-  errors.push_back(std::move(error));
 }
 
 }  // namespace broker

@@ -9,39 +9,17 @@
 #ifndef BROKER_RESULT_SINK_H_
 #define BROKER_RESULT_SINK_H_
 
-#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string_view>
-#include <utility>
 #include <vector>
 
-#include "cim/status.h"
 #include "cim/value.h"
-#include "platform/cmpi/cmpi.h"
 
 namespace broker {
 
 struct PathObject;
 struct InstanceObject;
-
-// One value of an element that is being returned.
-class ValueView {
- public:
-  explicit ValueView(const CMPIData& data) : data_(&data) {}
-
-  CMPIType type() const { return data_->type; }
-  bool is_null() const { return (data_->state & CMPI_nullValue) != 0; }
-  // The numbers, booleans and characters stand in here, by type().
-  const CMPIValue& raw() const { return data_->value; }
-  // Of an unsigned integer type; nothing for any other, and for null.
-  std::optional<std::uint64_t> as_unsigned() const;
-  // Of a string or a date; null-terminated.
-  std::string_view text() const;
-
- private:
-  const CMPIData* data_;
-};
 
 class ObjectPathView {
  public:
@@ -62,10 +40,11 @@ class InstanceView {
   explicit InstanceView(const InstanceObject& instance) : instance_(&instance) {}
 
   ObjectPathView path() const;
-  std::string_view property_name(std::size_t index) const;
-  ValueView property_value(std::size_t index) const;
-  // The property's value, its name compared ignoring case; nothing where there is none.
-  std::optional<ValueView> Find(std::string_view name) const;
+  // The value of a property of a string type, null-terminated, and of one of an unsigned integer
+  // type; nothing for any other type, for null and where there is no such property. Names are
+  // compared ignoring case.
+  std::optional<std::string_view> Text(std::string_view property) const;
+  std::optional<std::uint64_t> Unsigned(std::string_view property) const;
 
   cim::Instance ToInstance() const;
 
@@ -85,8 +64,6 @@ class ResultSink {
   virtual void OnObjectPath(cim::ObjectPath&& path);
   // Every returnDone of the provider, also a second one.
   virtual void OnDone() {}
-  // The provider's returnError.
-  virtual void OnError(cim::Status&& error);
 
   virtual void OnInstanceView(const InstanceView& instance) { OnInstance(instance.ToInstance()); }
   virtual void OnObjectPathView(const ObjectPathView& path) { OnObjectPath(path.ToObjectPath()); }
@@ -95,18 +72,16 @@ class ResultSink {
 // Keeps everything that a provider did to its result, in order: what tests look at.
 class Recorder : public ResultSink {
  public:
-  enum class Event { kInstance, kObjectPath, kDone, kError };
+  enum class Event { kInstance, kObjectPath, kDone };
 
   std::vector<Event> events;
   std::vector<cim::Instance> instances;
   std::vector<cim::ObjectPath> paths;
-  std::vector<cim::Status> errors;
   int done_count = 0;
 
   void OnInstance(cim::Instance&& instance) override;
   void OnObjectPath(cim::ObjectPath&& path) override;
   void OnDone() override;
-  void OnError(cim::Status&& error) override;
 };
 
 }  // namespace broker

@@ -1,4 +1,5 @@
-// The function tables that guests read. All are constant; the CMPI records only lack the const.
+// The function tables that providers read. All are constant; the CMPI records only lack the const.
+// What no provider of ours calls is not served (kNotSupported).
 //
 // Thread rule: constant data.
 
@@ -18,18 +19,16 @@ struct Tables {
   CMPIArrayFT* array;
   CMPIObjectPathFT* path;
   CMPIInstanceFT* instance;
-  CMPIArgsFT* args;
   CMPIContextFT* context;
   CMPIResultFT* result;
   CMPIEnumerationFT* enumeration;
   CMPIDateTimeFT* date_time;
-  CMPIErrorFT* error;  // null where there is none
 };
 
 // Version 200, every slot filled.
 const Tables& CurrentTables();
 
-// One per source file; CurrentTables() puts them together.
+// CurrentTables() puts them together.
 extern CMPIBrokerFT broker_services;
 extern CMPIBrokerEncFT broker_encapsulation;
 extern CMPIBrokerExtFT broker_system;
@@ -38,12 +37,10 @@ extern CMPIStringFT string_table;
 extern CMPIArrayFT array_table;
 extern CMPIObjectPathFT path_table;
 extern CMPIInstanceFT instance_table;
-extern CMPIArgsFT args_table;
 extern CMPIContextFT context_table;
 extern CMPIResultFT result_table;
 extern CMPIEnumerationFT enumeration_table;
 extern CMPIDateTimeFT date_time_table;
-extern CMPIErrorFT error_table;
 
 }  // namespace broker
 

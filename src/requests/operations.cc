@@ -31,40 +31,32 @@ AssociationFilter ReferencesFilter(const AssociationRequest& request, const std:
   return {std::nullopt, provider, request.role, std::nullopt};
 }
 
-}  // namespace
-
-// Passes on what is part of the answer, and keeps the provider's own error.
-class Operations::Filter : public ResultSink {
+// Passes on what is part of the answer.
+class Filter : public ResultSink {
  public:
   using Wanted = std::function<bool(const ObjectPathView&)>;
 
   Filter(ResultSink& next, Wanted wanted) : next_(next), wanted_(std::move(wanted)) {}
 
   void OnInstanceView(const broker::InstanceView& instance) override {
-    if (!wanted_ || wanted_(instance.path())) next_.OnInstanceView(instance);
+    if (wanted_(instance.path())) next_.OnInstanceView(instance);
   }
   void OnObjectPathView(const ObjectPathView& path) override {
-    if (!wanted_ || wanted_(path)) next_.OnObjectPathView(path);
+    if (wanted_(path)) next_.OnObjectPathView(path);
   }
-  void OnError(Status&& error) override {
-    if (error_.ok()) error_ = std::move(error);
-  }
-
-  // Of the operation that answered `status`.
-  const Status& Outcome(const Status& status) const { return status.ok() ? error_ : status; }
 
  private:
   ResultSink& next_;
   Wanted wanted_;
-  Status error_;
 };
+
+}  // namespace
 
 std::optional<Failure> Operations::AskEach(const std::vector<std::string>& providers,
                                            ResultSink& sink, const Ask& ask) const {
   std::optional<Failure> failure;
   for (const std::string& provider : providers) {
-    Filter results(sink, {});
-    Status outcome = results.Outcome(ask(provider, results));
+    Status outcome = ask(provider, sink);
     if (!outcome.ok() && !failure) failure = {provider, std::move(outcome)};
     if (failure && after_failure_ == AfterFailure::kStop) break;
   }
@@ -81,7 +73,7 @@ std::optional<Failure> Operations::AskAssociations(const AssociationRequest& req
   return AskEach(providers, sink, [&](const std::string& provider, ResultSink& results) {
     const AssociationMatch match(request, *cim::schema::FindClass(provider));
     Filter filter(results, [&](const ObjectPathView& path) { return admits(match, path); });
-    return filter.Outcome(ask(provider, filter));
+    return ask(provider, filter);
   });
 }
 

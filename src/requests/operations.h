@@ -63,7 +63,6 @@ class Operations {
                                                       broker::ResultSink& sink) const;
 
  private:
-  class Filter;
   using Ask = std::function<cim::Status(const std::string& provider, broker::ResultSink& sink)>;
   // Whether a path that a provider returned, of an instance or by itself, is part of the answer.
   using Admits = std::function<bool(const AssociationMatch&, const broker::ObjectPathView&)>;

@@ -31,13 +31,6 @@ broker::Options ManagerOptions(const SessionOptions& options,
                                std::function<void()> on_first_factory) {
   broker::Options manager;
   manager.system_name = options.system_name;
-  if (options.verbose) {
-    manager.log = [](const broker::LogEntry& entry) {
-      WriteDiagnostic(fmt::format("{} [{}] {}: {}\n",
-                                  entry.source == broker::LogEntry::Source::kLog ? "log" : "trace",
-                                  entry.level, entry.id, entry.text));
-    };
-  }
   manager.around_factory = [verbose = options.verbose, first = std::move(on_first_factory)](
                                std::string_view, broker::ProviderKind,
                                const std::function<void()>& call) mutable {

@@ -21,7 +21,6 @@ namespace tool {
 namespace {
 
 using broker::InstanceView;
-using broker::ValueView;
 using cim::ObjectPath;
 
 constexpr const char* kDevice = "Ostrel_PCIDevice";
@@ -54,18 +53,11 @@ class PathTaker : public broker::ResultSink {
 };
 
 std::string TextOf(const InstanceView& instance, std::string_view name) {
-  const std::optional<ValueView> value = instance.Find(name);
-  if (!value || value->is_null() || value->type() != CMPI_string) return "";
-  return std::string(value->text());
-}
-
-std::optional<std::uint64_t> NumberOf(const InstanceView& instance, std::string_view name) {
-  const std::optional<ValueView> value = instance.Find(name);
-  return value ? value->as_unsigned() : std::nullopt;
+  return std::string(instance.Text(name).value_or(""));
 }
 
 std::uint8_t ByteOf(const InstanceView& instance, std::string_view name) {
-  return static_cast<std::uint8_t>(NumberOf(instance, name).value_or(0));
+  return static_cast<std::uint8_t>(instance.Unsigned(name).value_or(0));
 }
 
 // The function's identifier in a port's: without the port's suffix.
@@ -79,7 +71,7 @@ void TakeDescription(const InstanceView& instance, Function& function) {
                                       std::to_string(ByteOf(instance, "DeviceNumber")));
   function.class_name =
       PciClassName(ByteOf(instance, "ClassCode"), ByteOf(instance, "SubClassCode"));
-  const auto slot = NumberOf(instance, "PhysicalSlot");
+  const auto slot = instance.Unsigned("PhysicalSlot");
   if (slot) function.physical_slot = static_cast<std::uint8_t>(*slot);
 }
 
@@ -89,7 +81,7 @@ void TakePlace(const InstanceView& instance, Function& function) {
   const auto address = pci::ParseAddress(function.id);
   function.domain =
       address ? address->domain
-              : static_cast<std::uint32_t>(NumberOf(instance, "SegmentNumber").value_or(0));
+              : static_cast<std::uint32_t>(instance.Unsigned("SegmentNumber").value_or(0));
   function.bus = ByteOf(instance, "BusNumber");
   function.device = ByteOf(instance, "DeviceNumber");
   function.number = ByteOf(instance, "FunctionNumber");
@@ -318,7 +310,7 @@ class Walk {
     InstanceTaker taker([&](const InstanceView& instance) {
       TopologyPort port;
       port.id = TextOf(instance, "DeviceID");
-      port.type = NumberOf(instance, "PortType").value_or(0);
+      port.type = instance.Unsigned("PortType").value_or(0);
       port.bus = ByteOf(instance, "BusNumber");
       std::string function = FunctionOfPort(port.id);
       ports_.emplace_back(std::move(function), std::move(port));

@@ -1,7 +1,5 @@
 // Each of the ways that the object manager can take, as a provider in C and its client see them.
 
-#include "broker/imitation.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -11,6 +9,7 @@
 #include <vector>
 
 #include "broker/object_manager.h"
+#include "support/imitations.h"
 
 namespace broker {
 namespace {
@@ -67,11 +66,11 @@ CMPIInstanceMI* Create(CMPIInstanceMI& record, const CMPIBroker* broker) {
   record = {const_cast<CMPIBroker*>(broker), &table};
   return &record;
 }
-CMPIInstanceMI* CreateDevices(const CMPIBroker* broker, const CMPIContext*, CMPIStatus*) {
+CMPIInstanceMI* CreateDevices(const CMPIBroker* broker, const CMPIContext*) {
   static CMPIInstanceMI record;
   return Create(record, broker);
 }
-CMPIInstanceMI* CreateLinks(const CMPIBroker* broker, const CMPIContext*, CMPIStatus*) {
+CMPIInstanceMI* CreateLinks(const CMPIBroker* broker, const CMPIContext*) {
   static CMPIInstanceMI record;
   return Create(record, broker);
 }
@@ -172,10 +171,7 @@ TEST_F(ImitationTest, TellsTheNameAndWhatIsOffered) {
     EXPECT_EQ(broker->bft->brokerVersion, expected.version);
     const bool offers = (broker->bft->brokerCapabilities & CMPI_MB_Supports_MemEnhancements) != 0;
     EXPECT_EQ(offers, expected.offers_memory);
-    // A broker of CMPI 1.0 ends before.
-    if (expected.version != 100) {
-      EXPECT_EQ(broker->mft != nullptr, expected.offers_memory);
-    }
+    EXPECT_EQ(broker->mft != nullptr, expected.offers_memory);
   }
 }
 
@@ -316,13 +312,22 @@ class ProvidersOf : public ImitationTest {
 };
 
 TEST_F(ProvidersOf, OneObjectManagerShareItsBrokerAndStay) {
-  for (const Imitation* imitation : {&Itself(), &Cmpi10(), &Sfcb()}) {
+  for (const Imitation* imitation : {&Itself(), &Sfcb()}) {
     script_ = {};
     ObjectManager manager(OptionsFor(*imitation));
     Ask(WithProviders(manager), 20);
     EXPECT_THAT(script_.made_with, ElementsAre(manager.broker(), manager.broker()));
     EXPECT_EQ(script_.cleanups, 0);
   }
+}
+
+TEST_F(ProvidersOf, Cmpi10HaveBrokersThatEndBeforeAndStay) {
+  ObjectManager manager(OptionsFor(Cmpi10()));
+  Ask(WithProviders(manager), 20);
+  ASSERT_THAT(script_.made_with, SizeIs(2));
+  EXPECT_NE(script_.made_with[0], manager.broker());
+  EXPECT_EQ(script_.made_with[0]->xft, manager.broker()->xft);
+  EXPECT_EQ(script_.cleanups, 0);
 }
 
 TEST_F(ProvidersOf, OpenPegasusHaveBrokersOfTheirOwnAndGoWhenIdle) {

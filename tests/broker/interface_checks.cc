@@ -3,7 +3,7 @@
 #include <cstring>
 #include <string>
 
-namespace guest {
+namespace interface_checks {
 
 const CMPIBroker* broker = nullptr;
 CMPIStatus rc;
@@ -39,7 +39,7 @@ CMPIStatus Report(Checks run, const CMPIContext* ctx, const CMPIResult* rslt,
                   const CMPIObjectPath* op) {
   failures.clear();
   checks = 0;
-  run({ctx, rslt});
+  run({ctx, rslt, op});
   CMPIInstance* instance = broker->eft->newInstance(broker, op, nullptr);
   instance->ft->setProperty(instance, "Failures", Chars(failures.c_str()), CMPI_chars);
   CMPIValue value;
@@ -56,4 +56,4 @@ CMPIStatus Cleanup(CMPIInstanceMI* /*mi*/, const CMPIContext* /*ctx*/,
   return {CMPI_RC_OK, nullptr};
 }
 
-}  // namespace guest
+}  // namespace interface_checks

@@ -10,13 +10,13 @@
 
 #include "platform/cmpi/cmpi.h"
 
-namespace guest {
+namespace interface_checks {
 
 extern const CMPIBroker* broker;
 extern CMPIStatus rc;  // of the latest function that got it
 
 void Expect(bool holds, const char* file, int line, const char* what);
-#define EXPECT(condition) ::guest::Expect((condition), __FILE__, __LINE__, #condition)
+#define EXPECT(condition) ::interface_checks::Expect((condition), __FILE__, __LINE__, #condition)
 
 inline bool Ok() { return rc.rc == CMPI_RC_OK; }
 
@@ -32,6 +32,7 @@ CMPIObjectPath* NamedPath(const char* class_name, const char* name);
 struct Request {
   const CMPIContext* context;
   const CMPIResult* result;
+  const CMPIObjectPath* path;
 };
 
 using Checks = void (*)(const Request&);
@@ -53,19 +54,19 @@ CMPIStatus Cleanup(CMPIInstanceMI* mi, const CMPIContext* ctx, CMPIBoolean termi
 template <Checks kRun>
 CMPIInstanceMI* CheckingProvider(const CMPIBroker* mb) {
   static CMPIInstanceMIFT table = {
-      CMPIVersion200, CMPIVersion200, "guest", Cleanup, nullptr, EnumInstances<kRun>,
-      nullptr,        nullptr,        nullptr, nullptr, nullptr};
+      CMPIVersion200, CMPIVersion200, "checks", Cleanup, nullptr, EnumInstances<kRun>,
+      nullptr,        nullptr,        nullptr,  nullptr, nullptr};
   static CMPIInstanceMI record = {nullptr, &table};
   broker = mb;
   return &record;
 }
 
-}  // namespace guest
+}  // namespace interface_checks
 
 #define CHECKING_CLASS(class_name, run)                                                      \
   extern "C" __attribute__((visibility("default")))                                          \
   CMPIInstanceMI* class_name##_Create_InstanceMI(const CMPIBroker* mb, const CMPIContext*) { \
-    return guest::CheckingProvider<run>(mb);                                                 \
+    return interface_checks::CheckingProvider<run>(mb);                                      \
   }
 
 #endif  // TESTS_BROKER_INTERFACE_CHECKS_H_

@@ -3,8 +3,8 @@
 #include <atomic>
 #include <cstddef>
 
-#include "guest.h"
 #include "support/on_threads.h"
+#include "test_providers.h"
 
 namespace broker {
 namespace {
@@ -22,15 +22,14 @@ int CountOf(ObjectManager& manager, const cim::ObjectPath& path) {
 }
 
 TEST(ManyThreads, ShareOneManager) {
-  const auto manager = ManagerWith({"Guest_Plain", "Guest_Ask", "Guest_Long", "Guest_Thread"});
+  const auto manager = ManagerWith({"Test_Plain", "Test_Ask", "Test_Long"});
   OnThreads(4, [&](std::size_t) {
     for (int i = 0; i < 50; ++i) {
-      EXPECT_EQ(CountOf(*manager, manager->ClassPath("Guest_Plain")), 3);
-      EXPECT_EQ(CountOf(*manager, PathWith("Guest_Ask", "Ask", cim::Value("Guest_Plain"))), 3);
-      EXPECT_EQ(CountOf(*manager, PathWith("Guest_Long", "Count", cim::Value(std::uint32_t{40}))),
+      EXPECT_EQ(CountOf(*manager, manager->ClassPath("Test_Plain")), 3);
+      EXPECT_EQ(CountOf(*manager, PathWith("Test_Ask", "Ask", cim::Value("Test_Plain"))), 3);
+      EXPECT_EQ(CountOf(*manager, PathWith("Test_Long", "Count", cim::Value(std::uint32_t{40}))),
                 40);
     }
-    EXPECT_EQ(CountOf(*manager, manager->ClassPath("Guest_Thread")), 1);
   });
   for (const ProviderError& error : manager->ProviderErrors()) ADD_FAILURE() << ToString(error);
 }
@@ -42,30 +41,30 @@ TEST(ManyThreads, CallAFactoryOnce) {
     ++calls;
     call();
   };
-  const auto manager = ManagerWith({"Guest_Plain"}, options);
-  OnThreads(4, [&](std::size_t) { CountOf(*manager, manager->ClassPath("Guest_Plain")); });
+  const auto manager = ManagerWith({"Test_Plain"}, options);
+  OnThreads(4, [&](std::size_t) { CountOf(*manager, manager->ClassPath("Test_Plain")); });
   EXPECT_EQ(calls.load(), 1);
 }
 
 TEST(ManyThreads, RunWhileIdleProvidersAreCleanedUp) {
-  const auto manager = ManagerWith({"Guest_Plain"});
+  const auto manager = ManagerWith({"Test_Plain"});
   OnThreads(4, [&](std::size_t thread) {
     for (int i = 0; i < 100; ++i) {
       if (thread == 0) {
-        manager->Cleanup("Guest_Plain", ProviderKind::kInstance, false);
+        manager->Cleanup("Test_Plain", ProviderKind::kInstance, false);
       } else {
-        EXPECT_EQ(CountOf(*manager, manager->ClassPath("Guest_Plain")), 3);
+        EXPECT_EQ(CountOf(*manager, manager->ClassPath("Test_Plain")), 3);
       }
     }
   });
 }
 
 TEST(ManyThreads, KeepTheirMisusesTogether) {
-  const auto manager = ManagerWith({"Guest_AfterDone"});
+  const auto manager = ManagerWith({"Test_AfterDone"});
   OnThreads(4, [&](std::size_t) {
     for (int i = 0; i < 10; ++i) {
       Counter counter;
-      manager->EnumerateInstances("Guest_AfterDone", manager->ClassPath("Guest_AfterDone"),
+      manager->EnumerateInstances("Test_AfterDone", manager->ClassPath("Test_AfterDone"),
                                   std::nullopt, counter);
     }
   });

@@ -1,4 +1,4 @@
-// The wrapper over the in-process object manager, which checks its guests: a provider of the test's
+// The wrapper over the in-process object manager, which checks it: a provider of the test's
 // own runs whatever a test says inside a request.
 
 #include <gmock/gmock.h>
@@ -11,11 +11,11 @@
 #include <string_view>
 #include <utility>
 
-#include "broker/imitation.h"
 #include "broker/object_manager.h"
 #include "frame/registration.h"
 #include "frame/stderr_capture.h"
 #include "platform/ostint/cmpi_data.h"
+#include "support/imitations.h"
 
 using ostInt::CmpiArray;
 using ostInt::CmpiBaseMI;
@@ -39,9 +39,9 @@ constexpr const char* kOk = "CMPI_RC_OK (0)";
 
 }  // namespace
 
-class GuestProbe : virtual public ostInt::CmpiInstanceMI {
+class ScriptedProbe : virtual public ostInt::CmpiInstanceMI {
  public:
-  GuestProbe(const CmpiBroker& broker, const CmpiContext& context)
+  ScriptedProbe(const CmpiBroker& broker, const CmpiContext& context)
       : CmpiBaseMI(broker, context), CmpiInstanceMI(broker, context) {}
 
   CmpiStatus enumInstanceNames(const CmpiContext& context, CmpiResult& result,
@@ -56,13 +56,13 @@ class GuestProbe : virtual public ostInt::CmpiInstanceMI {
   }
 };
 
-OSTREL_REGISTER_INSTANCE_PROVIDER(GuestProbe);
+OSTREL_REGISTER_INSTANCE_PROVIDER(ScriptedProbe);
 
 namespace {
 
 void* Resolve(const char* symbol) {
   if (std::string_view(symbol) != "Ostrel_PCIPort_Create_InstanceMI") return nullptr;
-  return reinterpret_cast<void*>(Ostrel_GuestProbe_Create_InstanceMI);
+  return reinterpret_cast<void*>(Ostrel_ScriptedProbe_Create_InstanceMI);
 }
 
 CmpiObjectPath PortPath(const char* identifier) {
@@ -215,13 +215,13 @@ TEST_P(ObjectManagerTest, CleanupTakesTheProviderAndTheNextRequestMakesANewOne) 
   const Operation nothing = [](const CmpiBroker&, const CmpiContext&, CmpiResult&,
                                const CmpiObjectPath&) {};
   EXPECT_EQ(Enumerate(nothing), kOk);
-  EXPECT_NE(baseOstrel_GuestProbe.getBaseMI(), nullptr);
+  EXPECT_NE(baseOstrel_ScriptedProbe.getBaseMI(), nullptr);
   EXPECT_EQ(manager_->Cleanup(kClass, broker::ProviderKind::kInstance, false).code, CMPI_RC_OK);
-  EXPECT_EQ(baseOstrel_GuestProbe.getBaseMI(), nullptr);
+  EXPECT_EQ(baseOstrel_ScriptedProbe.getBaseMI(), nullptr);
   EXPECT_EQ(Enumerate(nothing), kOk);
   manager_.reset();
-  EXPECT_EQ(baseOstrel_GuestProbe.getBaseMI(), nullptr);
-  EXPECT_EQ(baseOstrel_GuestProbe.useCount(), 0U);
+  EXPECT_EQ(baseOstrel_ScriptedProbe.getBaseMI(), nullptr);
+  EXPECT_EQ(baseOstrel_ScriptedProbe.useCount(), 0U);
 }
 
 TEST_P(ObjectManagerTest, OperationsThatTheProviderLeavesOutAreNotSupported) {

@@ -25,12 +25,10 @@ class SharedLibrary {
       : broker_(broker), library_(broker::ProviderLibrary::Open(OSTREL_PCI_LIBRARY)) {}
 
   CMPIInstanceMI* InstanceMI(const std::string& class_name) const {
-    return library_->FindInstanceFactory(class_name)(broker_.raw(), RecordingBroker::Context(),
-                                                     nullptr);
+    return library_->FindInstanceFactory(class_name)(broker_.raw(), RecordingBroker::Context());
   }
   CMPIAssociationMI* AssociationMI(const std::string& class_name) const {
-    return library_->FindAssociationFactory(class_name)(broker_.raw(), RecordingBroker::Context(),
-                                                        nullptr);
+    return library_->FindAssociationFactory(class_name)(broker_.raw(), RecordingBroker::Context());
   }
 
  private:

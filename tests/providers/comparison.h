@@ -20,7 +20,7 @@
 struct Bench {
   // Answers the library as a process that starts has it: nothing built.
   std::function<std::shared_ptr<const broker::ProviderLibrary>()> start;
-  broker::SystemClassMode system_class = broker::SystemClassMode::kServed;
+  SystemClassMode system_class = SystemClassMode::kServed;
 };
 
 // What was compared.

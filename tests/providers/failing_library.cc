@@ -109,17 +109,16 @@ CMPIAssociationMIFT planned_functions<CMPIAssociationMIFT> = {
 // Factories
 
 template <typename Mi>
-using FactoryOf = Mi* (*)(const CMPIBroker*, const CMPIContext*, CMPIStatus*);
+using FactoryOf = Mi* (*)(const CMPIBroker*, const CMPIContext*);
 
 // The one that the object manager has asked for last, and calls next.
 template <typename Mi>
 FactoryOf<Mi> library_factory = nullptr;
 
 template <typename Mi>
-Mi* PlannedFactory(const CMPIBroker* broker, const CMPIContext* context, CMPIStatus* status) {
+Mi* PlannedFactory(const CMPIBroker* broker, const CMPIContext* context) {
   using Table = std::remove_pointer_t<decltype(Mi::ft)>;
-  Mi* record =
-      RunPlanned(Within::kFactories, [&] { return library_factory<Mi>(broker, context, status); });
+  Mi* record = RunPlanned(Within::kFactories, [&] { return library_factory<Mi>(broker, context); });
   library_functions<Table> = record->ft;
   record->ft = &planned_functions<Table>;
   return record;

@@ -9,7 +9,7 @@
 #include "providers/provider_run.h"
 #include "support/cache_reset.h"
 
-inline Bench LinkedBench(broker::SystemClassMode system_class = broker::SystemClassMode::kServed) {
+inline Bench LinkedBench(SystemClassMode system_class = SystemClassMode::kServed) {
   const auto start = [] {
     ResetCache();
     return LinkedProviders();

@@ -36,12 +36,10 @@ class QuietStandardError {
   int kept_;
 };
 
-broker::Options OptionsFor(const fake::Host& host, broker::SystemClassMode mode,
-                           bool quiet_factories) {
+broker::Options OptionsFor(const fake::Host& host, bool quiet_factories) {
   broker::Options options;
   options.imitate = &TestedObjectManager();
   options.system_name = ObjectManagerSystem(host);
-  options.system_class = mode;
   if (quiet_factories) {
     options.around_factory = [](std::string_view, broker::ProviderKind,
                                 const std::function<void()>& call) {
@@ -140,11 +138,12 @@ naive::Answer Expect(naive::Providers& model, const naive::Request& request) {
 
 ProviderRun::ProviderRun(const fake::Host& host,
                          const std::shared_ptr<const broker::ProviderLibrary>& library,
-                         broker::SystemClassMode mode, bool quiet_factories)
-    : manager_(OptionsFor(host, mode, quiet_factories)) {
+                         SystemClassMode mode, bool quiet_factories)
+    : manager_(OptionsFor(host, quiet_factories)) {
   fake::Use(host);
   AddSubclasses(manager_.broker());
   for (const char* name : kProviderClasses) manager_.Register(name, library);
+  ReplaceSystemClass(manager_, {.mode = mode});
 }
 
 naive::Answer ProviderRun::AskWithoutLog(const naive::Request& request) {

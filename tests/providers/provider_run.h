@@ -42,8 +42,7 @@ class ProviderRun {
   // Installs the host. The cache is built by the first request. Lines of the log are those of this
   // run's requests; `quiet_factories`: the factories' trace lines go nowhere.
   ProviderRun(const fake::Host& host, const std::shared_ptr<const broker::ProviderLibrary>& library,
-              broker::SystemClassMode mode = broker::SystemClassMode::kServed,
-              bool quiet_factories = true);
+              SystemClassMode mode = SystemClassMode::kServed, bool quiet_factories = true);
 
   // Answers with the log lines that were written meanwhile.
   naive::Answer Ask(const naive::Request& request);

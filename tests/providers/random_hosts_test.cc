@@ -72,7 +72,7 @@ TEST_P(RandomHosts, OfWellFormedHierarchiesAnswerAsTheModel) {
 
 INSTANTIATE_TEST_SUITE_P(Seeds, RandomHosts, ::testing::Range(0U, 4U));
 
-class SystemClass : public ::testing::TestWithParam<broker::SystemClassMode> {};
+class SystemClass : public ::testing::TestWithParam<SystemClassMode> {};
 
 // The object manager knows no hosting system, or refuses to say.
 TEST_P(SystemClass, ChangesNothingElse) {
@@ -85,7 +85,6 @@ TEST_P(SystemClass, ChangesNothingElse) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Modes, SystemClass,
-                         ::testing::Values(broker::SystemClassMode::kEmpty,
-                                           broker::SystemClassMode::kRefused));
+                         ::testing::Values(SystemClassMode::kEmpty, SystemClassMode::kRefused));
 
 }  // namespace

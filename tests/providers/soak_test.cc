@@ -79,7 +79,7 @@ std::string Live(std::uint32_t seed, Tally& tally) {
   const std::vector<Asked> asked = AskedAlone(host, seed, kRequests);
   Finding finding;
   ProviderRun run(host, broker::ProviderLibrary::Open(OSTREL_PROVIDER_LIBRARY),
-                  broker::SystemClassMode::kServed, false);
+                  SystemClassMode::kServed, false);
   std::atomic<std::size_t> asking = kAskers;
   OnThreads(kAskers + kCleaners, [&](std::size_t thread) {
     if (thread >= kAskers) {

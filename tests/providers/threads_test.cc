@@ -20,7 +20,7 @@ TEST(Threads, AskingEverythingAtOnceAreAnsweredAsOneThread) {
   for (std::uint32_t seed = 1; seed <= 12; ++seed) {
     const fake::Host host = TreeHost(seed);
     const std::vector<Asked> asked = AskedAlone(host, seed, 200);
-    ProviderRun run(host, LinkedBench().start(), broker::SystemClassMode::kServed, false);
+    ProviderRun run(host, LinkedBench().start(), SystemClassMode::kServed, false);
     for (const char* name : kProviderClasses) {
       cim::Status status;
       run.manager().InstanceProvider(name, &status);
@@ -52,7 +52,7 @@ TEST(Threads, CallingTheFactoriesOfAllClassesAtOnceBuildOnce) {
       next.answer.log.clear();
       asked.push_back(std::move(next));
     }
-    ProviderRun run(host, LinkedBench().start(), broker::SystemClassMode::kServed, false);
+    ProviderRun run(host, LinkedBench().start(), SystemClassMode::kServed, false);
     Finding finding;
     OnThreads(asked.size(), [&](std::size_t i) {
       finding.Add(AskAgain(run, asked[i]));
@@ -70,7 +70,7 @@ TEST(Threads, AskingAColdObjectManagerAreAnsweredAsOneThread) {
   for (std::uint32_t seed = 1; seed <= 12; ++seed) {
     const fake::Host host = TreeHost(seed);
     const std::vector<Asked> asked = AskedAlone(host, seed, 40);
-    ProviderRun run(host, LinkedBench().start(), broker::SystemClassMode::kServed, false);
+    ProviderRun run(host, LinkedBench().start(), SystemClassMode::kServed, false);
     Finding finding;
     OnThreads(kThreads, [&](std::size_t thread) {
       for (std::size_t i = 0; i < asked.size(); ++i) {

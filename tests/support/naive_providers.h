@@ -24,6 +24,7 @@
 #include "support/fake_host.h"
 #include "support/log_capture.h"
 #include "support/naive_topology.h"
+#include "support/system_class.h"
 
 namespace naive {
 
@@ -60,7 +61,7 @@ struct Answer {
 // The hosting system's class, as the object manager serves it.
 struct SystemClass {
   std::string name;  // of its one instance
-  broker::SystemClassMode mode = broker::SystemClassMode::kServed;
+  SystemClassMode mode = SystemClassMode::kServed;
 };
 
 // The namespace that requests are made in, and a class that is a subclass for the tests alone:

@@ -1,6 +1,6 @@
 // Which kind of object manager the provider tests run on. CTest runs them several times: as they
 // are, and with OSTREL_TEST_OBJECT_MANAGER set to one of the others that are imitated
-// (broker/imitation.h).
+// (support/imitations.h).
 //
 // Thread rule: reads the environment; nobody writes it.
 
@@ -16,9 +16,9 @@
 #include <string_view>
 #include <vector>
 
-#include "broker/imitation.h"
 #include "cim/value.h"
 #include "platform/cmpi/cmpi.h"
+#include "support/imitations.h"
 
 inline std::string_view ObjectManagerKind() {
   const char* kind = std::getenv("OSTREL_TEST_OBJECT_MANAGER");

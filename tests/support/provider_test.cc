@@ -141,7 +141,6 @@ std::string Answer::Text() const {
       case Event::kInstance: text += "[" + Brief((instance++)->path) + "]"; break;
       case Event::kObjectPath: text += Brief(*path++); break;
       case Event::kDone: text += "done"; break;
-      case Event::kError: text += "error"; break;
     }
     text += ", ";
   }
@@ -268,17 +267,10 @@ ObjectPath Without(ObjectPath path, const std::string& key) {
   return path;
 }
 
-broker::Options WithoutSystem() {
-  broker::Options options;
-  options.system_class = broker::SystemClassMode::kEmpty;
-  return options;
-}
+SystemClassAnswer WithoutSystem() { return {SystemClassMode::kEmpty, {}}; }
 
-broker::Options RefusingSystem(CMPIrc code, const std::string& message) {
-  broker::Options options;
-  options.system_class = broker::SystemClassMode::kRefused;
-  options.system_class_refusal = {code, message};
-  return options;
+SystemClassAnswer RefusingSystem(CMPIrc code, const std::string& message) {
+  return {SystemClassMode::kRefused, {code, message}};
 }
 
 broker::AssociationFilter ResultClass(const std::string& class_name) {
@@ -305,8 +297,7 @@ class ProviderTest::BrokerExtension {
   explicit BrokerExtension(const CMPIBroker* broker)
       : functions_(CopyOfTable(broker->eft)), original_(broker->eft) {
     current_ = this;
-    const_cast<CMPIBroker*>(broker)->eft =
-        &functions_;  // NOLINT: the manager's, made to be written
+    const_cast<CMPIBroker*>(broker)->eft = &functions_;  // the manager's, made to be written
   }
   // The manager, whose providers may have copies of its broker, is gone.
   ~BrokerExtension() { current_ = nullptr; }
@@ -380,16 +371,18 @@ void ProviderTest::TearDown() {
   EXPECT_EQ(fake::LiveObjects(), fake::Live{});
 }
 
-void ProviderTest::Use(const fake::Host& host, broker::Options options) {
+void ProviderTest::Use(const fake::Host& host, const SystemClassAnswer& system) {
   manager_.reset();
   extension_.reset();
   LoadHost(host);
   log.Clear();
+  broker::Options options;
   options.system_name = host.system_name;
   options.imitate = &TestedObjectManager();
   manager_ = std::make_unique<broker::ObjectManager>(std::move(options));
   const auto library = broker::ProviderLibrary::FromResolver(&FindFactory);
   for (const char* class_name : kClasses) manager_->Register(ClassName(class_name), library);
+  ReplaceSystemClass(*manager_, system);
 }
 
 Answer ProviderTest::Request(const std::function<cim::Status(broker::ResultSink&)>& request) {
@@ -468,6 +461,12 @@ Answer ProviderTest::RunProbe(const ObjectPath& path, ProbeOperation operation, 
 
 ProviderTest::BrokerExtension& ProviderTest::ExtendBroker() {
   extension_ = std::make_unique<BrokerExtension>(manager_->broker());
+  // Providers that are there already may have copies of the broker: they are made anew.
+  for (const char* class_name : kClasses) {
+    for (const auto kind : {broker::ProviderKind::kAssociation, broker::ProviderKind::kInstance}) {
+      manager_->Cleanup(ClassName(class_name), kind, true);
+    }
+  }
   return *extension_;
 }
 

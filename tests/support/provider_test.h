@@ -44,6 +44,7 @@
 #include "support/cache_reset.h"
 #include "support/fake_host.h"
 #include "support/log_capture.h"
+#include "support/system_class.h"
 
 // What a request was answered with.
 struct Answer : broker::Recorder {
@@ -97,9 +98,9 @@ cim::ObjectPath AssociationPath(const std::string& class_name, const cim::Object
 cim::ObjectPath With(cim::ObjectPath path, const std::string& key, cim::Value value);
 cim::ObjectPath Without(cim::ObjectPath path, const std::string& key);
 
-// Options of an object manager whose class of the hosting system has no instances, or is refused.
-broker::Options WithoutSystem();
-broker::Options RefusingSystem(CMPIrc code, const std::string& message);
+// A class of the hosting system that has no instances, or is refused.
+SystemClassAnswer WithoutSystem();
+SystemClassAnswer RefusingSystem(CMPIrc code, const std::string& message);
 
 // Filters by the result class alone.
 broker::AssociationFilter ResultClass(const std::string& class_name);
@@ -124,14 +125,14 @@ class ProviderTest : public ::testing::Test {
   ProviderTest();
   ~ProviderTest() override;
 
-  // Every test ends with a guest that the object manager has nothing to say against, and without
+  // Every test ends with providers that the object manager has nothing to say against, and without
   // host objects that nobody freed.
   void TearDown() override;
 
   // Starts anew on the host: nothing built, no provider object made. Builds the cache at once, so
   // that failures injected afterwards strike the requests alone; the build's lines are not in
   // `log`.
-  void Use(const fake::Host& host, broker::Options options = {});
+  void Use(const fake::Host& host, const SystemClassAnswer& system = {});
 
   Answer EnumNames(const std::string& class_name);
   Answer EnumInstances(const std::string& class_name, const PropertyList& properties = {});

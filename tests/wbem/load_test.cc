@@ -18,16 +18,16 @@
 #include "support/on_threads.h"
 #include "support/sanitizers.h"
 #include "wbem/answers.h"
-#include "wbem/guest.h"
 #include "wbem/messages.h"
 #include "wbem/raw_client.h"
+#include "wbem/scripted_provider.h"
 #include "wbem/server.h"
 
 namespace {
 
 const std::string kEnumerate = "EnumerateInstances";
 
-std::string Enumeration() { return messages::Post(kEnumerate, messages::Class(guest::kClass)); }
+std::string Enumeration() { return messages::Post(kEnumerate, messages::Class(scripted::kClass)); }
 
 // Resident memory of the process in bytes.
 std::size_t Resident() {
@@ -46,11 +46,11 @@ class LoadTest : public testing::Test {
   }
   void TearDown() override {
     server_->Stop();
-    guest::Behave({});
+    scripted::Behave({});
     EXPECT_TRUE(manager_->ProviderErrors().empty());
   }
 
-  std::unique_ptr<broker::ObjectManager> manager_ = guest::Manager();
+  std::unique_ptr<broker::ObjectManager> manager_ = scripted::Manager();
   std::unique_ptr<wbem::Server> server_;
   int port_ = 0;
 };
@@ -164,9 +164,9 @@ TEST_F(LoadTest, TenThousandRequestsTakeNoMemory) {
 
 TEST_F(LoadTest, SixtyFourThousandInstancesAreNeverHeldAtOnce) {
   constexpr int kInstances = 64'000;
-  guest::Behaviour behaviour;
+  scripted::Behaviour behaviour;
   behaviour.instances = kInstances;
-  guest::Behave(behaviour);
+  scripted::Behave(behaviour);
 
   const std::size_t before = Resident();
   RawClient client(port_);

@@ -13,8 +13,8 @@
 #include "cim/schema.h"
 #include "support/fake_host.h"
 #include "wbem/answers.h"
-#include "wbem/guest.h"
 #include "wbem/messages.h"
+#include "wbem/scripted_provider.h"
 
 namespace {
 
@@ -494,80 +494,80 @@ TEST_F(OperationsTest, AKnownSourceThatIsNotThereHasNoAssociations) {
 // ---------------------------------------------------------------------------------------------
 // On a provider that does as it is told
 
-class GuestTest : public testing::Test {
+class ScriptedProviderTest : public testing::Test {
  protected:
-  void TearDown() override { guest::Behave({}); }
+  void TearDown() override { scripted::Behave({}); }
 
   std::string Enumerate() {
-    return AnswerText(*manager_, messages::Call("EnumerateInstances", Class(guest::kClass)));
+    return AnswerText(*manager_, messages::Call("EnumerateInstances", Class(scripted::kClass)));
   }
 
-  std::unique_ptr<broker::ObjectManager> manager_ = guest::Manager();
+  std::unique_ptr<broker::ObjectManager> manager_ = scripted::Manager();
 };
 
-TEST_F(GuestTest, AProvidersFailureIsTheAnswer) {
-  guest::Behaviour behaviour;
+TEST_F(ScriptedProviderTest, AProvidersFailureIsTheAnswer) {
+  scripted::Behaviour behaviour;
   behaviour.status = CMPI_RC_ERR_ACCESS_DENIED;
-  guest::Behave(behaviour);
+  scripted::Behave(behaviour);
   EXPECT_EQ(CimAnswer(Enumerate(), "EnumerateInstances").error(), 2);
 }
 
-TEST_F(GuestTest, AFailureThatCimDoesNotKnowIsFailed) {
-  guest::Behaviour behaviour;
+TEST_F(ScriptedProviderTest, AFailureThatCimDoesNotKnowIsFailed) {
+  scripted::Behaviour behaviour;
   behaviour.status = CMPI_RC_ERROR_SYSTEM;
-  guest::Behave(behaviour);
+  scripted::Behave(behaviour);
   EXPECT_EQ(CimAnswer(Enumerate(), "EnumerateInstances").error(), kFailed);
 }
 
-TEST_F(GuestTest, AProviderIsToldEachKnownPropertyOnce) {
+TEST_F(ScriptedProviderTest, AProviderIsToldEachKnownPropertyOnce) {
   std::vector<std::string> told;
-  guest::Behaviour behaviour;
+  scripted::Behaviour behaviour;
   behaviour.on_list = [&](const char** list) {
     for (; *list != nullptr; ++list) told.emplace_back(*list);
   };
-  guest::Behave(behaviour);
+  scripted::Behave(behaviour);
   const std::string list =
       List("PropertyList", {"elementname", "None", "ElementName", "BUSNUMBER", "elementname"});
   const CimAnswer answer(
-      AnswerText(*manager_, messages::Call("EnumerateInstances", Class(guest::kClass) + list)),
+      AnswerText(*manager_, messages::Call("EnumerateInstances", Class(scripted::kClass) + list)),
       "EnumerateInstances");
   EXPECT_THAT(told, UnorderedElementsAre("ElementName", "BusNumber"));
   EXPECT_THAT(answer.properties(), UnorderedElementsAre("ElementName", "BusNumber"));
 }
 
-TEST_F(GuestTest, TextThatXmlDoesNotAllowIsReplaced) {
-  guest::Behaviour behaviour;
+TEST_F(ScriptedProviderTest, TextThatXmlDoesNotAllowIsReplaced) {
+  scripted::Behaviour behaviour;
   behaviour.element_name = "a\x01\xff<";
-  guest::Behave(behaviour);
+  scripted::Behave(behaviour);
   const CimAnswer answer(Enumerate(), "EnumerateInstances");
   const auto property = answer.elements().at(0).select_node(".//PROPERTY[@NAME='ElementName']");
   EXPECT_STREQ(property.node().child_value("VALUE"), "a\ufffd\ufffd<");
 }
 
-TEST_F(GuestTest, AFailureAfterAPartWasSentBreaksTheStream) {
-  guest::Behaviour behaviour;
+TEST_F(ScriptedProviderTest, AFailureAfterAPartWasSentBreaksTheStream) {
+  scripted::Behaviour behaviour;
   behaviour.instances = 2000;
   behaviour.status = CMPI_RC_ERR_FAILED;
-  guest::Behave(behaviour);
+  scripted::Behave(behaviour);
   TextSink sink;
-  EXPECT_THROW(
-      wbem::Answer(*manager_,
-                   wbem::ParseRequest(messages::Call("EnumerateInstances", Class(guest::kClass))),
-                   "h", sink),
-      wbem::StreamBroken);
+  EXPECT_THROW(wbem::Answer(*manager_,
+                            wbem::ParseRequest(
+                                messages::Call("EnumerateInstances", Class(scripted::kClass))),
+                            "h", sink),
+               wbem::StreamBroken);
   EXPECT_NE(sink.text, "");
   EXPECT_EQ(sink.text.find("</CIM>"), std::string::npos);
   EXPECT_EQ(sink.text.find("<ERROR"), std::string::npos);
 }
 
-TEST_F(GuestTest, AnswersAreWrittenInPieces) {
-  guest::Behaviour behaviour;
+TEST_F(ScriptedProviderTest, AnswersAreWrittenInPieces) {
+  scripted::Behaviour behaviour;
   behaviour.instances = 5000;
-  guest::Behave(behaviour);
+  scripted::Behave(behaviour);
   TextSink sink;
   wbem::Answer(*manager_,
-               wbem::ParseRequest(messages::Call("EnumerateInstances", Class(guest::kClass))), "h",
-               sink);
+               wbem::ParseRequest(messages::Call("EnumerateInstances", Class(scripted::kClass))),
+               "h", sink);
   const CimAnswer answer(sink.text, "EnumerateInstances");
   EXPECT_THAT(answer.elements(), SizeIs(5000));
   EXPECT_GT(sink.writes, 10);
@@ -579,18 +579,18 @@ class GoneSink : public wbem::ByteSink {
   void Write(std::string_view /*bytes*/) override { throw wbem::StreamBroken("gone"); }
 };
 
-TEST_F(GuestTest, AnOperationEndsWhenItsClientIsGone) {
-  guest::Behaviour behaviour;
+TEST_F(ScriptedProviderTest, AnOperationEndsWhenItsClientIsGone) {
+  scripted::Behaviour behaviour;
   behaviour.instances = 1'000'000;
   int last = 0;
   behaviour.on_element = [&](int number) { last = number; };
-  guest::Behave(behaviour);
+  scripted::Behave(behaviour);
   GoneSink sink;
-  EXPECT_THROW(
-      wbem::Answer(*manager_,
-                   wbem::ParseRequest(messages::Call("EnumerateInstances", Class(guest::kClass))),
-                   "h", sink),
-      wbem::StreamBroken);
+  EXPECT_THROW(wbem::Answer(*manager_,
+                            wbem::ParseRequest(
+                                messages::Call("EnumerateInstances", Class(scripted::kClass))),
+                            "h", sink),
+               wbem::StreamBroken);
   EXPECT_LT(last, 5000);
 }
 

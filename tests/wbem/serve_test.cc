@@ -9,7 +9,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "wbem/guest.h"
+#include "wbem/scripted_provider.h"
 
 namespace {
 
@@ -31,7 +31,7 @@ class BreaksTheListener : public std::stringbuf {
 };
 
 TEST(Serve, TakesAllDescriptorsItMayAndSaysThatTheServerHasCeased) {
-  const auto manager = guest::Manager();
+  const auto manager = scripted::Manager();
   rlimit files{};
   ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &files), 0);
   files.rlim_cur = kFew;

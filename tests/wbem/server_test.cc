@@ -21,9 +21,9 @@
 
 #include "wbem/answers.h"
 #include "wbem/cim_xml_request.h"
-#include "wbem/guest.h"
 #include "wbem/messages.h"
 #include "wbem/raw_client.h"
+#include "wbem/scripted_provider.h"
 
 namespace {
 
@@ -39,14 +39,14 @@ using testing::SizeIs;
 
 const std::string kEnumerate = "EnumerateInstances";
 
-std::string Enumeration() { return Post(kEnumerate, Class(guest::kClass)); }
+std::string Enumeration() { return Post(kEnumerate, Class(scripted::kClass)); }
 
 class ServerTest : public testing::Test {
  protected:
   ServerTest() { Start({}); }
   void TearDown() override {
     server_->Stop();
-    guest::Behave({});
+    scripted::Behave({});
     EXPECT_TRUE(manager_->ProviderErrors().empty());
   }
 
@@ -83,7 +83,7 @@ class ServerTest : public testing::Test {
     EXPECT_THAT(answer.elements(), SizeIs(3));
   }
 
-  std::unique_ptr<broker::ObjectManager> manager_ = guest::Manager();
+  std::unique_ptr<broker::ObjectManager> manager_ = scripted::Manager();
   std::unique_ptr<wbem::Server> server_;
   int port_ = 0;
 };
@@ -125,7 +125,7 @@ TEST_F(ServerTest, ARequestMayComeByteByByte) {
 }
 
 TEST_F(ServerTest, ARequestMayComeInChunks) {
-  const std::string body = messages::Call(kEnumerate, Class(guest::kClass));
+  const std::string body = messages::Call(kEnumerate, Class(scripted::kClass));
   std::string request =
       Replaced(Head(kEnumerate, 0), "Content-Length: 0", "Transfer-Encoding: chunked") + "\r\n";
   for (std::size_t i = 0; i < body.size(); i += 10) {
@@ -145,7 +145,7 @@ TEST_F(ServerTest, AnOldClientGetsAPlainAnswer) {
 
 TEST_F(ServerTest, AClientMayAskWhetherToGoOn) {
   RawClient client(port_);
-  const std::string body = messages::Call(kEnumerate, Class(guest::kClass));
+  const std::string body = messages::Call(kEnumerate, Class(scripted::kClass));
   ASSERT_TRUE(client.Send(Head(kEnumerate, body.size(), "Expect: 100-continue\r\n") + "\r\n"));
   const auto interim = client.Receive();
   ASSERT_TRUE(interim);
@@ -165,7 +165,7 @@ TEST_F(ServerTest, PathsNameTheHostAsTheClientDoes) {
   const std::string body = messages::Call(
       "AssociatorNames",
       messages::Parameter("ObjectName",
-                          messages::InstanceName(guest::kClass, {{"InstanceID", "x"}})));
+                          messages::InstanceName(scripted::kClass, {{"InstanceID", "x"}})));
   EXPECT_TRUE(Ask(Head("AssociatorNames", body.size()) + "\r\n" + body));
 }
 
@@ -205,7 +205,7 @@ TEST_F(ServerTest, PagesOfBrowsersAreRefused) {
         << site;
   }
   EXPECT_EQ(Refusal("OPTIONS * HTTP/1.1\r\nHost: localhost\r\nOrigin: null\r\n\r\n"), "403");
-  ExpectThree(Ask(Post(kEnumerate, Class(guest::kClass), "Sec-Fetch-Site: none\r\n")));
+  ExpectThree(Ask(Post(kEnumerate, Class(scripted::kClass), "Sec-Fetch-Site: none\r\n")));
 }
 
 TEST_F(ServerTest, AMandatoryRequestIsAcknowledged) {
@@ -487,9 +487,9 @@ TEST_F(ImpatientServerTest, ABodyThatTricklesEnds) {
 }
 
 TEST_F(ImpatientServerTest, AnAnswerThatNobodyReadsEnds) {
-  guest::Behaviour behaviour;
+  scripted::Behaviour behaviour;
   behaviour.instances = 1'000'000;
-  guest::Behave(behaviour);
+  scripted::Behave(behaviour);
   RawClient client(port_);
   ASSERT_TRUE(client.Send(Enumeration()));
   // Not read: what the kernel holds for it is soon full. Both threads come free again.
@@ -582,19 +582,19 @@ TEST_F(ServerTest, AcceptingGoesOnOnceThereAreDescriptors) {
 // Answers that cannot be completed
 
 TEST_F(ServerTest, AFailureAfterAPartWasSentCutsTheAnswerOff) {
-  guest::Behaviour behaviour;
+  scripted::Behaviour behaviour;
   behaviour.instances = 5000;
   behaviour.status = CMPI_RC_ERR_FAILED;
-  guest::Behave(behaviour);
+  scripted::Behave(behaviour);
   RawClient client(port_);
   ASSERT_TRUE(client.Send(Enumeration()));
   EXPECT_FALSE(client.Receive());
 }
 
 TEST_F(ServerTest, AFailureBeforeIsAnError) {
-  guest::Behaviour behaviour;
+  scripted::Behaviour behaviour;
   behaviour.status = CMPI_RC_ERR_FAILED;
-  guest::Behave(behaviour);
+  scripted::Behave(behaviour);
   const auto response = Ask(Enumeration());
   ASSERT_TRUE(response);
   EXPECT_EQ(CimAnswer(response->body, kEnumerate).error(), 1);
@@ -618,10 +618,10 @@ TEST_F(ServerTest, TheLogHasALineForEachRequest) {
   Ask(Replaced(Enumeration(), "CIMMethod: Enum", "CIMMethod: Xnum"));
   Ask(Replaced(Enumeration(), "localhost", "evil.example"));
   Ask("no HTTP\r\n\r\n");
-  guest::Behaviour behaviour;
+  scripted::Behaviour behaviour;
   behaviour.instances = 5000;
   behaviour.status = CMPI_RC_ERR_FAILED;
-  guest::Behave(behaviour);
+  scripted::Behave(behaviour);
   Ask(Enumeration());
   server_->Stop();  // the lines may come after the answers
   ASSERT_TRUE(answer);
@@ -644,7 +644,7 @@ TEST_F(ServerTest, TheLogHasALineForEachRequest) {
 // Addresses, start and stop
 
 TEST(ServerAddress, OnlyLoopbackIsServed) {
-  const auto manager = guest::Manager();
+  const auto manager = scripted::Manager();
   for (const char* address : {"0.0.0.0", "192.168.1.1", "::", "fe80::1", "example.com", "",
                               "128.0.0.1", "127.0.0", "*"}) {
     wbem::ServerOptions options;
@@ -677,7 +677,7 @@ bool HasIpv6Loopback() {
 
 TEST(ServerAddress, TheLoopbackAddressOfIpv6IsServed) {
   if (!HasIpv6Loopback()) GTEST_SKIP() << "this machine has no ::1";
-  const auto manager = guest::Manager();
+  const auto manager = scripted::Manager();
   wbem::ServerOptions options;
   options.address = "::1";
   options.port = 0;
@@ -697,7 +697,7 @@ TEST(ServerAddress, TheLoopbackAddressOfIpv6IsServed) {
 }
 
 TEST(ServerAddress, APortInUseIsAnError) {
-  const auto manager = guest::Manager();
+  const auto manager = scripted::Manager();
   wbem::ServerOptions options;
   options.port = 0;
   wbem::Server first(*manager, options);
@@ -707,7 +707,7 @@ TEST(ServerAddress, APortInUseIsAnError) {
 }
 
 TEST(ServerAddress, UrlHasThePort) {
-  const auto manager = guest::Manager();
+  const auto manager = scripted::Manager();
   wbem::ServerOptions options;
   options.port = 0;
   wbem::Server server(*manager, options);
@@ -726,12 +726,12 @@ TEST_F(ServerTest, StopEndsIdleConnections) {
 
 TEST_F(ServerTest, StopLetsARunningRequestFinish) {
   std::thread stopper;
-  guest::Behaviour behaviour;
+  scripted::Behaviour behaviour;
   behaviour.instances = 2000;
   behaviour.on_element = [&](int number) {
     if (number == 1000) stopper = std::thread([&] { server_->Stop(); });
   };
-  guest::Behave(behaviour);
+  scripted::Behave(behaviour);
   const auto response = Ask(Enumeration());
   stopper.join();
   ASSERT_TRUE(response);
@@ -744,9 +744,9 @@ TEST_F(ServerTest, StopDoesNotWaitForEver) {
   wbem::ServerOptions options;
   options.stop = milliseconds(50);
   Start(options);
-  guest::Behaviour behaviour;
+  scripted::Behaviour behaviour;
   behaviour.instances = 100'000'000;
-  guest::Behave(behaviour);
+  scripted::Behave(behaviour);
   RawClient client(port_);
   ASSERT_TRUE(client.Send(Enumeration()));  // and not read
   server_->Stop();

@@ -96,16 +96,16 @@ void Providers::SystemDeviceGetInstance(const ObjectPath& path, const PropertyLi
 // What the object manager says when it is asked for the hosting system.
 
 void Providers::ReturnSystemNameOfObjectManager() {
-  if (system_.mode == broker::SystemClassMode::kRefused) throw Status{CMPI_RC_ERR_FAILED, true};
-  if (system_.mode == broker::SystemClassMode::kEmpty) return;
+  if (system_.mode == SystemClassMode::kRefused) throw Status{CMPI_RC_ERR_FAILED, true};
+  if (system_.mode == SystemClassMode::kEmpty) return;
   ObjectPath path = SystemPath();
   path.keys[1].second = system_.name;
   ReturnPath(path);
 }
 
 void Providers::ReturnSystemOfObjectManager(const PropertyList& properties) {
-  if (system_.mode == broker::SystemClassMode::kRefused) throw Status{CMPI_RC_ERR_FAILED, true};
-  if (system_.mode == broker::SystemClassMode::kEmpty) return;
+  if (system_.mode == SystemClassMode::kRefused) throw Status{CMPI_RC_ERR_FAILED, true};
+  if (system_.mode == SystemClassMode::kEmpty) return;
   ObjectPath path = SystemPath();
   path.keys[1].second = system_.name;
   Instance instance = InstanceFrom(path);

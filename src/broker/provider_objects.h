@@ -1,10 +1,10 @@
-// How the functions of the tables meet their guest: they take its objects and values with care, and
+// How the functions of the tables meet a provider: they take its objects and values with care, and
 // answer in the ways of CMPI.
 //
 // Thread rule: these work on the calling thread's call.
 
-#ifndef BROKER_GUEST_H_
-#define BROKER_GUEST_H_
+#ifndef BROKER_PROVIDER_OBJECTS_H_
+#define BROKER_PROVIDER_OBJECTS_H_
 
 #include <string>
 #include <string_view>
@@ -15,16 +15,16 @@
 
 namespace broker {
 
-// Keeps in the manager's list of provider errors that the guest misused `function`.
+// Keeps in the manager's list of provider errors that the provider misused `function`.
 void ReportMisuse(const char* function, std::string text);
 
 // ---------------------------------------------------------------------------------------------
-// Objects of the guest
+// Objects of the provider
 
 // Whether the object lives, is of that kind and is this call's to use; reports where it is not.
 bool IsUsable(const ObjectState& state, ObjectKind kind, const char* function);
 
-// The object behind the guest's record, or nullptr, reported, where the guest may not use it.
+// The object behind the provider's record, or nullptr, reported, where it may not use it.
 // Tables declare some arguments const that they change; the object is not.
 template <class T>
 T* Use(const typename T::Record* record, const char* function) {
@@ -47,8 +47,8 @@ Region& RegionFor(const ObjectState& state);
 // thread has none.
 Call* CallFor(const CMPIBroker* mb, const char* function, CMPIStatus* rc);
 
-// Copies the value that the guest passed (CMPI_chars: the pointer is the text) into the region. A
-// null pointer is a null value.
+// Copies the value that the provider passed (CMPI_chars: the pointer is the text) into the region.
+// A null pointer is a null value.
 CMPIrc TakeValue(Region& region, const CMPIValue* value, CMPIType type, const char* function,
                  CMPIData* taken);
 
@@ -85,59 +85,9 @@ inline CMPIData Unusable(CMPIStatus* rc) {
   return {CMPI_null, CMPI_badValue | CMPI_nullValue, {}};
 }
 
-// ---------------------------------------------------------------------------------------------
-// What the tables of several objects have in common
-
-// The bodies of `release` and `clone`.
-template <class T>
-CMPIStatus ReleaseObject(typename T::Record* record, const char* function);
-template <class T>
-typename T::Record* CloneObject(const typename T::Record* record, CMPIStatus* rc,
-                                const char* function);
-
-CMPIStatus ReleaseState(ObjectState& state);
-Region& NewCloneRegion(const ObjectState& of);
-void EndCloneRegion(Region& region);
-
-// A copy that is independent of any call, until its release.
-template <class T>
-T* NewClone(const T& object) {
-  Region& region = NewCloneRegion(object.state);
-  try {
-    T* copy = Copy(region, object);
-    copy->state.clone_root = true;
-    return copy;
-  } catch (...) {
-    EndCloneRegion(region);
-    throw;
-  }
-}
-
-template <class T>
-CMPIStatus ReleaseObject(typename T::Record* record, const char* function) {
-  T* object = Use<T>(record, function);
-  return object != nullptr ? ReleaseState(object->state) : Answer(CMPI_RC_ERR_INVALID_HANDLE);
-}
-
-template <class T>
-typename T::Record* CloneObject(const typename T::Record* record, CMPIStatus* rc,
-                                const char* function) {
-  const T* object = Use<T>(record, function);
-  if (object == nullptr) {
-    return Answer(rc, CMPI_RC_ERR_INVALID_HANDLE, static_cast<typename T::Record*>(nullptr));
-  }
-  return Made(rc, NewClone(*object));
-}
-
-// A named value by position, with its name where asked for.
-CMPIData NamedAt(const ObjectState& owner, const NamedList& list, CMPICount index,
-                 CMPIString** name, CMPIStatus* rc);
 // A named value by name.
 CMPIData NamedByName(const NamedList& list, const char* name, CMPIStatus* rc, const char* function);
-// Sets a named value of an object that has no class to hold it to.
-CMPIStatus TakeNamed(const ObjectState& owner, NamedList& list, const char* name,
-                     const CMPIValue* value, CMPIType type, const char* function);
 
 }  // namespace broker
 
-#endif  // BROKER_GUEST_H_
+#endif  // BROKER_PROVIDER_OBJECTS_H_

@@ -1,7 +1,7 @@
-// An object manager with the guest libraries of this folder loaded.
+// An object manager with the provider libraries of this folder loaded.
 
-#ifndef TESTS_BROKER_GUEST_H_
-#define TESTS_BROKER_GUEST_H_
+#ifndef TESTS_BROKER_TEST_PROVIDERS_H_
+#define TESTS_BROKER_TEST_PROVIDERS_H_
 
 #include <gtest/gtest.h>
 
@@ -10,20 +10,20 @@
 #include <utility>
 #include <vector>
 
-#include "broker/imitation.h"
 #include "broker/object_manager.h"
+#include "support/imitations.h"
 
 namespace broker {
 
-inline std::shared_ptr<const ProviderLibrary> GuestLibrary() {
-  return ProviderLibrary::Open(GUEST_PROVIDER);
+inline std::shared_ptr<const ProviderLibrary> TestLibrary() {
+  return ProviderLibrary::Open(TEST_PROVIDER);
 }
 
-// Registers `classes` of the guest library.
+// Registers `classes` of the test provider library.
 inline std::unique_ptr<ObjectManager> ManagerWith(const std::vector<std::string>& classes,
                                                   Options options = {}) {
   auto manager = std::make_unique<ObjectManager>(std::move(options));
-  const auto library = GuestLibrary();
+  const auto library = TestLibrary();
   for (const std::string& name : classes) manager->Register(name, library);
   return manager;
 }
@@ -47,21 +47,26 @@ inline Outcome Enumerate(ObjectManager& manager, const std::string& class_name) 
   return outcome;
 }
 
-// Enumerates a class of the interface provider, whose checks must all hold; `errors` are then those
+// Enumerates a class of the interface provider, by a path with the key "When"; its checks must all
+// hold; `errors` are then those
 // that the checks are about.
-inline Outcome RunChecks(ObjectManager& manager, const std::string& class_name) {
+inline Outcome RunChecks(ObjectManager& manager, const std::string& class_name,
+                         const cim::Value& when = cim::Value("never")) {
   manager.Register(class_name, ProviderLibrary::Open(INTERFACE_PROVIDER));
-  Outcome outcome = Enumerate(manager, class_name);
+  Outcome outcome;
+  outcome.status = manager.EnumerateInstances(class_name, PathWith(class_name, "When", when),
+                                              std::nullopt, outcome.found);
+  outcome.errors = manager.ProviderErrors();
   if (outcome.found.instances.size() != 1) {
     ADD_FAILURE() << "no report: " << ToString(outcome.status);
     return outcome;
   }
   const cim::Instance& report = outcome.found.instances[0];
-  EXPECT_EQ(*report.Find("Failures"), cim::Value(""));
+  EXPECT_EQ(*report.Find("Failures")->text(), "");
   EXPECT_GT(*report.Find("Checks")->as_unsigned(), 0U);
   return outcome;
 }
 
 }  // namespace broker
 
-#endif  // TESTS_BROKER_GUEST_H_
+#endif  // TESTS_BROKER_TEST_PROVIDERS_H_

@@ -1,4 +1,4 @@
-#include "broker/imitation.h"
+#include "support/imitations.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -9,8 +9,8 @@
 
 #include "broker/call.h"
 #include "broker/entry.h"
-#include "broker/guest.h"
 #include "broker/objects.h"
+#include "broker/provider_objects.h"
 #include "cim/schema.h"
 
 namespace broker {
@@ -25,7 +25,7 @@ const Imitation& Itself() {
 
 namespace {
 
-// The first `bytes` of a table, in memory of exactly that size. Never freed: a guest may keep a
+// The first `bytes` of a table, in memory of exactly that size. Never freed: a provider may keep a
 // record for as long as the process lives.
 template <class Table>
 Table* CutOff(const Table& table, std::size_t bytes) {
@@ -42,13 +42,15 @@ Table* OldTable(Table table, std::size_t bytes = sizeof(Table)) {
   return CutOff(table, bytes);
 }
 
-constexpr auto kNotBefore20 =
-    static_cast<unsigned>(CMPI_MB_Supports_MemEnhancements | CMPI_MB_Supports_Extended_Error);
+// A broker record ends before its last member.
+std::shared_ptr<const CMPIBroker> OldBroker(const CMPIBroker& own) {
+  return {CutOff(own, offsetof(CMPIBroker, mft)), [](CMPIBroker* broker) { std::free(broker); }};
+}
 
 CMPIBrokerFT* OldServices() {
   CMPIBrokerFT services = broker_services;
   services.brokerVersion = CMPIVersion100;
-  services.brokerCapabilities &= ~kNotBefore20;
+  services.brokerCapabilities &= ~static_cast<unsigned>(CMPI_MB_Supports_MemEnhancements);
   return CutOff(services, sizeof(services));
 }
 
@@ -62,12 +64,10 @@ Tables OldTables() {
   tables.array = OldTable(array_table);
   tables.path = OldTable(path_table);
   tables.instance = OldTable(instance_table, offsetof(CMPIInstanceFT, setPropertyWithOrigin));
-  tables.args = OldTable(args_table);
   tables.context = OldTable(context_table);
   tables.result = OldTable(result_table, offsetof(CMPIResultFT, returnError));
   tables.enumeration = OldTable(enumeration_table);
   tables.date_time = OldTable(date_time_table);
-  tables.error = nullptr;
   return tables;
 }
 
@@ -75,7 +75,7 @@ Tables OldTables() {
 
 const Imitation& Cmpi10() {
   static const Tables tables = OldTables();
-  static const Imitation imitation{tables};
+  static const Imitation imitation{tables, nullptr, OldBroker};
   return imitation;
 }
 
@@ -127,10 +127,17 @@ CMPIStatus SetOverDefault(const CMPIInstance* inst, const char* name, const CMPI
   return status;
 }
 
+bool IsGetInstance(const Call& call) { return call.operation() == std::string_view("GetInstance"); }
+
 // Whether the result has the instance of a GetInstance already.
 bool IsServed(const CMPIResult* rslt) {
   const Call& call = *Behind<ResultObject>(const_cast<CMPIResult*>(rslt))->call;
-  return call.operation() == std::string_view("GetInstance") && call.instances() != 0;
+  return IsGetInstance(call) && call.instances() != 0;
+}
+
+// Whether a GetInstance ended well and without instance.
+bool IsUnserved(const Call& call, const cim::Status& status) {
+  return IsGetInstance(call) && status.ok() && call.instances() == 0;
 }
 
 // What both offer; each has functions of its own beside.
@@ -171,8 +178,8 @@ CMPIStatus ReturnFirst(const CMPIResult* rslt, const CMPIInstance* inst) {
   return IsServed(rslt) ? Answer(CMPI_RC_OK) : result_table.returnInstance(rslt, inst);
 }
 
-cim::Status NotFoundWithoutInstance(const cim::Status& status, std::size_t instances) {
-  return status.ok() && instances == 0 ? cim::Status{CMPI_RC_ERR_NOT_FOUND, {}} : status;
+cim::Status NotFoundWithoutInstance(const Call& call, const cim::Status& status) {
+  return IsUnserved(call, status) ? cim::Status{CMPI_RC_ERR_NOT_FOUND, {}} : status;
 }
 
 struct SfcbTables : ServerTables {
@@ -228,8 +235,12 @@ CMPIStatus ReturnOnly(const CMPIResult* rslt, const CMPIInstance* inst) {
   return IsServed(rslt) ? Refused(kTooMany) : result_table.returnInstance(rslt, inst);
 }
 
-cim::Status FailedWithoutInstance(const cim::Status& status, std::size_t instances) {
-  return status.ok() && instances == 0 ? cim::Status{CMPI_RC_ERR_FAILED, kTooFew} : status;
+cim::Status FailedWithoutInstance(const Call& call, const cim::Status& status) {
+  return IsUnserved(call, status) ? cim::Status{CMPI_RC_ERR_FAILED, kTooFew} : status;
+}
+
+std::shared_ptr<const CMPIBroker> OwnBroker(const CMPIBroker& own) {
+  return std::make_shared<CMPIBroker>(own);
 }
 
 struct OpenPegasusTables : ServerTables {
@@ -245,7 +256,7 @@ struct OpenPegasusTables : ServerTables {
 
 const Imitation& OpenPegasus() {
   static OpenPegasusTables tables;
-  static const Imitation imitation{tables.all, FailedWithoutInstance, true, 5};
+  static const Imitation imitation{tables.all, FailedWithoutInstance, OwnBroker, 5};
   return imitation;
 }
 

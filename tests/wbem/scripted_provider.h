@@ -1,8 +1,8 @@
 // A provider library within the test program: one class, Ostrel_PCIPortGroup, whose instances are
 // named "group-0", "group-1" and so on, as many as a test says, and which fails as it says.
 
-#ifndef WBEM_GUEST_H_
-#define WBEM_GUEST_H_
+#ifndef WBEM_SCRIPTED_PROVIDER_H_
+#define WBEM_SCRIPTED_PROVIDER_H_
 
 #include <functional>
 #include <memory>
@@ -12,7 +12,7 @@
 #include "broker/provider_library.h"
 #include "platform/cmpi/cmpi.h"
 
-namespace guest {
+namespace scripted {
 
 inline constexpr const char* kClass = "Ostrel_PCIPortGroup";
 
@@ -32,6 +32,6 @@ std::shared_ptr<const broker::ProviderLibrary> Library();
 // An object manager that serves the class.
 std::unique_ptr<broker::ObjectManager> Manager();
 
-}  // namespace guest
+}  // namespace scripted
 
-#endif  // WBEM_GUEST_H_
+#endif  // WBEM_SCRIPTED_PROVIDER_H_

@@ -1,10 +1,10 @@
-#include "wbem/guest.h"
+#include "wbem/scripted_provider.h"
 
 #include <cstring>
 #include <mutex>
 #include <string_view>
 
-namespace guest {
+namespace scripted {
 
 namespace {
 
@@ -102,11 +102,10 @@ CMPIStatus GetInstance(CMPIInstanceMI* /*mi*/, const CMPIContext* /*context*/,
   return {CMPI_RC_ERR_NOT_FOUND, nullptr};
 }
 
-CMPIInstanceMI* Create(const CMPIBroker* broker, const CMPIContext* /*context*/,
-                       CMPIStatus* /*status*/) {
+CMPIInstanceMI* Create(const CMPIBroker* broker, const CMPIContext* /*context*/) {
   static CMPIInstanceMIFT table{200,
                                 200,
-                                "guest",
+                                "scripted",
                                 &Cleanup,
                                 &EnumerateInstanceNames,
                                 &EnumerateInstances,
@@ -137,10 +136,10 @@ std::shared_ptr<const broker::ProviderLibrary> Library() {
 
 std::unique_ptr<broker::ObjectManager> Manager() {
   broker::Options options;
-  options.system_name = "guest-host";
+  options.system_name = "scripted-host";
   auto manager = std::make_unique<broker::ObjectManager>(std::move(options));
   manager->Register(kClass, Library());
   return manager;
 }
 
-}  // namespace guest
+}  // namespace scripted

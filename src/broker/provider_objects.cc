@@ -1,10 +1,14 @@
-#include "broker/guest.h"
+#include "broker/provider_objects.h"
 
 #include <utility>
 
-#include "broker/manager.h"
+#include "broker/object_manager.h"
 
 namespace broker {
+
+namespace {
+constexpr const char* kThreadWithoutCall = "a thread that the request does not run on";
+}  // namespace
 
 void ReportMisuse(const char* function, std::string text) {
   if (const Call* call = Call::Current()) {
@@ -16,19 +20,21 @@ void ReportMisuse(const char* function, std::string text) {
 namespace {
 
 // Reports on this thread's call, or, on a thread without one, with the object's own manager.
-bool Unusable(const ObjectState& state, const char* function, std::string text) {
+bool Unusable(ObjectManager& manager, const char* function, std::string text) {
   if (Call::Current() != nullptr) {
     ReportMisuse(function, std::move(text));
   } else {
-    state.region->manager().AddError({"", "outside of any request", function, std::move(text)});
+    manager.AddError({"", "outside of any request", function, std::move(text)});
   }
   return false;
 }
 
 bool IsAlive(const ObjectState& state, const char* function) {
   if (state.life == ObjectState::kAlive) return true;
-  ReportMisuse(function, state.life == ObjectState::kDead ? "an object used after its release"
-                                                          : "no object of this object manager");
+  if (state.life == ObjectState::kDead) {
+    return Unusable(*state.manager, function, "an object used after its release");
+  }
+  ReportMisuse(function, "no object of this object manager");
   return false;
 }
 
@@ -36,19 +42,17 @@ bool IsAlive(const ObjectState& state, const char* function) {
 
 bool IsUsable(const ObjectState& state, ObjectKind kind, const char* function) {
   if (!IsAlive(state, function)) return false;
+  ObjectManager& manager = state.region->manager();
   if (state.kind != kind) {
     return Unusable(
-        state, function,
+        manager, function,
         std::string("a ") + RecordName(state.kind) + " where a " + RecordName(kind) + " belongs");
   }
   const Call* owner = state.region->call();
-  if (owner == nullptr || owner == Call::Current() || !state.region->manager().checking()) {
-    return true;
-  }
   const Call* call = Call::Current();
-  if (call != nullptr && call->MayUse(owner)) return true;
-  return Unusable(state, function,
-                  call != nullptr ? "an object of another call" : "a thread that is not attached");
+  if (owner == nullptr || owner == call || !manager.checking()) return true;
+  return Unusable(manager, function,
+                  call != nullptr ? "an object of another call" : kThreadWithoutCall);
 }
 
 const ObjectState* UseAny(const void* object, const char* function) {
@@ -69,8 +73,7 @@ Region& RegionFor(const ObjectState& state) {
 Call* CallFor(const CMPIBroker* mb, const char* function, CMPIStatus* rc) {
   Call* call = Call::Current();
   if (call == nullptr) {
-    Manager::Of(mb).AddError(
-        {"", "outside of any request", function, "a thread that is not attached"});
+    ObjectManager::Of(mb).AddError({"", "outside of any request", function, kThreadWithoutCall});
     SetCode(rc, CMPI_RC_ERR_FAILED);
   }
   return call;
@@ -81,7 +84,7 @@ Call* CallFor(const CMPIBroker* mb, const char* function, CMPIStatus* rc) {
 
 namespace {
 
-// The value's object, copied; nullptr where the guest may not use it.
+// The value's object, copied; nullptr where the provider may not use it.
 template <class T>
 typename T::Record* Taken(Region& region, const typename T::Record* record, const char* function) {
   const T* object = Use<T>(record, function);
@@ -144,27 +147,6 @@ CMPIrc TakeValue(Region& region, const CMPIValue* value, CMPIType type, const ch
 // ---------------------------------------------------------------------------------------------
 // What the tables have in common
 
-CMPIStatus ReleaseState(ObjectState& state) {
-  if (state.clone_root) {
-    EndCloneRegion(*state.region);
-  } else if (state.region->manager().checking()) {
-    KillObject(state);
-  }
-  return Answer(CMPI_RC_OK);
-}
-
-Region& NewCloneRegion(const ObjectState& of) { return of.region->manager().NewCloneRegion(); }
-
-void EndCloneRegion(Region& region) { region.manager().EndClone(region); }
-
-CMPIData NamedAt(const ObjectState& owner, const NamedList& list, CMPICount index,
-                 CMPIString** name, CMPIStatus* rc) {
-  if (index >= list.size) return NotThere(rc);
-  const NamedData& item = list.items[index];
-  if (name != nullptr) *name = &NewString(RegionFor(owner), item.name)->record;
-  return Answer(rc, CMPI_RC_OK, item.data);
-}
-
 CMPIData NamedByName(const NamedList& list, const char* name, CMPIStatus* rc,
                      const char* function) {
   if (name == nullptr) {
@@ -173,18 +155,6 @@ CMPIData NamedByName(const NamedList& list, const char* name, CMPIStatus* rc,
   }
   const NamedData* item = list.Find(name);
   return item != nullptr ? Answer(rc, CMPI_RC_OK, item->data) : NotThere(rc);
-}
-
-CMPIStatus TakeNamed(const ObjectState& owner, NamedList& list, const char* name,
-                     const CMPIValue* value, CMPIType type, const char* function) {
-  if (name == nullptr) {
-    ReportMisuse(function, "a null name");
-    return Answer(CMPI_RC_ERR_INVALID_PARAMETER);
-  }
-  CMPIData taken;
-  const CMPIrc code = TakeValue(*owner.region, value, type, function, &taken);
-  if (code == CMPI_RC_OK) SetNamed(*owner.region, list, name, taken);
-  return Answer(code);
 }
 
 }  // namespace broker
