@@ -19,6 +19,8 @@ std::string Environment(const char* name) {
 
 }  // namespace
 
+Source Source::RunningKernel() { return {Kind::kSysfs, kRunningKernel}; }
+
 Source Source::FromEnvironment() {
   std::string sysfs = Environment(kSysfsVariable);
   std::string dump = Environment(kDumpVariable);
@@ -28,7 +30,7 @@ Source Source::FromEnvironment() {
   }
   if (!dump.empty()) return {Kind::kDump, std::move(dump)};
   if (!sysfs.empty()) return {Kind::kSysfs, std::move(sysfs)};
-  return {Kind::kSysfs, kRunningKernel};
+  return RunningKernel();
 }
 
 std::string SystemName() {

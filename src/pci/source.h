@@ -19,6 +19,8 @@ struct Source {
   Kind kind;
   std::string path;  // a folder as ReadSysfs takes it, or the dump's file
 
+  static Source RunningKernel();
+
   // The source that HOSTCTL_PCI_SYSFS or HOSTCTL_PCI_DUMP names, else the running kernel. An empty
   // variable counts as unset. Throws Error where both are set.
   static Source FromEnvironment();

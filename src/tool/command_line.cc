@@ -45,6 +45,13 @@ constexpr const char* kPathExamples = R"(Examples:
   ostrel-pci path 0000:07:00.0 0000:81:00.0
   ostrel-pci path --matrix --class display,ethernet)";
 
+constexpr const char* kDiffExamples =
+    R"(Exit status 0: no difference; 1: differences; 2: trouble.
+Examples:
+  ostrel-pci diff yesterday.lspci live
+  ostrel-pci diff golden.json live --ignore link
+  ssh root@other lspci -xxxx | ostrel-pci diff machine.lspci -)";
+
 constexpr const char* kClassesExamples = R"(Examples:
   ostrel-pci classes
   ostrel-pci classes -o json)";
@@ -117,6 +124,7 @@ class Parser {
     AddList();
     AddLinks();
     AddPath();
+    AddDiff();
     AddTree();
     AddEnumerate("enumerate", kCimCommands, false);
     AddGet("get", kCimCommands);
@@ -462,6 +470,24 @@ class Parser {
     AddFormat(command, {"text", "json"});
     AddSelection(command);
     AddSource(command);
+  }
+
+  void AddDiff() {
+    CLI::App* command =
+        AddCommand("diff", kInventoryCommands, Command::kDiff,
+                   "Show what has changed between two hosts or moments of one", kDiffExamples);
+    command->add_option("OLD NEW", arguments_.diff.sources, "Dumps, folders, JSON files, -, live")
+        ->expected(2)
+        ->required()
+        ->type_name("");
+    command
+        ->add_option("--ignore", arguments_.diff.ignored,
+                     "Values not to compare, with commas between them: ids, subsystem, rev, slot, "
+                     "driver, numa, link")
+        ->allow_extra_args(false)
+        ->delimiter(',')
+        ->type_name("NAMES");
+    AddFormat(command, {"text", "json"});
   }
 
   void AddTree() {

@@ -13,6 +13,7 @@
 
 #include "broker/object_manager.h"
 #include "tool/host_source.h"
+#include "tool/inventory/diff.h"
 #include "tool/inventory/links.h"
 #include "tool/inventory/list.h"
 #include "tool/inventory/path.h"
@@ -25,6 +26,7 @@ enum class Command {
   kList,
   kLinks,
   kPath,
+  kDiff,
   kClasses,
   kEnumerate,
   kGet,
@@ -53,6 +55,7 @@ struct Arguments {
   ListOptions list;
   LinksOptions links;
   PathOptions path;
+  DiffOptions diff;
   HostSource source;
   std::optional<std::string> library;
   RegisterOptions registration;  // what the options of register and unregister say

@@ -248,6 +248,9 @@ int Run(const Arguments& arguments, std::ostream& out) {
     ListClasses(arguments, out);
     return kExitOk;
   }
+  if (arguments.command == Command::kDiff) {
+    return RunDiff(arguments.diff, arguments.format == Format::kJson, out);
+  }
   SelectHost(arguments.source);
   if (arguments.command == Command::kList) {
     return RunList(arguments.list, arguments.selection, out);

@@ -47,7 +47,8 @@ void KeepStandardInput() {
   close(copy);
 }
 
-// The regular file for a dump that may come through a pipe.
+}  // namespace
+
 std::string DumpFile(const std::string& path) {
   std::error_code ignored;
   const fs::file_status status = fs::status(path, ignored);
@@ -65,8 +66,6 @@ std::string DumpFile(const std::string& path) {
   KeepStandardInput();
   return "/dev/stdin";
 }
-
-}  // namespace
 
 void SelectHost(const HostSource& source) {
   std::error_code ignored;

@@ -24,6 +24,10 @@ struct HostSource {
 // does not exist or cannot be read, UsageError where both are named.
 void SelectHost(const HostSource& source);
 
+// The regular file that holds the dump at `path`, which may be "-" or a pipe: that is read to its
+// end, as above. Throws CommandError.
+std::string DumpFile(const std::string& path);
+
 // The name that the host control library will report, once SelectHost was called.
 std::string SystemName();
 

@@ -17,7 +17,7 @@ _ostrel_pci() {
         cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]}
     fi
 
-    local commands="list links path tree enumerate get associators references classes serve register unregister
+    local commands="list links path diff tree enumerate get associators references classes serve register unregister
         help"
     local short_commands="ei ein gi ai ain ri rin"
     local elements="Ostrel_PCIDevice Ostrel_PCIBridge Ostrel_PCIeSwitch Ostrel_PCIPort
@@ -44,6 +44,10 @@ _ostrel_pci() {
             COMPREPLY=($(compgen -W "sfcb pegasus" -- "$cur"))
             return
             ;;
+        --ignore)
+            _ostrel_pci_columns "ids subsystem rev slot driver numa link"
+            return
+            ;;
         --sysfs | --provider-dir)
             COMPREPLY=($(compgen -d -- "$cur"))
             compopt -o filenames 2>/dev/null
@@ -57,7 +61,7 @@ _ostrel_pci() {
         -o | --output)
             case $command in
                 "" | list) _ostrel_pci_columns "json $columns" ;;
-                links | path) COMPREPLY=($(compgen -W "text json" -- "$cur")) ;;
+                links | path | diff) COMPREPLY=($(compgen -W "text json" -- "$cur")) ;;
                 tree) COMPREPLY=($(compgen -W "text json dot" -- "$cur")) ;;
                 classes) COMPREPLY=($(compgen -W "table json" -- "$cur")) ;;
                 *) COMPREPLY=($(compgen -W "table json mof" -- "$cur")) ;;
@@ -104,6 +108,7 @@ _ostrel_pci() {
 
     case $command in
         "" | list) options+=" -o --output --noheadings $selection $source" ;;
+        diff) options+=" --ignore -o --output" ;;
         path) options+=" --matrix -o --output $selection $source" ;;
         links) options+=" --degraded -o --output $selection $source" ;;
         tree) options+=" --ports --buses --ascii -o --output $selection $providers" ;;
@@ -133,6 +138,10 @@ _ostrel_pci() {
     fi
     case $command in
         "" | help) COMPREPLY=($(compgen -W "$commands" -- "$cur")) ;;
+        diff)
+            COMPREPLY=($(compgen -W "live" -- "$cur") $(compgen -f -- "$cur"))
+            compopt -o filenames 2>/dev/null
+            ;;
         path) COMPREPLY=($(compgen -W "$(ls /sys/bus/pci/devices 2>/dev/null)" -- "$cur")) ;;
         enumerate | ei | ein) COMPREPLY=($(compgen -W "$elements $associations" -- "$cur")) ;;
         get | gi) COMPREPLY=($(compgen -W "$elements $associations" -- "$cur")) ;;

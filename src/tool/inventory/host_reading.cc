@@ -22,18 +22,29 @@ void WarnOfWhatIsMissing(const pci::Host& host, const pci::Source& source) {
   for (const std::string& line : MissingParts(host, source)) warn(line);
 }
 
-}  // namespace
-
-HostReading ReadHost(const pci::Host::Wanted& wanted) {
+// Runs the reading, in the words of a command.
+template <class Read>
+HostReading Translated(Read read) {
   try {
-    const pci::Source source = pci::Source::FromEnvironment();
-    pci::Host host = pci::Host::Read(source, wanted);
-    WarnOfWhatIsMissing(host, source);
-    const bool incomplete = !host.troubles().empty();
-    return {std::move(host), incomplete};
+    return read();
   } catch (const pci::Error& error) {
     throw CommandError(fmt::format("the host could not be read: {}", error.what()));
   }
+}
+
+}  // namespace
+
+HostReading ReadHost(const pci::Host::Wanted& wanted) {
+  return Translated([&] { return ReadHost(pci::Source::FromEnvironment(), wanted); });
+}
+
+HostReading ReadHost(const pci::Source& source, const pci::Host::Wanted& wanted) {
+  return Translated([&] {
+    HostReading reading{pci::Host::Read(source, wanted)};
+    WarnOfWhatIsMissing(reading.host, source);
+    reading.incomplete = !reading.host.troubles().empty();
+    return reading;
+  });
 }
 
 }  // namespace tool

@@ -20,6 +20,9 @@ struct HostReading {
 // Throws CommandError where it cannot be read at all.
 HostReading ReadHost(const pci::Host::Wanted& wanted);
 
+// Of any source.
+HostReading ReadHost(const pci::Source& source, const pci::Host::Wanted& wanted);
+
 }  // namespace tool
 
 #endif  // TOOL_INVENTORY_HOST_READING_H_
