@@ -84,7 +84,7 @@ class Region {
   T* New(std::size_t extra = 0) {
     static_assert(std::is_trivially_destructible_v<T> && std::is_standard_layout_v<T>);
     T* object = new (Allocate(sizeof(T) + extra)) T{};
-    object->state = {ObjectState::kAlive, T::kKind, false, this, objects_};
+    object->state = {ObjectState::kAlive, T::kKind, false, {this}, objects_};
     objects_ = &object->state;
     return object;
   }

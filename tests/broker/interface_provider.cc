@@ -1,5 +1,7 @@
 // The functions that are served, as the interface promises them, one after the other.
 
+#include <initializer_list>
+
 #include "interface_checks.h"
 #include "platform/cmpi/cmpi.h"
 
