@@ -52,6 +52,9 @@ class Host {
     return NameAt(function.device_name);
   }
 
+  // Why slots are missing that there may be, in one line for the user; else empty.
+  const std::string& slots_notice() const { return inventory_.slots_notice; }
+
   // Why names are missing that could be had, in one line for the user; else empty.
   const std::string& names_notice() const { return names_.notice(); }
 

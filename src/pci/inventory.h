@@ -18,6 +18,7 @@ struct Inventory {
   std::vector<Slot> slots;
   std::vector<Detail> details;  // one for each function, or none at all
   std::vector<Trouble> troubles;
+  std::string slots_notice;  // why slots are missing; else empty
   bool from_running_kernel = false;
 
   std::span<const Capability> ChainOf(const Function& function) const {

@@ -24,6 +24,13 @@ void AddMissingFunctions(const Host& host, std::vector<std::string>& lines) {
 
 }  // namespace
 
+std::string MissingFunctions(const Host& host) {
+  const std::size_t missing = host.troubles().size();
+  if (missing == 0) return {};
+  return std::to_string(missing) + " of " + std::to_string(missing + host.functions().size()) +
+         " PCI functions could not be read";
+}
+
 std::vector<std::string> MissingParts(const Host& host, const Source& source) {
   std::vector<std::string> lines;
   AddMissingFunctions(host, lines);
@@ -34,7 +41,9 @@ std::vector<std::string> MissingParts(const Host& host, const Source& source) {
                     "switches taken for bridges; " +
                     WayToSeeAll(host, source));
   }
-  if (!host.names_notice().empty()) lines.push_back(host.names_notice());
+  for (const std::string& notice : {host.slots_notice(), host.names_notice()}) {
+    if (!notice.empty()) lines.push_back(notice);
+  }
   return lines;
 }
 

@@ -172,7 +172,7 @@ class Reading {
   void ReadSlots() {
     const SysfsFolder slots(place_.slots);
     if (!slots.is_open() && errno != ENOENT) {
-      inventory_.LeaveOut(place_.slots, SystemReason(errno));
+      inventory_.slots_notice = "Cannot open " + place_.slots + ": " + SystemReason(errno);
     }
     if (!slots.is_open()) return;
     std::array<char, 64> buffer;

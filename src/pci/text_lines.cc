@@ -81,9 +81,14 @@ void TextLines::RefuseOtherFormats() const {
     if (!start.starts_with(magic)) continue;
     throw Error("Cannot read " + path_ + ": it is compressed; \"" + program + " -dc\" unpacks it");
   }
-  if (!IsUtf16(start)) return;
-  throw Error("Cannot read " + path_ +
-              ": it is UTF-16; \"iconv -f UTF-16 -t UTF-8\" makes it readable");
+  if (IsUtf16(start)) {
+    throw Error("Cannot read " + path_ +
+                ": it is UTF-16; \"iconv -f UTF-16 -t UTF-8\" makes it readable");
+  }
+  // Programs and archives have a zero soon.
+  if (start.substr(0, 512).find('\0') != std::string_view::npos) {
+    throw Error("Cannot read " + path_ + ": it is no text");
+  }
 }
 
 // Moves what is left to the front and reads more behind it.

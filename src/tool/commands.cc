@@ -174,6 +174,8 @@ void Tree(const Arguments& arguments, Session& session, std::ostream& out) {
   style.buses = arguments.buses;
   style.utf8 = !arguments.ascii && Utf8Locale();
   style.width = TerminalWidth(STDOUT_FILENO);
+  // Of a host that could not be read standard error tells all there is.
+  if (session.incomplete() && session.host() == nullptr) return;
   Topology topology = WalkTopology(session, {arguments.ports, arguments.buses});
   const Selection selection(arguments.selection);
   if (!selection.is_all()) KeepSelected(SelectedAddresses(selection), topology);

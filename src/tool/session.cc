@@ -9,6 +9,7 @@
 #include "broker/provider_library.h"
 #include "cim/status.h"
 #include "cim/wbem_uri.h"
+#include "pci/missing_parts.h"
 #include "pci/shared_host.h"
 #include "tool/class_names.h"
 #include "tool/errors.h"
@@ -67,10 +68,7 @@ std::string MissingOf(const pci::SharedReading& reading) {
     return fmt::format("the host could not be read: {}",
                        reading.failure.empty() ? "memory ran short" : reading.failure);
   }
-  if (reading.host->troubles().empty()) return {};
-  const std::size_t missing = reading.host->troubles().size();
-  return fmt::format("{} of {} PCI functions could not be read", missing,
-                     missing + reading.host->functions().size());
+  return MissingFunctions(*reading.host);
 }
 
 // "get of root/cimv2:Ostrel_PCIDevice.DeviceID=..."

@@ -63,6 +63,15 @@ TEST_F(IncompleteHost, OfAnEmptySourceIsAnError) {
             Both("no PCI function is in " + folder_.string() + "/devices"));
 }
 
+// Not even a name without functions, nor an empty graph.
+TEST_F(IncompleteHost, OfWhichNothingIsKnownIsNotDrawn) {
+  for (const char* format : {"text", "json", "dot"}) {
+    const Outcome run = RunTool({"tree", "-o", format, "--dump", "-"}, {.in_file = "/dev/null"});
+    EXPECT_EQ(run.status, 1) << format;
+    EXPECT_EQ(run.out, "") << format;
+  }
+}
+
 TEST_F(IncompleteHost, IsToldForWhatItIs) {
   fs::create_directories(folder_ / "other");
   const std::string other = (folder_ / "other").string();

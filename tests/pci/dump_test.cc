@@ -297,7 +297,9 @@ TEST_F(Dump, TheKernelsLogIsNotRead) {
 
 TEST_F(Dump, BinaryAndEndlessLinesAreRefused) {
   const std::string file = folder_.Path("dump");
-  EXPECT_EQ(Error(std::string(1 << 20, '\0')), file + ", line 1: the line is too long");
+  EXPECT_EQ(Error(std::string(1 << 20, '\0')), "Cannot read " + file + ": it is no text");
+  EXPECT_EQ(Error("host.lspci" + std::string(90, '\0') + "00:00.0 Host bridge"),
+            "Cannot read " + file + ": it is no text");
   EXPECT_EQ(Error("\n" + std::string(1 << 20, '0')), file + ", line 2: the line is too long");
   EXPECT_EQ(Error("\n" + std::string(4097, '0') + "\n"), file + ", line 2: the line is too long");
   EXPECT_THAT(Error("\n" + std::string(4096, '0') + "\n"), HasSubstr("no PCI function"));

@@ -14,11 +14,8 @@ namespace {
 
 void WarnOfWhatIsMissing(const pci::Host& host, const pci::Source& source) {
   const auto warn = [](const std::string& text) { WriteDiagnostic("ostrel-pci: " + text + "\n"); };
-  const std::size_t missing = host.troubles().size();
-  if (missing > 0) {
-    warn(fmt::format("{} of {} PCI functions could not be read", missing,
-                     missing + host.functions().size()));
-  }
+  const std::string missing = MissingFunctions(host);
+  if (!missing.empty()) warn(missing);
   for (const std::string& line : MissingParts(host, source)) warn(line);
 }
 
