@@ -149,6 +149,15 @@ TEST(SchemaFiles, WriteEveryClassOfTheTableSoThatItReadsBack) {
   }
 }
 
+TEST(SchemaFiles, EscapeWhatEndsAText) {
+  cim::schema::Class cls;
+  cls.name = "A";
+  cls.version = "1.0.0";
+  cls.description = R"(a "quoted" \ one)";
+  EXPECT_NE(ClassMof(cls).find(R"("a \"quoted\" \\ one")"), std::string::npos) << ClassMof(cls);
+  EXPECT_EQ(mof::Read(ClassMof(cls)).classes.size(), 1U);
+}
+
 TEST(SchemaFiles, RegisterEveryServedClassWithSfcbOnce) {
   std::string expected;
   for (const cim::schema::Class* cls : ServedClasses()) {

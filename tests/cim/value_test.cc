@@ -23,6 +23,8 @@ TEST(Value, KeepsTheTypeThatWasSpelt) {
 TEST(Value, ComparesTypeAndContent) {
   EXPECT_EQ(Value("a"), Value("a"));
   EXPECT_NE(Value(std::uint8_t{1}), Value(std::uint16_t{1}));
+  EXPECT_NE(Value::Null(CMPI_uint8), Value::Null(CMPI_string));
+  EXPECT_NE(Value::ArrayOf(CMPI_uint8, {}), Value::ArrayOf(CMPI_uint16, {}));
   const ObjectPath path{std::nullopt, "root", "C", {{"K", Value("v")}}};
   EXPECT_EQ(Value(path), Value(path));
   ObjectPath other = path;

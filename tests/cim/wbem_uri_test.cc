@@ -58,6 +58,19 @@ TEST(WbemUri, ReadsUntypedValuesByTheirForm) {
   EXPECT_EQ(*path.Key("I"), Value(""));
 }
 
+TEST(WbemUri, EscapesCharactersAsItReadsThem) {
+  for (const char16_t letter : {u'\\', u'\'', u'"', u'x', u'\u00e4', char16_t{0xd800}}) {
+    const ObjectPath path{{}, "", "C", {{"A", Value(letter)}}};
+    EXPECT_EQ(ParseWbemUri(ToWbemUri(path)), path) << static_cast<unsigned>(letter);
+  }
+}
+
+TEST(WbemUri, AHostWithoutANamespaceKeepsItsPlace) {
+  const ObjectPath path{"host", "", "C", {}};
+  EXPECT_EQ(ToWbemUri(path), "//host/:C");
+  EXPECT_EQ(ParseWbemUri("//host/:C"), path);
+}
+
 TEST(WbemUri, ReadsZeroTheSameWithAnySign) {
   EXPECT_EQ(*ParseWbemUri("C.A=-0").Key("A"), Value(std::uint64_t{0}));
   EXPECT_EQ(ToWbemUri(ParseWbemUri("C.A=-0")), "C.A=0");
@@ -108,6 +121,11 @@ TEST(WbemUri, TellsWhereAMalformedPathGoesWrong) {
       {"C.A=nan", 4},
       {"C.A=-inf", 4},
       {"Ostrel_PCIHostedCollection.Antecedent=\"root/a:\"", 38},
+      // However deep, the reference that the text itself has.
+      {"Ostrel_PCIHostedCollection.Antecedent=\"A.K=\\\"x\\\",Ostrel_PCIControlledBy.B\"", 38},
+      {"Ostrel_PCISystemDevice.PartComponent=\"Ostrel_PCISystemDevice.PartComponent=\\\"root:"
+       "\\\"\"",
+       37},
   };
   for (const Malformed& c : cases) {
     try {

@@ -2,6 +2,8 @@
 
 #include "requests/operations.h"
 
+#include <stdexcept>
+
 #include "support/provider_test.h"
 
 namespace requests {
@@ -60,6 +62,26 @@ TEST_F(RequestsTest, GetInstanceAsksTheClassItselfAlone) {
   path.class_name = "CIM_PCIDevice";
   EXPECT_FALSE(Stopping().GetInstance(path, {}, found));
   EXPECT_THAT(found, IsEmpty());
+}
+
+CMPIInstanceMI* FailingFactory(const CMPIBroker*, const CMPIContext*) {
+  throw std::runtime_error("out of order");
+}
+
+TEST_F(RequestsTest, TheFirstFailureIsTheAnswer) {
+  broker::ObjectManager failing({.system_name = "host"});
+  const auto library = broker::ProviderLibrary::FromResolver(
+      [](const char*) { return reinterpret_cast<void*>(&FailingFactory); });
+  for (const char* cls : {"Ostrel_PCIPort", "Ostrel_PCIDevice"}) failing.Register(cls, library);
+  for (const AfterFailure after : {AfterFailure::kStop, AfterFailure::kAskTheOthers}) {
+    broker::Recorder found;
+    const auto failure =
+        Operations(failing, after).EnumerateInstanceNames(Class("CIM_ManagedElement"), found);
+    ASSERT_TRUE(failure);
+    EXPECT_EQ(failure->provider, "Ostrel_PCIPort");
+    // The system comes last and is well.
+    EXPECT_EQ(found.paths.size(), after == AfterFailure::kStop ? 0U : 1U);
+  }
 }
 
 TEST_F(RequestsTest, AFailureNamesItsProviderAndTheOthersAreAskedWhereThatIsWanted) {

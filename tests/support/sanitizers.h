@@ -18,8 +18,8 @@ inline constexpr bool kExceptionsPassOnce = true;
 
 // A sanitizer keeps memory that is freed, and adds to what is taken: tests that measure it do not.
 // It also makes all slower, and what it looks for shows in a part of the hosts: comparisons take
-// fewer.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+// fewer. So they do where another processor is emulated (OSTREL_EMULATED, of script/test-cross).
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(OSTREL_EMULATED)
 inline constexpr bool kSanitized = true;
 #elif defined(__has_feature)
 #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)

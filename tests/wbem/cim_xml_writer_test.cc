@@ -161,6 +161,30 @@ TEST(CimXmlWriter, ClassOriginIsWhereAPropertyCameIn) {
   EXPECT_NE(xml.find("NAME=\"Odd\" TYPE=\"string\">"), std::string::npos) << xml;
 }
 
+// DSP0201, CLASSORIGIN: where the property is first declared. Subclasses redeclare keys.
+TEST(CimXmlWriter, ClassOriginIsNotWhereAPropertyIsRedeclared) {
+  const ObjectPath path{{}, "", "Ostrel_PCISystemDevice", {}};
+  Selection selection;
+  selection.class_origin = true;
+  const std::string xml =
+      Written(Instance{path, {{"PartComponent", Value(Group("x"))}}}, selection);
+  EXPECT_NE(xml.find("CLASSORIGIN=\"CIM_Component\""), std::string::npos) << xml;
+}
+
+TEST(CimXmlWriter, ANullKeyHasNoText) {
+  std::string out;
+  AppendInstanceName(out, {{}, "", "C", {{"n", Value::Null(CMPI_string)}}}, kPlace);
+  EXPECT_NE(out.find("<KEYVALUE VALUETYPE=\"string\" TYPE=\"string\"></KEYVALUE>"),
+            std::string::npos)
+      << out;
+}
+
+TEST(CimXmlWriter, ReferencesKeepTheirNamespace) {
+  ObjectPath path = Group("x");
+  path.name_space = "root/other";
+  EXPECT_NE(Written(Value(path)).find("<NAMESPACE NAME=\"other\"/>"), std::string::npos);
+}
+
 TEST(CimXmlWriter, EveryClassIsAWellFormedDocument) {
   for (const cim::schema::Class& cls : cim::schema::AllClasses()) {
     Selection selection;

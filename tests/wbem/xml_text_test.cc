@@ -52,9 +52,9 @@ TEST(XmlText, TextOfADocumentIsChecked) {
 }
 
 TEST(XmlText, CharacterReferencesAreChecked) {
-  EXPECT_TRUE(wbem::IsXmlText("&#65;&#x41;&#10;&#x10ffff;&amp;"));
+  EXPECT_TRUE(wbem::IsXmlText("&#65;&#x41;&#10;&#x10ffff;&amp;&#x00000041;"));
   for (const char* bad : {"&#0;", "&#x0;", "&#1;", "&#xd800;", "&#xffff;", "&#x110000;", "&#;",
-                          "&#x;", "&#65", "&#99999999999999999999;", "&#-1;", "&#"}) {
+                          "&#x;", "&#65", "&#65x", "&#99999999999999999999;", "&#-1;", "&#"}) {
     EXPECT_FALSE(wbem::IsXmlText(bad)) << bad;
   }
 }
