@@ -1,5 +1,5 @@
 // What an association request asks for, and which answers of a provider are part of it (DSP0200,
-// 5.4.2.9 to 5.4.2.12): an association counts where the source is one of its ends, in the role
+// 5.4.2.14 to 5.4.2.17): an association counts where the source is one of its ends, in the role
 // asked for; an element counts where the association has it at another end, in the result role.
 // Providers are free to answer more widely than they are asked, and ours do.
 //

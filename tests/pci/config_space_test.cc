@@ -138,6 +138,14 @@ TEST(ConfigSpace, PortTypeIsTheFieldOfTheExpressCapability) {
   EXPECT_EQ(Only(Read(AnyFunction())).pcie_port_type, -1);
 }
 
+TEST(ConfigSpace, TheFirstExpressCapabilityCounts) {
+  const pci::Host host = Read(AnyFunction()
+                                  .Capability(0x34, 0x40, 0x10, {0x52, 0})
+                                  .Capability(0x41, 0x80, 0x10, {0x02, 0}));
+  EXPECT_THAT(CapabilitiesOf(host, Only(host)), ElementsAre(0x10, 0x10));
+  EXPECT_EQ(Only(host).pcie_port_type, 5);
+}
+
 TEST(ConfigSpace, OnlyAPortWithALinkBelowHasASlot) {
   for (unsigned type = 0; type < 16; ++type) {
     const pci::Host host = Read(AnyFunction().Express(type, 5000));

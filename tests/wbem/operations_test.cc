@@ -142,6 +142,12 @@ TEST_F(OperationsTest, ShallowEnumerationHasTheNamedClassesProperties) {
   EXPECT_THAT(answer.properties(), Not(Contains("BusNumber")));
 }
 
+// DSP0200, 5.4.2.11: what is not said about DeepInheritance is TRUE.
+TEST_F(OperationsTest, EnumerationsAreDeepUnlessOtherwiseAsked) {
+  const auto answer = Ask("EnumerateInstances", Class("CIM_LogicalDevice"));
+  EXPECT_THAT(answer.properties(), Contains("BusNumber"));
+}
+
 TEST_F(OperationsTest, PropertyListsNarrowInstances) {
   const auto answer = Ask("EnumerateInstances",
                           Class("Ostrel_PCIDevice") + List("PropertyList", {"busnumber", "None"}));
