@@ -16,7 +16,8 @@ namespace pci {
 std::string MissingFunctions(const Host& host);
 
 // One line each: functions that are left out, the first ones with their reason; capabilities that
-// are not shown, and how they would be; slots and names that could be had. Empty where all is there.
+// are not shown, and how they would be; slots and names that could be had. Empty where all is
+// there.
 std::vector<std::string> MissingParts(const Host& host, const Source& source);
 
 }  // namespace pci
