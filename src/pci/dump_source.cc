@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "pci/config_space.h"
+#include "pci/lspci_text.h"
 #include "pci/parents.h"
 #include "pci/slots.h"
 #include "pci/text_lines.h"
@@ -99,15 +100,22 @@ std::optional<std::uint8_t> LeadingByte(std::string_view text) {
   return static_cast<std::uint8_t>(*ParseHex(text.substr(0, 2), 2));
 }
 
+struct DumpedFunction {
+  Function function;
+  LspciText text;
+  std::string registers;
+};
+
 class Parser {
  public:
-  explicit Parser(const std::string& path) : lines_(path) {}
+  Parser(const std::string& path, const Wanted& wanted) : lines_(path), wanted_(wanted) {}
 
   Inventory Parse() {
     while (const auto line = lines_.Next()) TakeLine(*line);
     EndFunction();
     SortAndDropRepeated();
-    inventory_.slots = SlotsOfPorts(inventory_.functions);
+    for (DumpedFunction& entry : entries_) Keep(entry);
+    AddSlots();
     return std::move(inventory_);
   }
 
@@ -117,8 +125,8 @@ class Parser {
       EndFunction();
     } else if (const auto place = PlaceText(line)) {
       BeginFunction(*place, line.substr(place->size() + 1));
-    } else {
-      TakeBytes(line);
+    } else if (!TakeBytes(line) && address_) {
+      text_.Take(line);
     }
   }
 
@@ -127,6 +135,7 @@ class Parser {
     address_ = FindAddress(place);
     if (!address_) return Skip("no such PCI address: " + std::string(place));
     numbers_ = ParseNumbers(text);
+    text_ = {};
   }
 
   std::optional<Address> FindAddress(std::string_view place) const {
@@ -167,7 +176,31 @@ class Parser {
     registers.FindSubsystem(function, inventory_.ChainOf(function));
     if (registers.HideIds()) TakeNumbers(function);
     if (function.buses.secondary != 0) buses_below_[*address_] = function.buses.secondary;
-    inventory_.functions.push_back(function);
+    entries_.push_back({function, std::move(text_), std::move(registers_)});
+  }
+
+  void Keep(DumpedFunction& entry) {
+    inventory_.functions.push_back(entry.function);
+    if (wanted_.details.Any()) inventory_.details.push_back(std::move(entry.text.detail));
+    if (wanted_.registers) inventory_.registers.push_back(std::move(entry.registers));
+  }
+
+  // A name that the kernel has for a slot stands for the number that the port above has.
+  void AddSlots() {
+    std::map<std::tuple<std::uint32_t, std::uint8_t, std::uint8_t>, Slot> slots;
+    for (Slot& slot : SlotsOfPorts(inventory_.functions)) {
+      slots.insert_or_assign({slot.domain, slot.bus, slot.device}, std::move(slot));
+    }
+    for (const DumpedFunction& entry : entries_) {
+      const auto& [domain, bus, device, function] = entry.function.address;
+      if (entry.text.slot.empty()) continue;
+      slots.insert_or_assign({domain, bus, device}, Slot{.name = entry.text.slot,
+                                                         .domain = domain,
+                                                         .bus = bus,
+                                                         .device = device,
+                                                         .number = SlotNumber(entry.text.slot)});
+    }
+    for (auto& [place, slot] : slots) inventory_.slots.push_back(std::move(slot));
   }
 
   void TakeNumbers(Function& function) const {
@@ -175,24 +208,27 @@ class Parser {
     if (numbers_.class_code) function.class_code = *numbers_.class_code;
   }
 
-  // "1f0: 86 80 00 ff ...": registers from an offset on. Any other line is lspci's text for people.
-  void TakeBytes(std::string_view line) {
+  // "1f0: 86 80 00 ff ...": registers from an offset on. False for any other line, which is lspci's
+  // text for people.
+  bool TakeBytes(std::string_view line) {
     const std::string_view digits = line.substr(0, line.find(':'));
     const std::string_view rest = line.substr(digits.size());
     const bool has_colon = rest.starts_with(": ") || rest == ":";
-    if (!has_colon || digits.size() < 2 || digits.size() > 8 || !IsHex(digits)) return;
+    if (!has_colon || digits.size() < 2 || digits.size() > 8 || !IsHex(digits)) return false;
     const std::uint32_t offset = *ParseHex(digits, digits.size());
     const std::string_view bytes = rest.substr(std::min(rest.size(), std::size_t{2}));
     // Here the line is damaged or missing that should begin the next function.
     if (offset == 0 && size_ > 0) EndFunction();
-    if (address_) return StoreBytes(offset, bytes);
-    // Outside of functions stands text for people, which may well begin like registers.
-    if (!skipping_ && LeadingByte(bytes)) {
+    if (address_) {
+      StoreBytes(offset, bytes);
+    } else if (!skipping_ && LeadingByte(bytes)) {
+      // Outside of functions stands text for people, which may well begin like registers.
       Skip("bytes without the line that begins a function before them");
     }
+    return true;
   }
 
-  // The extended configuration space is checked and not kept: nothing in it is asked for.
+  // The extended configuration space is checked, and kept where registers are wanted.
   void StoreBytes(std::uint32_t offset, std::string_view text) {
     if (offset >= kExtendedConfigSize) return Skip("a configuration space has at most 4096 bytes");
     if (offset < size_) return Skip("bytes of " + Name() + " that it already has");
@@ -201,6 +237,7 @@ class Parser {
       const std::optional<std::uint8_t> byte = LeadingByte(text);
       if (!byte || size_ == kExtendedConfigSize) return Skip("malformed bytes of " + Name());
       if (size_ < bytes_.size()) bytes_[size_] = *byte;
+      if (wanted_.registers) registers_ += static_cast<char>(*byte);
       ++size_;
       text.remove_prefix(std::min(text.size(), std::size_t{3}));
     } while (!text.empty());
@@ -217,28 +254,35 @@ class Parser {
 
   void Forget() {
     address_.reset();
+    registers_.clear();
     size_ = 0;
     skipping_ = false;
   }
 
   // Of a function that is there twice the first one stands.
   void SortAndDropRepeated() {
-    std::vector<Function>& functions = inventory_.functions;
-    std::stable_sort(
-        functions.begin(), functions.end(),
-        [](const Function& left, const Function& right) { return left.address < right.address; });
-    const auto end = std::unique(
-        functions.begin(), functions.end(),
-        [](const Function& left, const Function& right) { return left.address == right.address; });
-    functions.erase(end, functions.end());
+    const auto address = [](const DumpedFunction& entry) { return entry.function.address; };
+    std::stable_sort(entries_.begin(), entries_.end(),
+                     [&](const DumpedFunction& left, const DumpedFunction& right) {
+                       return address(left) < address(right);
+                     });
+    const auto end = std::unique(entries_.begin(), entries_.end(),
+                                 [&](const DumpedFunction& left, const DumpedFunction& right) {
+                                   return address(left) == address(right);
+                                 });
+    entries_.erase(end, entries_.end());
   }
 
   TextLines lines_;
+  const Wanted& wanted_;
   Inventory inventory_;
+  std::vector<DumpedFunction> entries_;          // what the inventory is made of
   std::map<Address, std::uint8_t> buses_below_;  // of the bridges so far, by their address
   // The function whose lines are being read.
   std::optional<Address> address_;
   Numbers numbers_;
+  LspciText text_;
+  std::string registers_;  // where they are wanted
   std::array<std::uint8_t, ConfigSpace::kSize> bytes_;
   std::size_t size_ = 0;   // of its configuration space so far
   bool skipping_ = false;  // what belongs to a function that is left out
@@ -246,8 +290,8 @@ class Parser {
 
 }  // namespace
 
-Inventory ReadDump(const std::string& path) {
-  Inventory inventory = Parser(path).Parse();
+Inventory ReadDump(const std::string& path, const Wanted& wanted) {
+  Inventory inventory = Parser(path, wanted).Parse();
   RequireFunctions(inventory, path + ": no PCI function in the dump, which lspci -x prints");
   return inventory;
 }

@@ -12,8 +12,8 @@ namespace pci {
 Host Host::Read(const Source& source, const Wanted& wanted) {
   Host host;
   Inventory& inventory = host.inventory_;
-  inventory = source.kind == Source::Kind::kDump ? ReadDump(source.path)
-                                                 : ReadSysfs(source.path, wanted.details);
+  inventory = source.kind == Source::Kind::kDump ? ReadDump(source.path, wanted)
+                                                 : ReadSysfs(source.path, wanted);
   LinkByBusNumbers(inventory.functions);
   LinkSlots(inventory.functions, inventory.slots);
   host.cut_off_functions_ = static_cast<std::size_t>(
@@ -40,7 +40,12 @@ const std::string& Host::NameAt(std::uint32_t place) const {
 const Detail& Host::DetailOf(const Function& function) const {
   static const Detail kNothing;
   if (inventory_.details.empty()) return kNothing;
-  return inventory_.details[static_cast<std::size_t>(&function - inventory_.functions.data())];
+  return inventory_.details[PlaceOf(function)];
+}
+
+std::string_view Host::RegistersOf(const Function& function) const {
+  if (inventory_.registers.empty()) return {};
+  return inventory_.registers[PlaceOf(function)];
 }
 
 }  // namespace pci

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "pci/function.h"
@@ -21,12 +22,7 @@ namespace pci {
 
 class Host {
  public:
-  // What is read beyond what configuration space and the kernel's folders tell.
-  struct Wanted {
-    bool names = true;           // of vendors and devices, from pci.ids
-    WantedDetails details = {};  // no dump has any
-  };
-
+  using Wanted = pci::Wanted;
   using Trouble = pci::Trouble;
 
   // Reads the source now. Throws Error where it cannot be read at all, and where a record has no
@@ -61,6 +57,10 @@ class Host {
   // Of this host's function, where details were wanted; else one that tells nothing.
   const Detail& DetailOf(const Function& function) const;
 
+  // Bytes of this host's function's configuration space, as many as its source shows, where they
+  // were wanted; else none.
+  std::string_view RegistersOf(const Function& function) const;
+
   // Functions that are left out, each with its reason.
   const std::vector<Trouble>& troubles() const { return inventory_.troubles; }
 
@@ -73,6 +73,9 @@ class Host {
  private:
   void FindNames();
   const std::string& NameAt(std::uint32_t place) const;
+  std::size_t PlaceOf(const Function& function) const {
+    return static_cast<std::size_t>(&function - inventory_.functions.data());
+  }
 
   Inventory inventory_;
   Names names_;

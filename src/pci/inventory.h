@@ -12,11 +12,19 @@
 
 namespace pci {
 
+// What is read beyond what the start of configuration space and the kernel's folders tell.
+struct Wanted {
+  bool names = true;           // of vendors and devices, from pci.ids
+  WantedDetails details = {};  // a dump has those that lspci's text tells, but no system devices
+  bool registers = false;      // all of configuration space that the source shows
+};
+
 struct Inventory {
   std::vector<Function> functions;       // ascending by address, each once
   std::vector<Capability> capabilities;  // one chain after the other
   std::vector<Slot> slots;
-  std::vector<Detail> details;  // one for each function, or none at all
+  std::vector<Detail> details;         // one for each function, or none at all
+  std::vector<std::string> registers;  // likewise
   std::vector<Trouble> troubles;
   std::string slots_notice;  // why slots are missing; else empty
   bool from_running_kernel = false;

@@ -1,6 +1,7 @@
 #include "pci/sysfs_source.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -69,10 +70,10 @@ class Reading {
     inventory_.from_running_kernel = devices_.is_kernels();
   }
 
-  Inventory Take(const WantedDetails& details) {
+  Inventory Take(const Wanted& wanted) {
     const std::vector<Address> addresses = ListFunctions();
     inventory_.functions.reserve(addresses.size());
-    for (const Address& address : addresses) TakeFunction(address, details);
+    for (const Address& address : addresses) TakeFunction(address, wanted);
     RequireAny();
     ReadSlots();
     return std::move(inventory_);
@@ -95,17 +96,19 @@ class Reading {
     return addresses;
   }
 
-  void TakeFunction(const Address& address, const WantedDetails& details) {
+  void TakeFunction(const Address& address, const Wanted& wanted) {
     SysfsFunction folder(devices_, address);
     const std::size_t capabilities = inventory_.capabilities.size();
     try {
       Function function = ReadFunction(folder);
-      if (details.Any()) {
-        inventory_.details.push_back(ReadDetail(folder, function, details));
+      if (wanted.registers) inventory_.registers.push_back(ReadRegisters(folder));
+      if (wanted.details.Any()) {
+        inventory_.details.push_back(ReadDetail(folder, function, wanted.details));
       }
       inventory_.functions.push_back(function);
     } catch (const Error& error) {
       inventory_.capabilities.resize(capabilities);
+      if (wanted.registers) inventory_.registers.resize(inventory_.functions.size());
       if (folder.IsListed()) LeaveOut(folder, error);  // else it was pulled out meanwhile
     }
   }
@@ -143,6 +146,16 @@ class Reading {
     }
     if (registers.HideIds()) function.physical_function = PlaceOf(folder.FindPhysicalFunction());
     return function;
+  }
+
+  static std::string ReadRegisters(SysfsFunction& folder) {
+    constexpr std::size_t kExtendedSize = 4096;  // PCI Express Base, 7.2.2
+    std::string registers(kExtendedSize, '\0');
+    const File config = folder.Open("config");
+    const ssize_t got =
+        config.is_open() ? pread(config.descriptor(), registers.data(), registers.size(), 0) : 0;
+    registers.resize(static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+    return registers;
   }
 
   // The running kernel wakes a sleeping device for each reading of its registers, and lets it go
@@ -208,8 +221,8 @@ class Reading {
 
 }  // namespace
 
-Inventory ReadSysfs(const std::string& path, const WantedDetails& details) {
-  return Reading(FindPlace(path)).Take(details);
+Inventory ReadSysfs(const std::string& path, const Wanted& wanted) {
+  return Reading(FindPlace(path)).Take(wanted);
 }
 
 }  // namespace pci

@@ -18,7 +18,7 @@ namespace pci {
 // not tell are left unknown (parents.h). A function that cannot be read is left out; one that is
 // pulled out meanwhile was never there. Throws Error where the tree, or every function in it,
 // cannot be read, and where a copy has no function.
-Inventory ReadSysfs(const std::string& path, const WantedDetails& details);
+Inventory ReadSysfs(const std::string& path, const Wanted& wanted);
 
 }  // namespace pci
 

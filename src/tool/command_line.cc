@@ -52,6 +52,10 @@ Examples:
   ostrel-pci diff golden.json live --ignore link
   ssh root@other lspci -xxxx | ostrel-pci diff machine.lspci -)";
 
+constexpr const char* kRecordExamples = R"(Examples:
+  sudo ostrel-pci record > machine.lspci
+  ostrel-pci tree --dump machine.lspci)";
+
 constexpr const char* kClassesExamples = R"(Examples:
   ostrel-pci classes
   ostrel-pci classes -o json)";
@@ -125,6 +129,7 @@ class Parser {
     AddLinks();
     AddPath();
     AddDiff();
+    AddRecord();
     AddTree();
     AddEnumerate("enumerate", kCimCommands, false);
     AddGet("get", kCimCommands);
@@ -317,7 +322,7 @@ class Parser {
     return subcommand;
   }
 
-  void AddSource(CLI::App* command) {
+  void AddSource(CLI::App* command, bool with_name = true) {
     CLI::Option* sysfs = command
                              ->add_option("--sysfs", arguments_.source.sysfs,
                                           "Read a copy of /sys/bus/pci instead of this host")
@@ -328,7 +333,7 @@ class Parser {
             "Read a text dump as lspci -x prints it instead of this host; - for standard input")
         ->type_name("FILE")
         ->excludes(sysfs);
-    AddSystemName(command);
+    if (with_name) AddSystemName(command);
   }
 
   // Of a command that can be about some functions alone.
@@ -488,6 +493,13 @@ class Parser {
         ->delimiter(',')
         ->type_name("NAMES");
     AddFormat(command, {"text", "json"});
+  }
+
+  void AddRecord() {
+    CLI::App* command =
+        AddCommand("record", kInventoryCommands, Command::kRecord,
+                   "Write the host as a dump, for --dump and lspci -F", kRecordExamples);
+    AddSource(command, false);
   }
 
   void AddTree() {

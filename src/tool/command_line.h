@@ -27,6 +27,7 @@ enum class Command {
   kLinks,
   kPath,
   kDiff,
+  kRecord,
   kClasses,
   kEnumerate,
   kGet,

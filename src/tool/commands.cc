@@ -20,6 +20,7 @@
 #include "tool/command_line.h"
 #include "tool/element_writer.h"
 #include "tool/errors.h"
+#include "tool/inventory/record.h"
 #include "tool/inventory/selected_elements.h"
 #include "tool/inventory/selection.h"
 #include "tool/json_value.h"
@@ -257,6 +258,7 @@ int Run(const Arguments& arguments, std::ostream& out) {
   if (arguments.command == Command::kList) {
     return RunList(arguments.list, arguments.selection, out);
   }
+  if (arguments.command == Command::kRecord) return RunRecord(out);
   if (arguments.command == Command::kPath) {
     return RunPath(arguments.path, arguments.selection, arguments.format == Format::kJson, out);
   }

@@ -17,7 +17,7 @@ _ostrel_pci() {
         cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]}
     fi
 
-    local commands="list links path diff tree enumerate get associators references classes serve register unregister
+    local commands="list links path diff record tree enumerate get associators references classes serve register unregister
         help"
     local short_commands="ei ein gi ai ain ri rin"
     local elements="Ostrel_PCIDevice Ostrel_PCIBridge Ostrel_PCIeSwitch Ostrel_PCIPort
@@ -108,6 +108,7 @@ _ostrel_pci() {
 
     case $command in
         "" | list) options+=" -o --output --noheadings $selection $source" ;;
+        record) options+=" --sysfs --dump" ;;
         diff) options+=" --ignore -o --output" ;;
         path) options+=" --matrix -o --output $selection $source" ;;
         links) options+=" --degraded -o --output $selection $source" ;;

@@ -24,7 +24,7 @@ std::string ValueOf(const FunctionRecord& function, const std::string& name) {
 // What the function is called by here: its address, or the next best.
 std::string PlaceOf(const FunctionRecord& function) {
   for (const char* name : {"address", "path"}) {
-    const std::string value = ValueOf(function, name);
+    std::string value = ValueOf(function, name);
     if (!value.empty()) return value;
   }
   const std::string slot = ValueOf(function, "slot");
