@@ -158,9 +158,9 @@ std::vector<std::string> ObjectManager::ProvidersFor(std::string_view class_name
   for (const auto& provider : providers_) {
     if (cim::schema::IsA(provider->name, class_name)) names.push_back(provider->name);
   }
-  const std::string_view system = cim::schema::kSystemClass;
-  if (ServesSystemItself(system) && cim::schema::IsA(system, class_name)) {
-    names.emplace_back(system);
+  const std::string_view hosting = cim::schema::kSystemClass;
+  if (ServesSystemItself(hosting) && cim::schema::IsA(hosting, class_name)) {
+    names.emplace_back(hosting);
   }
   return names;
 }
@@ -248,11 +248,11 @@ cim::Status ObjectManager::CleanUp(Provider& provider, bool terminating) {
   return {CMPI_RC_ERR_FAILED, provider.name + " is in use"};
 }
 
-cim::Status ObjectManager::Cleanup(std::string_view name, ProviderKind kind, bool terminating) {
-  Provider* provider = Find(name);
-  if (provider == nullptr) return {CMPI_RC_ERR_INVALID_CLASS, std::string(name)};
-  return kind == ProviderKind::kInstance ? CleanUp<CMPIInstanceMI>(*provider, terminating)
-                                         : CleanUp<CMPIAssociationMI>(*provider, terminating);
+cim::Status ObjectManager::Cleanup(std::string_view provider, ProviderKind kind, bool terminating) {
+  Provider* found = Find(provider);
+  if (found == nullptr) return {CMPI_RC_ERR_INVALID_CLASS, std::string(provider)};
+  return kind == ProviderKind::kInstance ? CleanUp<CMPIInstanceMI>(*found, terminating)
+                                         : CleanUp<CMPIAssociationMI>(*found, terminating);
 }
 
 void ObjectManager::CleanUpIdle() {

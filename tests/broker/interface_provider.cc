@@ -139,6 +139,10 @@ void NullValues() {
   EXPECT(holder->ft->setProperty(holder, "Nothing", nullptr, CMPI_string).rc == CMPI_RC_OK);
   const CMPIData nothing = holder->ft->getProperty(holder, "Nothing", &rc);
   EXPECT(nothing.type == CMPI_string && (nothing.state & CMPI_nullValue) != 0);
+  const CMPIObjectPath* path = NamedPath("Ostrel_PCIPortGroup", "g");
+  CMPIInstance* group = broker->eft->newInstance(broker, path, &rc);
+  EXPECT(group->ft->setProperty(group, "BusNumber", nullptr, CMPI_null).rc == CMPI_RC_OK);
+  EXPECT(group->ft->getProperty(group, "BusNumber", &rc).type == CMPI_uint8);  // the class's
   value.string = nullptr;  // a null record is a null value as well
   EXPECT(holder->ft->setProperty(holder, "NullRecord", &value, CMPI_string).rc == CMPI_RC_OK);
   EXPECT((holder->ft->getProperty(holder, "NullRecord", &rc).state & CMPI_nullValue) != 0);

@@ -128,6 +128,16 @@ void WrongValues() {
   EXPECT(broker->eft->toString(broker, &foreign, &rc) == nullptr);
 }
 
+// A clone is of the instance's class.
+void WrongClones() {
+  const CMPIObjectPath* path = NamedPath("Ostrel_PCIPortGroup", "group");
+  CMPIInstance* instance = broker->eft->newInstance(broker, path, &rc);
+  CMPIInstance* clone = instance->ft->clone(instance, &rc);
+  EXPECT(Is(clone->ft->setProperty(clone, "Colour", Chars("red"), CMPI_chars),
+            CMPI_RC_ERR_NO_SUCH_PROPERTY));
+  EXPECT(Is(clone->ft->release(clone), CMPI_RC_OK));
+}
+
 void WrongResults(const interface_checks::Request& request) {
   const CMPIResult* result = request.result;
   EXPECT(
@@ -141,6 +151,7 @@ void WrongResults(const interface_checks::Request& request) {
 void CheckMisuses(const interface_checks::Request& request) {
   WrongArrays();
   WrongValues();
+  WrongClones();
   WrongResults(request);
 }
 

@@ -116,6 +116,7 @@ TEST_P(ProviderChecks, RefuseArgumentsThatAFunctionCannotTake) {
            "CMPIInstance.getProperty: a null name", "CMPIBroker.classPathIsA: a null class name",
            "CMPIInstance.setProperty: an object used after its release",
            "CMPIBroker.toString: no object of this object manager",
+           "CMPIInstance.setProperty: Ostrel_PCIPortGroup.Colour: the class has no such property",
            "CMPIResult.returnObjectPath: the operation returns instances",
            "CMPIEnumeration.getNext: beyond the end"}));
 }

@@ -460,7 +460,7 @@ CMPIStatus ReferenceNames(CMPIAssociationMI*, const CMPIContext*, const CMPIResu
   return rslt->ft->returnObjectPath(rslt, link->ft->getObjectPath(link, nullptr));
 }
 
-CMPIAssociationMIFT link_table = {CMPIVersion200, CMPIVersion200,  "guest",    CleanupLink,
+CMPIAssociationMIFT link_table = {CMPIVersion200, CMPIVersion200,  "test",     CleanupLink,
                                   Associators,    AssociatorNames, References, ReferenceNames};
 CMPIAssociationMI link_record = {nullptr, &link_table};
 
