@@ -44,6 +44,12 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   add_compile_options(-fno-gnu-unique)
 endif()
 
+# What distributions build their packages with, against errors that nobody has found yet.
+if(CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT OSTREL_SANITIZE)
+  add_compile_options(-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong)
+  add_link_options(LINKER:-z,relro LINKER:-z,now)
+endif()
+
 if(OSTREL_SANITIZE)
   add_compile_options(-fsanitize=${OSTREL_SANITIZE} -fno-omit-frame-pointer
                       -fno-sanitize-recover=all)

@@ -41,6 +41,7 @@ std::vector<std::string> LibraryCandidates(const std::string& program_folder) {
       folder / kFile,
       folder / "../associations" / kFile,
       folder / ".." / OSTREL_LIBDIR / "cmpi" / kFile,
+      folder / "../lib64/cmpi" / kFile,  // RPMs have it there whatever the build was configured for
       fs::path(OSTREL_FULL_LIBDIR) / "cmpi" / kFile,
   };
   std::vector<std::string> files;

@@ -131,11 +131,12 @@ TEST_F(Environment, NamesTheLibraryWhereNoOptionDoes) {
 
 TEST(LibraryCandidates, StandBesideTheProgramFirst) {
   const std::vector<std::string> files = LibraryCandidates("/opt/x/bin");
-  ASSERT_EQ(files.size(), 4U);
+  ASSERT_EQ(files.size(), 5U);
   EXPECT_EQ(files[0], "/opt/x/bin/libOstrelPCI.so");
   EXPECT_EQ(files[1], "/opt/x/associations/libOstrelPCI.so");
   EXPECT_TRUE(files[2].starts_with("/opt/x/lib"));
   EXPECT_TRUE(files[2].ends_with("/cmpi/libOstrelPCI.so"));
+  EXPECT_EQ(files[3], "/opt/x/lib64/cmpi/libOstrelPCI.so");
 }
 
 // In some locales the lower case of "I" is no "i", and names would not be found.
