@@ -41,7 +41,7 @@ install(FILES ${PROJECT_BINARY_DIR}/ostrel-pci.service DESTINATION lib/systemd/s
         COMPONENT ostrel-pci)
 install(FILES docs/ostrel-pci.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT ostrel-pci)
 install(FILES docs/libHostCtl.7 DESTINATION ${CMAKE_INSTALL_MANDIR}/man7 COMPONENT ostrel-pci)
-install(FILES docs/administrators.md CHANGELOG.md LICENSE
+install(FILES docs/administrators.md docs/log-lines.md CHANGELOG.md LICENSE
         DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/ostrel-pci COMPONENT ostrel-pci)
 install(FILES src/tool/ostrel-pci.bash
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME ostrel-pci
