@@ -322,6 +322,15 @@ TEST_F(Sysfs, AVirtualFunctionHasTheKernelsIdsAndItsPhysicalFunction) {
   EXPECT_EQ(host.DeviceName(At(host, "0000:00:01.1")), "QEMU NVM Express Controller");
 }
 
+// The kernel keeps what it read when the function was found; registers that did not answer are ones.
+TEST_F(Sysfs, ASubsystemThatIsAllOnesIsNone) {
+  const std::string address = "0000:00:01.0";
+  tree_.Add("pci0000:00", Function(address).Gone());
+  Replace(address, "modalias", "pci:v00001B36d00000010sv0000FFFFsd0000FFFFbc01sc08i02\n");
+  const pci::Host host = Read();
+  EXPECT_EQ(At(host, address).ids, (pci::Ids{0x1b36, 0x10, 0, 0}));
+}
+
 TEST_F(Sysfs, OfAFunctionThatHasGoneTheKernelStillTellsTheIds) {
   tree_.Add("pci0000:00", Function("0000:00:01.0").Gone());
   Replace("0000:00:01.0", "modalias", Endpoint("0000:00:01.0").Modalias());
