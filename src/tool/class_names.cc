@@ -85,6 +85,22 @@ const Class& ResolveClass(std::string_view name) {
                    : fmt::format("did you mean {}?", fmt::join(near, " or "))));
 }
 
+std::string_view ResolveProperty(std::string_view name, const Class* cls) {
+  std::vector<std::string> names;
+  for (const Class* known : KnownClasses()) {
+    if (cls != nullptr && !cim::schema::IsA(known->name, cls->name)) continue;
+    if (const auto* property = cim::schema::FindProperty(*known, name)) return property->name;
+    for (const cim::schema::Property* property : cim::schema::AllProperties(*known)) {
+      names.emplace_back(property->name);
+    }
+  }
+  std::sort(names.begin(), names.end());
+  names.erase(std::unique(names.begin(), names.end()), names.end());
+  throw UsageError(fmt::format("{} has {} property \"{}\"{}",
+                               cls == nullptr ? "no class" : cls->name, cls == nullptr ? "a" : "no",
+                               name, DidYouMean(name, names)));
+}
+
 std::vector<std::string> NearClassNames(std::string_view name) {
   constexpr std::size_t kMost = 3;
   const std::string stem = Stem(name).substr(0, 64);

@@ -21,6 +21,10 @@ std::vector<const cim::schema::Class*> ServedClasses();
 // names where there is none.
 const cim::schema::Class& ResolveClass(std::string_view name);
 
+// The schema's spelling of the property, which a class has that is `cls` or below it, or any class
+// where that is nullptr. Throws UsageError with the nearest names where none has.
+std::string_view ResolveProperty(std::string_view name, const cim::schema::Class* cls);
+
 // Names a user may have meant, nearest first, three at most.
 std::vector<std::string> NearClassNames(std::string_view name);
 

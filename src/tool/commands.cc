@@ -20,6 +20,7 @@
 #include "tool/command_line.h"
 #include "tool/element_writer.h"
 #include "tool/errors.h"
+#include "tool/function_path.h"
 #include "tool/inventory/record.h"
 #include "tool/inventory/selected_elements.h"
 #include "tool/inventory/selection.h"
@@ -81,9 +82,15 @@ void ListClasses(const Arguments& arguments, std::ostream& out) {
 // ---------------------------------------------------------------------------------------------
 // Requests for instances and object paths
 
-broker::PropertyList Properties(const Arguments& arguments) {
+// The properties that were asked for, as the schema spells them. Each is one of a class that is or
+// is below `cls`; of any class where that is nullptr.
+broker::PropertyList Properties(const Arguments& arguments, const Class* cls) {
   if (arguments.properties.empty()) return std::nullopt;
-  return arguments.properties;
+  std::vector<std::string> properties;
+  for (const std::string& name : arguments.properties) {
+    properties.emplace_back(ResolveProperty(name, cls));
+  }
+  return properties;
 }
 
 // "CLASS" or "NAMESPACE:CLASS".
@@ -100,11 +107,52 @@ std::optional<std::string> ResolvedClass(const std::optional<std::string>& name)
   return std::string(ResolveClass(*name).name);
 }
 
+// The keys of the class that neither the user nor the host's system determines.
+std::string MissingKeys(const ObjectPath& path) {
+  std::vector<std::string_view> missing;
+  for (const std::string_view key : cim::schema::KeyNames(ResolveClass(path.class_name))) {
+    if (path.Key(key) == nullptr) missing.push_back(key);
+  }
+  return fmt::format("{}", fmt::join(missing, ", "));
+}
+
+// At least one instance. A provider may do with a part of the keys; where it does not, the user
+// should know what lacks.
+std::vector<cim::Instance> Find(const ObjectPath& path, const broker::PropertyList& properties,
+                                Session& session) {
+  try {
+    std::vector<cim::Instance> found = session.Get(path, properties);
+    if (!found.empty()) return found;
+  } catch (const StatusError& error) {
+    const std::string missing = MissingKeys(path);
+    if (!missing.empty()) {
+      throw CommandError(fmt::format("{}; the path has no {}", error.what(), missing));
+    }
+    if (error.code() != CMPI_RC_ERR_NOT_FOUND) throw;
+  }
+  throw CommandError("not found: there is no instance " + ToWbemUri(path));
+}
+
+// An object path, or the address of a function, which stands for the function in its own class.
+ObjectPath ReadElement(const std::string& operand, Session& session) {
+  if (LooksLikeAddress(operand)) return PathOfFunction(operand, session);
+  return ReadPath(operand, session.system());
+}
+
+// What associations are asked of, which must be there.
+ObjectPath ReadSource(const std::string& operand, Session& session) {
+  ObjectPath path = ReadElement(operand, session);
+  // Of the path's keys, those that are missing are the providers' to judge.
+  if (MissingKeys(path).empty()) Find(path, broker::PropertyList(std::in_place), session);
+  return path;
+}
+
 void Enumerate(const Arguments& arguments, Session& session, ElementWriter& writer) {
   const Class& cls = ReadClass(arguments.operand, session.system());
+  const broker::PropertyList properties = Properties(arguments, &cls);
   const auto ask = [&](broker::ResultSink& sink) {
     if (arguments.names) return session.EnumerateNames(cls, sink);
-    session.Enumerate(cls, Properties(arguments), sink);
+    session.Enumerate(cls, properties, sink);
   };
   const Selection selection(arguments.selection);
   if (selection.is_all()) return ask(writer);
@@ -118,48 +166,25 @@ void Enumerate(const Arguments& arguments, Session& session, ElementWriter& writ
 void Associators(const Arguments& arguments, Session& session, ElementWriter& writer) {
   const broker::AssociationFilter& filter = arguments.filter;
   const requests::AssociationRequest request{
-      ReadPath(arguments.operand, session.system()), ResolvedClass(filter.assoc_class),
+      ReadSource(arguments.operand, session), ResolvedClass(filter.assoc_class),
       ResolvedClass(filter.result_class), filter.role, filter.result_role};
   if (arguments.names) return session.AssociatorNames(request, writer);
-  session.Associators(request, Properties(arguments), writer);
+  session.Associators(request, Properties(arguments, nullptr), writer);
 }
 
 void References(const Arguments& arguments, Session& session, ElementWriter& writer) {
   const broker::AssociationFilter& filter = arguments.filter;
-  const requests::AssociationRequest request{ReadPath(arguments.operand, session.system()),
+  const requests::AssociationRequest request{ReadSource(arguments.operand, session),
                                              ResolvedClass(filter.result_class), std::nullopt,
                                              filter.role, std::nullopt};
   if (arguments.names) return session.ReferenceNames(request, writer);
-  session.References(request, Properties(arguments), writer);
-}
-
-// The keys of the class that neither the user nor the host's system determines.
-std::string MissingKeys(const ObjectPath& path) {
-  std::vector<std::string_view> missing;
-  for (const std::string_view key : cim::schema::KeyNames(ResolveClass(path.class_name))) {
-    if (path.Key(key) == nullptr) missing.push_back(key);
-  }
-  return fmt::format("{}", fmt::join(missing, ", "));
-}
-
-// A provider may do with a part of the keys; where it does not, the user should know what lacks.
-std::vector<cim::Instance> Find(const ObjectPath& path, const broker::PropertyList& properties,
-                                Session& session) {
-  try {
-    return session.Get(path, properties);
-  } catch (const StatusError& error) {
-    const std::string missing = MissingKeys(path);
-    if (missing.empty()) throw;
-    throw CommandError(fmt::format("{}; the path has no {}", error.what(), missing));
-  }
+  session.References(request, Properties(arguments, nullptr), writer);
 }
 
 void Get(const Arguments& arguments, Session& session, ElementWriter& writer) {
-  const ObjectPath path = ReadPath(arguments.operand, session.system());
-  std::vector<cim::Instance> found = Find(path, Properties(arguments), session);
-  if (found.empty()) {
-    throw CommandError("not found: there is no instance " + ToWbemUri(path));
-  }
+  const ObjectPath path = ReadElement(arguments.operand, session);
+  const Class& cls = ResolveClass(path.class_name);
+  std::vector<cim::Instance> found = Find(path, Properties(arguments, &cls), session);
   for (cim::Instance& instance : found) {
     if (arguments.names) {
       writer.OnObjectPath(std::move(instance.path));

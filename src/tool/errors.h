@@ -38,7 +38,11 @@ class UsageError : public CommandError {
 class StatusError : public CommandError {
  public:
   StatusError(const std::string& request, const cim::Status& status)
-      : CommandError(request + ": " + cim::ToString(status)) {}
+      : CommandError(request + ": " + cim::ToString(status)), code_(status.code) {}
+  CMPIrc code() const { return code_; }
+
+ private:
+  CMPIrc code_;
 };
 
 }  // namespace tool

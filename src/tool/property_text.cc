@@ -1,6 +1,11 @@
 #include "tool/property_text.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <array>
+#include <vector>
 
 #include "cim/schema.h"
 #include "cim/wbem_uri.h"
@@ -11,6 +16,25 @@ namespace tool {
 
 using cim::Instance;
 using cim::Value;
+
+namespace {
+
+// Numbers that everybody else has in hexadecimal.
+constexpr std::array<std::string_view, 7> kHexadecimal = {
+    "PCIDeviceID", "VendorID",           "SubsystemID",         "SubsystemVendorID",
+    "BusNumber",   "SecondaryBusNumber", "SubordinateBusNumber"};
+
+std::string Meaning(const Instance& instance, std::string_view property, const Value& value) {
+  const auto number = value.as_unsigned();
+  const bool hexadecimal =
+      std::find(kHexadecimal.begin(), kHexadecimal.end(), property) != kHexadecimal.end();
+  const bool is_bus = property.ends_with("Number");
+  if (hexadecimal && number) return fmt::format("0x{:0{}x}", *number, is_bus ? 2 : 4);
+  if (property == "SubClassCode" && number) return ClassTitle(instance);
+  return CodeMeaning(instance.path.class_name, property, value);
+}
+
+}  // namespace
 
 std::string PropertyText(const Instance& instance, std::string_view name) {
   const Value* value = instance.Find(name);
@@ -37,6 +61,19 @@ std::string CodeMeaning(std::string_view class_name, std::string_view property,
     if (known.code == code) return std::string(known.meaning);
   }
   return "";
+}
+
+std::string ExplainedText(const Instance& instance, const cim::Property& property) {
+  const auto explained = [&](const Value& value) {
+    const std::string meaning = Meaning(instance, property.name, value);
+    return PrintableUtf8(ToText(value)) + (meaning.empty() ? "" : fmt::format(" ({})", meaning));
+  };
+  const Value::Array* elements = property.value.elements();
+  if (elements == nullptr) return explained(property.value);
+  std::vector<std::string> texts;
+  texts.reserve(elements->size());
+  for (const Value& element : *elements) texts.push_back(explained(element));
+  return fmt::format("{{{}}}", fmt::join(texts, ", "));
 }
 
 std::string WithoutDeviceNumber(std::string element_name, std::string_view number) {

@@ -25,6 +25,10 @@ std::optional<std::uint64_t> PropertyNumber(const cim::Instance& instance, std::
 std::string CodeMeaning(std::string_view class_name, std::string_view property,
                         const cim::Value& value);
 
+// The property's value as PropertyText has it, with what its codes mean and with identifiers in
+// hexadecimal as well: "{6 (PCI Power Management Supported), 13 (Supports PCIe)}", "4307 (0x10d3)".
+std::string ExplainedText(const cim::Instance& instance, const cim::Property& property);
+
 // Vendor and device name: the ElementName of a function without the number of its device, which it
 // ends in (" #3").
 std::string WithoutDeviceNumber(std::string element_name, std::string_view number);

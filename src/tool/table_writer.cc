@@ -151,7 +151,9 @@ class TableWriter : public ElementWriter {
     if (style_.properties.empty()) return UsualColumns(sample);
     Columns columns;
     for (const std::string& property : style_.properties) {
-      columns.push_back(PropertyColumn(PrintableUtf8(property), property));
+      const std::string_view spelled = cim::schema::PropertyName(property);
+      columns.push_back(PropertyColumn(
+          spelled.empty() ? PrintableUtf8(property) : std::string(spelled), property));
     }
     return columns;
   }
@@ -175,20 +177,12 @@ class SheetWriter : public ElementWriter {
     for (const auto& property : instance.properties) {
       const std::string name = PrintableUtf8(property.name);
       text += fmt::format("  {}{}  {}\n", name, std::string(widest - Width(name), ' '),
-                          Meaning(instance, property));
+                          ExplainedText(instance, property));
     }
     out() << text;
   }
 
   void Write(ObjectPath&& path) override { out() << PrintableUtf8(ToWbemUri(path)) << '\n'; }
-
- private:
-  static std::string Meaning(const Instance& instance, const cim::Property& property) {
-    std::string text = PrintableUtf8(ToText(property.value));
-    const std::string meaning =
-        CodeMeaning(instance.path.class_name, property.name, property.value);
-    return meaning.empty() ? text : fmt::format("{} ({})", text, meaning);
-  }
 };
 
 }  // namespace

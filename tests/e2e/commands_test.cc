@@ -132,14 +132,67 @@ TEST(Commands, SayThatAnInstanceIsNotFound) {
   EXPECT_THAT(Bad(1, {"get", "PCIDevice.DeviceID=\"0000:7f:00.0\"", "-o", "json"}),
               HasSubstr("not found"));
   EXPECT_EQ(Bad(1, {"get", "PCIBridge.DeviceID=\"0000:00:1f.2\""}),
-            "ostrel-pci: get of root/cimv2:Ostrel_PCIBridge."
-            "SystemCreationClassName=\"OMC_UnitaryComputerSystem\",SystemName=\"recorded\","
-            "CreationClassName=\"Ostrel_PCIBridge\",DeviceID=\"0000:00:1f.2\": "
-            "CMPI_RC_ERR_NOT_FOUND (6)\n");
+            "ostrel-pci: not found: there is no instance "
+            "root/cimv2:Ostrel_PCIBridge.SystemCreationClassName=\"OMC_UnitaryComputerSystem\","
+            "SystemName=\"recorded\",CreationClassName=\"Ostrel_PCIBridge\","
+            "DeviceID=\"0000:00:1f.2\"\n");
   EXPECT_THAT(Bad(1, {"get", "PCIDevice"}), HasSubstr("the path has no DeviceID"));
   EXPECT_EQ(Bad(1, {"ain", "PCIPortGroup", "--assoc-class", "MemberOfCollection"}),
             "ostrel-pci: associator names of root/cimv2:Ostrel_PCIPortGroup by "
             "Ostrel_PCIMemberOfCollection: CMPI_RC_ERR_NO_SUCH_PROPERTY (12)\n");
+}
+
+TEST(Commands, SayThatTheSourceOfAnAssociationIsNotFound) {
+  const std::string port = "PCIPort.DeviceID=\"none\"";
+  for (const std::string command : {"associators", "ain", "references", "rin"}) {
+    EXPECT_THAT(
+        Bad(1, {command, port}),
+        StartsWith("ostrel-pci: not found: there is no instance root/cimv2:Ostrel_PCIPort."));
+    EXPECT_EQ(Bad(1, {command, "66:00.0"}),
+              "ostrel-pci: not found: there is no PCI function 66:00.0\n");
+  }
+}
+
+TEST(Commands, TakeTheAddressOfAFunctionForItsPathInItsOwnClass) {
+  const auto path = [](const std::string& cls, const std::string& address) {
+    return cls + ".DeviceID=\"" + address + "\"";
+  };
+  for (const auto& [cls, address] :
+       {std::pair<std::string, std::string>{"PCIDevice", "0000:07:00.0"},
+        {"PCIeSwitch", "0000:05:00.0"},
+        {"PCIBridge", "0000:09:00.0"},
+        {"PCIBridge", "0000:00:1f.0"},
+        {"PCIDevice", "0000:06:00.0"}}) {
+    EXPECT_EQ(Good({"get", address}), Good({"get", path(cls, address)}));
+    EXPECT_EQ(Good({"get", address.substr(5)}), Good({"get", address}));
+    EXPECT_EQ(Good({"ain", address}), Good({"ain", path(cls, address)}));
+    EXPECT_EQ(Good({"rin", address}), Good({"rin", path(cls, address)}));
+  }
+  EXPECT_EQ(Good({"get", "07:"}), Good({"get", "07:00.0"}));
+  EXPECT_THAT(Bad(1, {"get", "02:"}), HasSubstr("02: is 3 PCI functions"));
+  EXPECT_EQ(Bad(1, {"get", "66:00.0"}),
+            "ostrel-pci: not found: there is no PCI function 66:00.0\n");
+}
+
+TEST(Commands, KnowThePropertiesOfTheSchema) {
+  EXPECT_EQ(Lines(Good({"ei", "switch", "-p", "numberofports,DEVICEID"})).at(0),
+            "NumberOfPorts  DeviceID");
+  EXPECT_EQ(Bad(2, {"ei", "switch", "-p", "NumberOfPort"}),
+            "ostrel-pci: Ostrel_PCIeSwitch has no property \"NumberOfPort\"; did you mean "
+            "NumberOfPorts?\n");
+  EXPECT_THAT(Good({"ei", "CIM_PCIDevice", "-p", "NumberOfPorts"}), HasSubstr("3\n"));
+  EXPECT_THAT(Bad(2, {"get", "07:00.0", "-p", "Colour"}), HasSubstr("has no property \"Colour\""));
+  EXPECT_THAT(Bad(2, {"ai", "07:00.0", "-p", "Colour"}),
+              HasSubstr("no class has a property \"Colour\""));
+}
+
+TEST(Commands, ExplainCodesAndIdentifiers) {
+  const std::string sheet = Good({"get", "03:00.0"});
+  EXPECT_THAT(sheet, HasSubstr("{6 (PCI Power Management Supported), 7 (Message Signaled "
+                               "Interrupts Supported), 13 (Supports PCIe)}\n"));
+  EXPECT_THAT(sheet, HasSubstr("PCIDeviceID              4307 (0x10d3)\n"));
+  EXPECT_THAT(sheet, HasSubstr("SubClassCode             0 (Ethernet controller)\n"));
+  EXPECT_THAT(sheet, HasSubstr("BusNumber                3 (0x03)\n"));
 }
 
 TEST(Commands, FollowAssociationsToControllersAndPorts) {
@@ -168,7 +221,6 @@ TEST(Commands, AskOnlyAssociationsThatHaveTheRoles) {
 }
 
 TEST(Commands, SucceedWhereNothingMatches) {
-  EXPECT_EQ(Good({"ain", "PCIPort.DeviceID=\"none\"", "--assoc-class", "ControlledBy"}), "");
   EXPECT_EQ(Good({"ain", "system", "--role", "Nothing", "-o", "json"}), "[]\n");
 }
 
