@@ -29,11 +29,11 @@
 #include "tool/managers/register_command.h"
 #include "tool/output.h"
 #include "tool/path_completion.h"
+#include "tool/serve_command.h"
 #include "tool/session.h"
 #include "tool/table.h"
 #include "tool/topology_render.h"
 #include "tool/topology_walk.h"
-#include "wbem/serve.h"
 
 namespace tool {
 namespace {
@@ -246,30 +246,6 @@ int Register(const Arguments& arguments, std::ostream& out) {
   return RunRegister(options, out, std::cerr);
 }
 
-bool HasDevices(Session& session) {
-  broker::Recorder found;
-  session.EnumerateNames(ResolveClass("CIM_PCIDevice"), found);
-  return !found.paths.empty();
-}
-
-void Serve(const Arguments& arguments, Session& session, std::ostream& out) {
-  wbem::ServerOptions options;
-  options.address = arguments.address;
-  options.port = arguments.port;
-  if (arguments.verbose) {
-    options.log = [](const std::string& line) { WriteDiagnostic(line + '\n'); };
-  }
-  broker::ObjectManager& manager = session.ManagerForThreads();
-  if (session.incomplete() && !HasDevices(session)) {
-    throw CommandError("the host cannot be read: there is nothing to serve");
-  }
-  try {
-    wbem::Serve(manager, options, out);
-  } catch (const std::invalid_argument& error) {
-    throw UsageError(error.what());
-  }
-}
-
 int Run(const Arguments& arguments, std::ostream& out) {
   if (arguments.command == Command::kRegister) return Register(arguments, out);
   if (arguments.command == Command::kClasses) {
@@ -290,11 +266,11 @@ int Run(const Arguments& arguments, std::ostream& out) {
   if (arguments.command == Command::kLinks) {
     return RunLinks(arguments.links, arguments.selection, arguments.format == Format::kJson, out);
   }
-  Session session({arguments.library, SystemName(), arguments.verbose});
   if (arguments.command == Command::kServe) {
-    Serve(arguments, session, out);
+    RunServe(arguments, out);
     return kExitOk;
   }
+  Session session({arguments.library, SystemName(), arguments.verbose});
   if (arguments.command == Command::kTree) {
     Tree(arguments, session, out);
   } else {

@@ -70,6 +70,14 @@ std::string ClassOf(const Request& request) {
   return {};
 }
 
+CurrentManager::Loan Borrow(CurrentManager& manager) {
+  try {
+    return manager.Borrow();
+  } catch (const std::exception& error) {
+    throw RequestError(503, {}, error.what());
+  }
+}
+
 }  // namespace
 
 std::optional<HttpResponse> CimService::AnswerHead(const HttpRequest& head) {
@@ -98,8 +106,9 @@ void CimService::Answer(Exchange& exchange) {
                           {}};
     AcknowledgeExtension(http, response);
     exchange.Begin(std::move(response));
+    const auto manager = Borrow(manager_);
     const Outcome outcome =
-        wbem::Answer(manager_, request, std::string(http.Header("Host")), exchange);
+        wbem::Answer(*manager, request, std::string(http.Header("Host")), exchange);
     exchange.record().error = outcome.error;
     exchange.record().elements = outcome.elements;
   } catch (const RequestError& error) {

@@ -1,5 +1,5 @@
-// CIM operations over HTTP (DSP0200), on an object manager: which requests are CIM operations, and
-// the headers of what they are answered with.
+// CIM operations over HTTP (DSP0200), on the current object manager: which requests are CIM
+// operations, and the headers of what they are answered with.
 //
 // Thread rule: thread-safe.
 
@@ -8,7 +8,7 @@
 
 #include <optional>
 
-#include "broker/object_manager.h"
+#include "wbem/current_manager.h"
 #include "wbem/request_handler.h"
 
 namespace wbem {
@@ -16,13 +16,13 @@ namespace wbem {
 class CimService : public RequestHandler {
  public:
   // `manager` must outlive the service.
-  explicit CimService(broker::ObjectManager& manager) : manager_(manager) {}
+  explicit CimService(CurrentManager& manager) : manager_(manager) {}
 
   std::optional<HttpResponse> AnswerHead(const HttpRequest& head) override;
   void Answer(Exchange& exchange) override;
 
  private:
-  broker::ObjectManager& manager_;
+  CurrentManager& manager_;
 };
 
 }  // namespace wbem

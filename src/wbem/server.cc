@@ -78,7 +78,7 @@ bool IsOfOneConnection(int error) {
 // A server that runs, from its constructor to its destructor.
 class Server::Impl {
  public:
-  Impl(broker::ObjectManager& manager, const ServerOptions& options);
+  Impl(CurrentManager& manager, const ServerOptions& options);
   ~Impl();
   Impl(const Impl&) = delete;
   Impl& operator=(const Impl&) = delete;
@@ -115,7 +115,7 @@ class Server::Impl {
   std::thread thread_;
 };
 
-Server::Impl::Impl(broker::ObjectManager& manager, const ServerOptions& options)
+Server::Impl::Impl(CurrentManager& manager, const ServerOptions& options)
     : options_(options),
       max_connections_(MaxConnections(options.max_connections)),
       service_(manager),
@@ -226,7 +226,7 @@ void Server::Impl::WindDown() {
   });
 }
 
-Server::Server(broker::ObjectManager& manager, ServerOptions options)
+Server::Server(CurrentManager& manager, ServerOptions options)
     : manager_(manager), options_(std::move(options)) {
   options_.address = LoopbackAddress(options_.address).to_string();
 }

@@ -20,7 +20,7 @@
 #include <memory>
 #include <string>
 
-#include "broker/object_manager.h"
+#include "wbem/current_manager.h"
 #include "wbem/limits.h"
 #include "wbem/request_log.h"
 
@@ -42,7 +42,7 @@ class Server {
  public:
   // `manager` must outlive the server. Throws std::invalid_argument for an address that is not a
   // loopback one.
-  Server(broker::ObjectManager& manager, ServerOptions options);
+  Server(CurrentManager& manager, ServerOptions options);
   // Stops it.
   ~Server();
 
@@ -61,7 +61,7 @@ class Server {
  private:
   class Impl;
 
-  broker::ObjectManager& manager_;
+  CurrentManager& manager_;
   ServerOptions options_;
   std::string url_;
   std::unique_ptr<Impl> impl_;

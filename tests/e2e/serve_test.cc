@@ -8,7 +8,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
+#include <cstdio>
+#include <fstream>
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -90,16 +94,17 @@ std::string ClientValue(const Json& value) {
   return text;
 }
 
-class ServeTest : public testing::Test {
- protected:
-  static void SetUpTestSuite() {
+// "ostrel-pci serve" on a dump, from its first line to its end.
+class RunningServer {
+ public:
+  explicit RunningServer(const std::string& dump) {
     int ends[2];
-    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
-    server = fork();
-    if (server == 0) {
+    EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    process_ = fork();
+    if (process_ == 0) {
       prctl(PR_SET_PDEATHSIG, SIGTERM);
       dup2(ends[1], STDOUT_FILENO);
-      execl(OSTREL_PCI, OSTREL_PCI, "--dump", RECORDED_DUMP, "--system-name", "recorded", "serve",
+      execl(OSTREL_PCI, OSTREL_PCI, "--dump", dump.c_str(), "--system-name", "recorded", "serve",
             "--port", "0", nullptr);
       _exit(126);
     }
@@ -108,22 +113,37 @@ class ServeTest : public testing::Test {
     for (char c = 0; read(ends[0], &c, 1) == 1 && c != '\n';) line += c;
     close(ends[0]);
     const std::string start = "listening on http://";
-    ASSERT_TRUE(line.starts_with(start + "127.0.0.1:")) << line;
-    host = line.substr(start.size()) + "/";
+    EXPECT_TRUE(line.starts_with(start + "127.0.0.1:")) << line;
+    host_ = line.substr(std::min(start.size(), line.size())) + "/";
   }
-
   // Ends by the signal that service managers send, and well.
-  static void TearDownTestSuite() {
-    ASSERT_EQ(kill(server, SIGTERM), 0);
+  ~RunningServer() {
+    Signal(SIGTERM);
     int status = -1;
-    EXPECT_EQ(waitpid(server, &status, 0), server);
+    EXPECT_EQ(waitpid(process_, &status, 0), process_);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
   }
+  RunningServer(const RunningServer&) = delete;
+  RunningServer& operator=(const RunningServer&) = delete;
+
+  void Signal(int signal) const { EXPECT_EQ(kill(process_, signal), 0); }
+  const std::string& host() const { return host_; }  // "127.0.0.1:40000/"
+
+ private:
+  pid_t process_;
+  std::string host_;
+};
+
+class ServeTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite() { server = std::make_unique<RunningServer>(RECORDED_DUMP); }
+  static void TearDownTestSuite() { server.reset(); }
 
   // What wbemcli prints, errors included, less the host in front of paths.
   static std::vector<std::string> Client(const std::string& operation, const std::string& path,
                                          const std::string& options = {}) {
     // Through cat, because wbemcli's exit status says whether there was an error.
+    const std::string& host = server->host();
     const std::string output = e2e::OutputOf("wbemcli " + operation + " " + options + " 'http://" +
                                              host + path + "' 2>&1 | cat");
     std::vector<std::string> lines;
@@ -152,12 +172,10 @@ class ServeTest : public testing::Test {
     return lines;
   }
 
-  static pid_t server;
-  static std::string host;
+  static std::unique_ptr<RunningServer> server;
 };
 
-pid_t ServeTest::server = 0;
-std::string ServeTest::host;
+std::unique_ptr<RunningServer> ServeTest::server;
 
 TEST_F(ServeTest, EnumeratesEveryClassAsTheToolDoes) {
   for (const std::string& cls : AllClasses()) {
@@ -250,6 +268,34 @@ TEST_F(ServeTest, ErrorsHaveTheirCodes) {
   EXPECT_THAT(Joined(Client("gi", "root/cimv2:Ostrel_PCIDevice.NoKey=\"x\"")),
               HasSubstr("(4) CIM_ERR_INVALID_PARAMETER"));
   EXPECT_THAT(Joined(Client("di", ClientPath(path))), HasSubstr("(7) CIM_ERR_NOT_SUPPORTED"));
+}
+
+TEST(ServeReload, ASignalMakesItReadTheHostAnew) {
+  const std::string dump = testing::TempDir() + "serve_reload.lspci";
+  const auto write = [&](const std::string& text) { std::ofstream(dump) << text; };
+  const auto devices = [](const RunningServer& server) {
+    return e2e::OutputOf("wbemcli ein 'http://" + server.host() +
+                         "root/cimv2:Ostrel_PCIDevice' 2>&1 | cat");
+  };
+  // A header without capabilities is all that a device needs.
+  const std::string device =
+      "\n00: 86 80 d3 10 00 00 10 00 00 00 00 02 00 00 00 00\n"
+      "10: 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00\n"
+      "20: 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00\n"
+      "30: 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00\n\n";
+  write("0000:00:01.0 Ethernet" + device);
+  const RunningServer server(dump);
+  EXPECT_THAT(devices(server), HasSubstr("0000:00:01.0"));
+  write("0000:00:02.0 Ethernet" + device);
+  server.Signal(SIGHUP);
+  // The server's main thread takes the signal some time soon.
+  std::string found;
+  for (int i = 0; i < 100 && found.find("0000:00:02.0") == std::string::npos; ++i) {
+    found = devices(server);
+  }
+  EXPECT_THAT(found, HasSubstr("0000:00:02.0"));
+  EXPECT_THAT(found, testing::Not(HasSubstr("0000:00:01.0")));
+  std::remove(dump.c_str());
 }
 
 TEST(ServeOptions, OtherAddressesAreRefused) {

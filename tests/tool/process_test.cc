@@ -150,7 +150,7 @@ TEST_F(Environment, DoesNotChangeTheLocale) {
   EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C");
 }
 
-// A server needs more files than one. It is another process that ends without: one may not raise
+// A server needs more files than two. It is another process that ends without: one may not raise
 // the limit again.
 TEST_F(Environment, FailuresOfTheSystemAreNotTakenForThoseOfTheOutput) {
   if (kSanitized) GTEST_SKIP() << "a sanitizer ends the process where it cannot open its own files";
@@ -160,8 +160,8 @@ TEST_F(Environment, FailuresOfTheSystemAreNotTakenForThoseOfTheOutput) {
   if (child == 0) {
     const auto next = static_cast<rlim_t>(dup(STDIN_FILENO));
     close(static_cast<int>(next));
-    const rlimit one_more{next + 1, next + 1};
-    setrlimit(RLIMIT_NOFILE, &one_more);
+    const rlimit two_more{next + 2, next + 2};
+    setrlimit(RLIMIT_NOFILE, &two_more);
     _exit(Main(std::size(words), words));
   }
   int status = -1;

@@ -47,10 +47,10 @@ class LoadTest : public testing::Test {
   void TearDown() override {
     server_->Stop();
     scripted::Behave({});
-    EXPECT_TRUE(manager_->ProviderErrors().empty());
+    EXPECT_TRUE((*manager_->Borrow()).ProviderErrors().empty());
   }
 
-  std::unique_ptr<broker::ObjectManager> manager_ = scripted::Manager();
+  std::unique_ptr<wbem::CurrentManager> manager_ = scripted::Current();
   std::unique_ptr<wbem::Server> server_;
   int port_ = 0;
 };

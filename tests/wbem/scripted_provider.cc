@@ -142,4 +142,8 @@ std::unique_ptr<broker::ObjectManager> Manager() {
   return manager;
 }
 
+std::unique_ptr<wbem::CurrentManager> Current() {
+  return std::make_unique<wbem::CurrentManager>([] { return Manager(); });
+}
+
 }  // namespace scripted

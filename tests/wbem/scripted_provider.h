@@ -11,6 +11,7 @@
 #include "broker/object_manager.h"
 #include "broker/provider_library.h"
 #include "platform/cmpi/cmpi.h"
+#include "wbem/current_manager.h"
 
 namespace scripted {
 
@@ -31,6 +32,8 @@ std::shared_ptr<const broker::ProviderLibrary> Library();
 
 // An object manager that serves the class.
 std::unique_ptr<broker::ObjectManager> Manager();
+// The same, as what a server answers by.
+std::unique_ptr<wbem::CurrentManager> Current();
 
 }  // namespace scripted
 

@@ -31,7 +31,7 @@ class BreaksTheListener : public std::stringbuf {
 };
 
 TEST(Serve, TakesAllDescriptorsItMayAndSaysThatTheServerHasCeased) {
-  const auto manager = scripted::Manager();
+  const auto manager = scripted::Current();
   rlimit files{};
   ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &files), 0);
   files.rlim_cur = kFew;
@@ -40,7 +40,7 @@ TEST(Serve, TakesAllDescriptorsItMayAndSaysThatTheServerHasCeased) {
   options.port = 0;
   BreaksTheListener buffer;
   std::ostream out(&buffer);
-  EXPECT_THROW(wbem::Serve(*manager, options, out), std::runtime_error);
+  EXPECT_THROW(wbem::Serve(*manager, options, {}, out), std::runtime_error);
   EXPECT_TRUE(buffer.str().starts_with("listening on http://127.0.0.1:")) << buffer.str();
   getrlimit(RLIMIT_NOFILE, &files);
   EXPECT_EQ(files.rlim_cur, files.rlim_max);

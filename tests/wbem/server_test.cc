@@ -47,7 +47,7 @@ class ServerTest : public testing::Test {
   void TearDown() override {
     server_->Stop();
     scripted::Behave({});
-    EXPECT_TRUE(manager_->ProviderErrors().empty());
+    EXPECT_TRUE((*manager_->Borrow()).ProviderErrors().empty());
   }
 
   // A server that runs already makes way for the new one.
@@ -83,7 +83,7 @@ class ServerTest : public testing::Test {
     EXPECT_THAT(answer.elements(), SizeIs(3));
   }
 
-  std::unique_ptr<broker::ObjectManager> manager_ = scripted::Manager();
+  std::unique_ptr<wbem::CurrentManager> manager_ = scripted::Current();
   std::unique_ptr<wbem::Server> server_;
   int port_ = 0;
 };
@@ -644,7 +644,7 @@ TEST_F(ServerTest, TheLogHasALineForEachRequest) {
 // Addresses, start and stop
 
 TEST(ServerAddress, OnlyLoopbackIsServed) {
-  const auto manager = scripted::Manager();
+  const auto manager = scripted::Current();
   for (const char* address : {"0.0.0.0", "192.168.1.1", "::", "fe80::1", "example.com", "",
                               "128.0.0.1", "127.0.0", "*"}) {
     wbem::ServerOptions options;
@@ -677,7 +677,7 @@ bool HasIpv6Loopback() {
 
 TEST(ServerAddress, TheLoopbackAddressOfIpv6IsServed) {
   if (!HasIpv6Loopback()) GTEST_SKIP() << "this machine has no ::1";
-  const auto manager = scripted::Manager();
+  const auto manager = scripted::Current();
   wbem::ServerOptions options;
   options.address = "::1";
   options.port = 0;
@@ -697,7 +697,7 @@ TEST(ServerAddress, TheLoopbackAddressOfIpv6IsServed) {
 }
 
 TEST(ServerAddress, APortInUseIsAnError) {
-  const auto manager = scripted::Manager();
+  const auto manager = scripted::Current();
   wbem::ServerOptions options;
   options.port = 0;
   wbem::Server first(*manager, options);
@@ -707,7 +707,7 @@ TEST(ServerAddress, APortInUseIsAnError) {
 }
 
 TEST(ServerAddress, UrlHasThePort) {
-  const auto manager = scripted::Manager();
+  const auto manager = scripted::Current();
   wbem::ServerOptions options;
   options.port = 0;
   wbem::Server server(*manager, options);
