@@ -158,9 +158,10 @@ std::vector<std::string> ObjectManager::ProvidersFor(std::string_view class_name
   for (const auto& provider : providers_) {
     if (cim::schema::IsA(provider->name, class_name)) names.push_back(provider->name);
   }
-  const std::string_view hosting = cim::schema::kSystemClass;
-  if (ServesSystemItself(hosting) && cim::schema::IsA(hosting, class_name)) {
-    names.emplace_back(hosting);
+  const std::string_view system = cim::schema::kSystemClass;
+  // NOLINTNEXTLINE(readability-suspicious-call-argument): a class is below a class
+  if (ServesSystemItself(system) && cim::schema::IsA(system, class_name)) {
+    names.emplace_back(system);
   }
   return names;
 }
