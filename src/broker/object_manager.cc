@@ -453,11 +453,6 @@ std::vector<ProviderError> ObjectManager::ProviderErrors() const {
   return errors_;
 }
 
-void ObjectManager::ClearProviderErrors() {
-  const std::lock_guard lock(errors_mutex_);
-  errors_.clear();
-}
-
 Region& ObjectManager::NewCloneRegion() {
   Region* region = Region::OpenForClone(*this);
   const std::lock_guard lock(clones_mutex_);

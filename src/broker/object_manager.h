@@ -79,7 +79,7 @@ struct Options {
   std::string system_name = "localhost";  // reported in lower case
   std::string name_space = "root/cimv2";  // for paths that come without one
   bool check_providers = true;
-  const Imitation* imitate = nullptr;  // for tests; null: nobody
+  const Imitation* imitate = nullptr;  // for tests; null: its own ways
   // Called around every factory call instead of the call itself; must run `call` once.
   std::function<void(std::string_view class_name, ProviderKind kind,
                      const std::function<void()>& call)>
@@ -103,8 +103,7 @@ class ObjectManager {
   // Requests for `class_name` go to the library's provider of that name. Its factories are called
   // when first needed, the instance and the association factory each by itself. A factory that
   // throws or answers null makes the request answer CMPI_RC_ERR_FAILED with its text; the next one
-  // tries again.
-  // One of the system class takes the place of the manager's own answers.
+  // tries again. A provider of the system class takes the place of the manager's own answers.
   void Register(std::string_view class_name, std::shared_ptr<const ProviderLibrary> library);
 
   // The registered classes that are `class_name` or below it (in order of registration), and the
@@ -158,13 +157,12 @@ class ObjectManager {
   cim::Status Cleanup(std::string_view provider, ProviderKind kind, bool terminating);
 
   // The provider record that the factory handed out, calling the factory if need be; nullptr and
-  // `status` (which may be null) where that fails. For tests that look at the records themselves.
+  // `status` (which may be null) where that fails.
   CMPIInstanceMI* InstanceProvider(std::string_view provider, cim::Status* status);
   CMPIAssociationMI* AssociationProvider(std::string_view provider, cim::Status* status);
 
   // What the providers did wrong so far, oldest first (the first 1000).
   std::vector<ProviderError> ProviderErrors() const;
-  void ClearProviderErrors();
 
   Statistics GetStatistics() const;
 

@@ -62,7 +62,7 @@ const ObjectState* UseAny(const void* object, const char* function) {
   }
   const auto* state =
       reinterpret_cast<const ObjectState*>(static_cast<const char*>(object) + kStateOffset);
-  return IsAlive(*state, function) && IsUsable(*state, state->kind, function) ? state : nullptr;
+  return IsUsable(*state, state->kind, function) ? state : nullptr;
 }
 
 Region& RegionFor(const ObjectState& state) {

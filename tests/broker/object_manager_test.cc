@@ -202,6 +202,16 @@ TEST(SystemClass, ServesOneInstanceWithTheNameInLowerCase) {
             CMPI_RC_ERR_NOT_FOUND);
 }
 
+TEST(SystemClass, IsInTheNamespaceThatIsAsked) {
+  ObjectManager manager({.system_name = "h"});
+  cim::ObjectPath elsewhere = manager.SystemPath();
+  elsewhere.name_space = "root/other";
+  Recorder found;
+  EXPECT_TRUE(manager.GetInstance(elsewhere.class_name, elsewhere, std::nullopt, found).ok());
+  ASSERT_EQ(found.instances.size(), 1U);
+  EXPECT_EQ(found.instances[0].path, elsewhere);
+}
+
 TEST(SystemClass, GivesTheKeysAndWhatIsListed) {
   ObjectManager manager({.system_name = "h"});
   Recorder found;
