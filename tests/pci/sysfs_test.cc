@@ -322,7 +322,8 @@ TEST_F(Sysfs, AVirtualFunctionHasTheKernelsIdsAndItsPhysicalFunction) {
   EXPECT_EQ(host.DeviceName(At(host, "0000:00:01.1")), "QEMU NVM Express Controller");
 }
 
-// The kernel keeps what it read when the function was found; registers that did not answer are ones.
+// The kernel keeps what it read when the function was found; registers that did not answer are
+// ones.
 TEST_F(Sysfs, ASubsystemThatIsAllOnesIsNone) {
   const std::string address = "0000:00:01.0";
   tree_.Add("pci0000:00", Function(address).Gone());
