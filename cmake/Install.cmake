@@ -46,5 +46,9 @@ install(FILES docs/administrators.md docs/log-lines.md CHANGELOG.md LICENSE
 install(FILES src/tool/ostrel-pci.bash
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME ostrel-pci
         COMPONENT ostrel-pci)
+install(FILES src/tool/ostrel-pci.zsh DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions
+        RENAME _ostrel-pci COMPONENT ostrel-pci)
+install(FILES src/tool/ostrel-pci.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d
+        COMPONENT ostrel-pci)
 
 include(cmake/Packages.cmake)

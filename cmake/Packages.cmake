@@ -41,7 +41,8 @@ set(CPACK_RPM_PACKAGE_AUTOREQPROV ON)
 set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
     /usr/lib/systemd /usr/lib/systemd/system /usr/lib64/pkgconfig /usr/share/man /usr/share/man/man1
     /usr/share/man/man7 /usr/share/doc /usr/share/licenses /usr/share/bash-completion
-    /usr/share/bash-completion/completions /usr/include)
+    /usr/share/bash-completion/completions /usr/share/zsh /usr/share/zsh/site-functions /usr/share/fish
+    /usr/share/fish/vendor_completions.d /usr/include)
 
 # ostrel_package(COMPONENT [RPM_NAME name] SECTION section SUMMARY text DESCRIPTION text
 #                [DEB_<FIELD> text]... [RPM_<FIELD> text]...)

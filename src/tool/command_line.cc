@@ -6,9 +6,11 @@
 #include <charconv>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <system_error>
 #include <utility>
 
+#include "tool/completion.h"
 #include "tool/errors.h"
 #include "tool/near_names.h"
 
@@ -144,6 +146,11 @@ class Parser {
 
   std::variant<Arguments, int> Parse(int argc, const char* const* argv, std::ostream& out,
                                      std::ostream& err) {
+    // For the completions of shells, which the packages bring: not for people, and in no help.
+    if (argc > 1 && std::string_view(argv[1]) == "--complete") {
+      Complete(Words(argv + 2, argv + argc), out);
+      return kExitOk;
+    }
     try {
       ParseWords(WithCommandFirst(Words(argv + std::min(argc, 1), argv + argc)));
       return arguments_;
@@ -278,6 +285,98 @@ class Parser {
     return names;
   }
 
+  // ---- what may come next
+
+  // Writes what may stand in the place of the last word.
+  void Complete(Words words, std::ostream& out) const {
+    std::string current;
+    if (!words.empty()) {
+      current = std::move(words.back());
+      words.pop_back();
+    }
+    const std::size_t place = PlaceOfOperand(words);
+    const CLI::App* command =
+        place < words.size() ? FindCommand(words[place]) : FindCommand("list");
+    if (!words.empty() && words.back().starts_with('-') && TakesNextWord(words.back())) {
+      if (command != nullptr) OfferValue(*command, words, current, out);
+    } else if (command != nullptr && current.starts_with('-')) {
+      OfferOptions(*command, place == words.size(), current, out);
+    } else if (place == words.size() || words[place] == "help") {
+      OfferCommands(current, out);
+    } else if (command != nullptr) {
+      OfferOperand(*command, words, current, out);
+    }
+  }
+
+  void OfferCommands(const std::string& current, std::ostream& out) const {
+    Offers offers{.words = {{"help", "Show the help of a command"}}};
+    for (const CLI::App* command : Commands()) {
+      if (command->get_group() == kHidden) continue;
+      offers.words.push_back({command->get_name(), command->get_description()});
+    }
+    WriteOffers(offers, current, out);
+  }
+
+  // With those of the program itself where no command is named.
+  void OfferOptions(const CLI::App& command, bool with_program, const std::string& current,
+                    std::ostream& out) const {
+    Offers offers;
+    const auto add = [&offers](const CLI::Option& option) {
+      for (const std::string& name : option.get_snames()) {
+        offers.words.push_back({'-' + name, option.get_description()});
+      }
+      for (const std::string& name : option.get_lnames()) {
+        offers.words.push_back({"--" + name, option.get_description()});
+      }
+    };
+    for (const CLI::Option* option : command.get_options()) add(*option);
+    if (with_program) add(*app_.get_option("--version"));
+    WriteOffers(offers, current, out);
+  }
+
+  void OfferValue(const CLI::App& command, const Words& words, const std::string& current,
+                  std::ostream& out) const {
+    // Of several letters behind one dash the last one takes the value.
+    const std::string& word = words.back();
+    const std::string name = word.starts_with("--") ? word : std::string("-") + word.back();
+    const CLI::Option* option = command.get_option_no_throw(name);
+    if (option == nullptr) return;
+    const auto choices = choices_.find(option);
+    if (choices != choices_.end()) {
+      Offers offers;
+      for (const std::string& choice : choices->second) offers.words.push_back({choice});
+      WriteOffers(offers, current, out);
+      return;
+    }
+    const Words& names = option->get_lnames();
+    const std::string long_name = names.empty() ? name : "--" + names.front();
+    const std::string type = option->get_type_name();
+    WriteOffers(OffersAt({.name = type, .option = long_name, .command = command.get_name()},
+                         SourceOf(words)),
+                current, out);
+  }
+
+  void OfferOperand(const CLI::App& command, const Words& words, const std::string& current,
+                    std::ostream& out) const {
+    for (const CLI::Option* option : command.get_options()) {
+      if (!option->get_positional()) continue;
+      const std::string name = option->get_name(true);
+      WriteOffers(
+          OffersAt({.name = name, .option = "", .command = command.get_name()}, SourceOf(words)),
+          current, out);
+    }
+  }
+
+  // The host that the words so far are about.
+  static pci::Source SourceOf(const Words& words) {
+    pci::Source source = pci::Source::RunningKernel();
+    for (std::size_t i = 0; i + 1 < words.size(); ++i) {
+      if (words[i] == "--sysfs") source = {pci::Source::Kind::kSysfs, words[i + 1]};
+      if (words[i] == "--dump") source = {pci::Source::Kind::kDump, words[i + 1]};
+    }
+    return source;
+  }
+
   // ---- what is wrong
 
   const CLI::App* ChosenCommand() const {
@@ -386,8 +485,8 @@ class Parser {
       }
       format_ = format;
     };
-    command->add_option_function<std::string>("-o,--output", choose, description)
-        ->type_name("FORMAT");
+    choices_[command->add_option_function<std::string>("-o,--output", choose, description)
+                 ->type_name("FORMAT")] = formats;
   }
 
   static std::string Joined(const Words& words) {
@@ -579,12 +678,13 @@ class Parser {
     CLI::App* command =
         AddCommand(name, kServerCommands, Command::kRegister, description, kRegisterExamples);
     command->parse_complete_callback([&options, unregister] { options.unregister = unregister; });
-    command
-        ->add_option_function<std::string>(
-            "--for", [&options](const std::string& server) { options.server = ServerOf(server); },
-            "The object manager: sfcb or pegasus")
-        ->required()
-        ->type_name("SERVER");
+    choices_[command
+                 ->add_option_function<std::string>(
+                     "--for",
+                     [&options](const std::string& server) { options.server = ServerOf(server); },
+                     "The object manager: sfcb or pegasus")
+                 ->required()
+                 ->type_name("SERVER")] = {"sfcb", "pegasus"};
     command->add_flag("--dry-run", options.dry_run, "Print the steps, carry out none");
     command->add_flag("--with-system", options.with_system,
                       "The hosting system's class too, where no other provider serves it");
@@ -621,6 +721,7 @@ class Parser {
   }
 
   CLI::App app_;
+  std::map<const CLI::Option*, Words> choices_;  // of options with few values
   Arguments arguments_;
   std::string format_;
   bool no_headings_ = false;

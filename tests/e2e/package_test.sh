@@ -38,7 +38,7 @@ files_of_root() { (cd "$root" && find . ! -path './var/lib/dpkg*' ! -path './var
 
 make_root() {
   mkdir -p "$root"/{dev,etc/systemd/system/multi-user.target.wants,tmp,var/lib,var/log,var/tmp}
-  mkdir -p "$root"/usr/share/{bash-completion/completions,licenses,man/man1,man/man7,doc} "$root/usr/lib/systemd/system"
+  mkdir -p "$root"/usr/share/{bash-completion/completions,fish/vendor_completions.d,zsh/site-functions,licenses,man/man1,man/man7,doc} "$root/usr/lib/systemd/system"
   mkdir -p "$root/usr/include" "$root/usr/lib64/pkgconfig"
   touch "$root/dev/null"
   mkdir -p "$root/proc/self" # in the place of the kernel's: where the tool is, from which it finds its library
@@ -215,6 +215,9 @@ for page in man1/ostrel-pci.1 man7/libHostCtl.7; do
   lexgrog "$scratch/page" >/dev/null || fail "$page: apropos cannot read its NAME"
 done
 bash -n "$root/usr/share/bash-completion/completions/ostrel-pci" || fail "the completion is no bash"
+for file in zsh/site-functions/_ostrel-pci fish/vendor_completions.d/ostrel-pci.fish; do
+  [ -s "$root/usr/share/$file" ] || fail "no completion $file"
+done
 
 echo "== platform makers"
 PKG_CONFIG_PATH=$(dirname "$(find "$root" -name hostctl.pc)")

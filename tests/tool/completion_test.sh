@@ -1,12 +1,16 @@
 #!/usr/bin/env bash
 # Completes command lines with the bash completion as bash does (the words, what is under the cursor,
 # the function), and holds what it offers against the tool's own help.
-#   completion_test.sh TOOL COMPLETION
+#   completion_test.sh TOOL FOLDER RECORDED_DUMP
+# FOLDER has the completions of all shells.
 set -euo pipefail
 
 tool=$1
+completions=$2
+record=$3
+PATH=$(dirname "$tool"):$PATH # the completions ask the command
 # shellcheck source=/dev/null
-source "$2"
+source "$completions/ostrel-pci.bash"
 
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
@@ -90,6 +94,16 @@ expect Ostrel_PCIControlledBy references PATH --result-class Ostrel_PCIC
 expect OMC_UnitaryComputerSystem associators PATH --result-class OM
 expect "" --system-name ""
 
+expect DeviceID,PhysicalSlot get PATH -p DeviceID,Phys
+expect $'SubsystemID\nSubsystemVendorID' get PATH --property Subsys
+
+# What the host has
+expect $'0000:00:1f.0\n0000:00:1f.2\n0000:00:1f.3' list --dump "$record" -s 0000:00:1f
+expect 0000:07:00.0 path --dump "$record" 0000:07
+expect 0000:07:00.0 get --dump "$record" 0000:07
+expect $'1\n11\n12\n13' tree --dump "$record" --slot 1
+expect "" list --dump nothing -s ""
+
 # Classes
 expect $'Ostrel_PCIPort\nOstrel_PCIPortGroup' enumerate Ostrel_PCIPo
 expect $'Ostrel_PCIDevice\nOstrel_PCIDeviceConnection' get Ostrel_PCID
@@ -118,6 +132,17 @@ for class in $("$tool" classes | awk 'NR > 1 { print $1 }'); do
   expect_among "$class" enumerate "$class"
   expect_among "$class" get "$class"
 done
+
+# The other shells ask the same question.
+if command -v fish >/dev/null; then
+  in_fish() { HOME=$scratch fish --no-config -c "source $completions/ostrel-pci.fish; complete -C '$1'" | sort; }
+  [ "$(in_fish 'ostrel-pci tree -o ' | cut -f 1)" = $'dot\njson\ntext' ] || fail "fish: $(in_fish 'ostrel-pci tree -o ')"
+  [ "$(in_fish 'ostrel-pci tr')" = $'tree\tDraw the topology as a tree' ] || fail "fish: $(in_fish 'ostrel-pci tr')"
+  [ "$(in_fish 'ostrel-pci --dump ho')" = $'host.lspci\nhosts/' ] || fail "fish: $(in_fish 'ostrel-pci --dump ho')"
+fi
+if command -v zsh >/dev/null; then
+  zsh -n "$completions/ostrel-pci.zsh" || fail "the completion is no zsh"
+fi
 
 [ "$failures" -eq 0 ] || exit 1
 echo "completion_test: passed"
