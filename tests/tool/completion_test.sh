@@ -1,13 +1,15 @@
 #!/usr/bin/env bash
 # Completes command lines with the bash completion as bash does (the words, what is under the cursor,
 # the function), and holds what it offers against the tool's own help.
-#   completion_test.sh TOOL FOLDER RECORDED_DUMP
+# The manual is to have the same options.
+#   completion_test.sh TOOL FOLDER RECORDED_DUMP MANUAL
 # FOLDER has the completions of all shells.
 set -euo pipefail
 
 tool=$1
 completions=$2
 record=$3
+manual=$4
 PATH=$(dirname "$tool"):$PATH # the completions ask the command
 # shellcheck source=/dev/null
 source "$completions/ostrel-pci.bash"
@@ -123,6 +125,9 @@ for command in $commands; do expect_among "$command" "$command"; done
 for command in $commands ei ein gi ai ain ri rin; do
   "$tool" "$command" --help >command_help
   expect_sorted "$(options command_help | sort)" "$command" -
+  for option in $(options command_help); do
+    grep -qF -e "${option//-/\\-}" "$manual" || fail "the manual has no $option"
+  done
 done
 # Without a command it is those of "list".
 "$tool" list --help >command_help
