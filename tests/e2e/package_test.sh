@@ -43,7 +43,7 @@ make_root() {
   touch "$root/dev/null"
   mkdir -p "$root/proc/self" # in the place of the kernel's: where the tool is, from which it finds its library
   ln -s /usr/bin/ostrel-pci "$root/proc/self/exe"
-  add_programs /bin/sh "$(command -v rm)" "$(command -v env)" "$(command -v setpriv)" "$(command -v ldconfig)"
+  add_programs /bin/sh /bin/kill "$(command -v rm)" "$(command -v env)" "$(command -v setpriv)" "$(command -v ldconfig)"
   install -D -m 644 /usr/share/misc/pci.ids "$root/usr/share/misc/pci.ids"
   install -m 644 "$dump" "$root/host.lspci"
   # The loader of distributions with RPMs looks there unasked; this machine's may not.
