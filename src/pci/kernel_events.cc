@@ -28,9 +28,9 @@ KernelEvents::KernelEvents()
   address.nl_family = AF_NETLINK;
   address.nl_groups = 1;  // the kernel's own messages
   if (socket_ < 0 || bind(socket_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-    const std::system_error error(errno, std::generic_category(), "the kernel's events");
+    const int error = errno;
     if (socket_ >= 0) close(socket_);
-    throw error;
+    throw std::system_error(error, std::generic_category(), "the kernel's events");
   }
 }
 
