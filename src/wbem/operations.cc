@@ -9,12 +9,15 @@
 #include <set>
 #include <string_view>
 #include <utility>
+#include <variant>
+#include <vector>
 
 #include "cim/schema.h"
 #include "cim/text.h"
 #include "requests/operations.h"
 #include "wbem/cim_error.h"
 #include "wbem/cim_xml_writer.h"
+#include "wbem/interop.h"
 #include "wbem/parameters.h"
 
 namespace wbem {
@@ -55,9 +58,10 @@ class Call {
  public:
   Call(broker::ObjectManager& manager, const Request& request, const std::string& host,
        AnswerStream& answer)
-      : operations_(manager, requests::AfterFailure::kStop),
+      : manager_(manager),
+        operations_(manager, requests::AfterFailure::kStop),
         request_(request),
-        place_{host, kNameSpace},
+        place_{host, IsInterop(request.name_space) ? request.name_space : kNameSpace},
         answer_(answer) {}
 
   void GetClass();
@@ -71,6 +75,11 @@ class Call {
   void References();
   void ReferenceNames();
 
+  // The same in the interop namespace.
+  void GetInteropInstance();
+  void EnumerateInteropInstances();
+  void EnumerateInteropInstanceNames();
+
  private:
   static const schema::Class& KnownClass(const std::string& name, CimCode if_unknown);
   static Selection SelectionOfInstances(const Parameters& parameters);
@@ -81,9 +90,13 @@ class Call {
   AssociationRequest AssociatorsRequest(const Parameters& parameters) const;
   AssociationRequest ReferencesRequest(const Parameters& parameters) const;
 
+  std::vector<Instance> FindInterop(std::string_view class_name) const;
+  void NamedInstance(const Instance& instance, const Selection& selection);
+
   Results Paths();
   Results Objects(const Selection& selection);
 
+  broker::ObjectManager& manager_;
   const requests::Operations operations_;
   const Request& request_;
   Place place_;
@@ -186,6 +199,15 @@ void Call::GetInstance() {
   answer_.Element([&](std::string& out) { AppendInstance(out, found.front(), selection, place_); });
 }
 
+void Call::NamedInstance(const Instance& instance, const Selection& selection) {
+  answer_.Element([&](std::string& out) {
+    AppendWrapped(out, "VALUE.NAMEDINSTANCE", [&] {
+      AppendInstanceName(out, instance.path, place_);
+      AppendInstance(out, instance, selection, place_);
+    });
+  });
+}
+
 void Call::EnumerateInstances() {
   const Parameters parameters(request_,
                               {"ClassName", "LocalOnly", "DeepInheritance", "IncludeQualifiers",
@@ -196,14 +218,7 @@ void Call::EnumerateInstances() {
   const schema::Class& cls = KnownClass(name, CimCode::kInvalidClass);
   if (!deep) selection.known_to = &cls;
 
-  Results results([&](Instance&& instance) {
-    answer_.Element([&](std::string& out) {
-      AppendWrapped(out, "VALUE.NAMEDINSTANCE", [&] {
-        AppendInstanceName(out, instance.path, place_);
-        AppendInstance(out, instance, selection, place_);
-      });
-    });
-  });
+  Results results([&](Instance&& instance) { NamedInstance(instance, selection); });
   Check(operations_.EnumerateInstances(cls, selection.properties, results));
 }
 
@@ -299,20 +314,75 @@ void Call::ReferenceNames() {
 }
 
 // ---------------------------------------------------------------------------------------------
+// The interop namespace
+
+std::vector<Instance> Call::FindInterop(std::string_view class_name) const {
+  return InteropInstances(class_name, *manager_.SystemPath().Key("Name")->text());
+}
+
+// Of properties by the names that the client gives them: the schema does not have these classes.
+Selection InteropSelection(const Parameters& parameters) {
+  Selection selection;
+  selection.properties = parameters.List("PropertyList");
+  return selection;
+}
+
+// Whether the client's keys are those of the path, in whatever order.
+bool Names(const InstanceName& name, const ObjectPath& path) {
+  return name.keys.size() == path.keys.size() &&
+         std::all_of(name.keys.begin(), name.keys.end(), [&](const KeyBinding& key) {
+           const cim::Value* value = path.Key(key.name);
+           const auto* literal = std::get_if<KeyLiteral>(&key.value);
+           return value != nullptr && literal != nullptr && literal->text == *value->text();
+         });
+}
+
+void Call::GetInteropInstance() {
+  const Parameters parameters(request_, {"InstanceName", "LocalOnly", "IncludeQualifiers",
+                                         "IncludeClassOrigin", "PropertyList"});
+  const InstanceName& name = parameters.RequiredInstance("InstanceName");
+  const Selection selection = InteropSelection(parameters);
+  for (const Instance& instance : FindInterop(name.class_name)) {
+    if (!Names(name, instance.path)) continue;
+    answer_.Element([&](std::string& out) { AppendInstance(out, instance, selection, place_); });
+    return;
+  }
+  throw CimError(CimCode::kNotFound, fmt::format("no such instance of {}", name.class_name));
+}
+
+void Call::EnumerateInteropInstances() {
+  const Parameters parameters(request_,
+                              {"ClassName", "LocalOnly", "DeepInheritance", "IncludeQualifiers",
+                               "IncludeClassOrigin", "PropertyList"});
+  const Selection selection = InteropSelection(parameters);
+  for (const Instance& instance : FindInterop(parameters.RequiredClass("ClassName"))) {
+    NamedInstance(instance, selection);
+  }
+}
+
+void Call::EnumerateInteropInstanceNames() {
+  const Parameters parameters(request_, {"ClassName"});
+  for (const Instance& instance : FindInterop(parameters.RequiredClass("ClassName"))) {
+    answer_.Element([&](std::string& out) { AppendInstanceName(out, instance.path, place_); });
+  }
+}
+
+// ---------------------------------------------------------------------------------------------
 // Methods
 
 struct Method {
   std::string_view name;
   void (Call::*run)();
+  void (Call::*run_in_interop)() = nullptr;
 };
 
 constexpr Method kMethods[] = {
     {"GetClass", &Call::GetClass},
     {"EnumerateClasses", &Call::EnumerateClasses},
     {"EnumerateClassNames", &Call::EnumerateClassNames},
-    {"GetInstance", &Call::GetInstance},
-    {"EnumerateInstances", &Call::EnumerateInstances},
-    {"EnumerateInstanceNames", &Call::EnumerateInstanceNames},
+    {"GetInstance", &Call::GetInstance, &Call::GetInteropInstance},
+    {"EnumerateInstances", &Call::EnumerateInstances, &Call::EnumerateInteropInstances},
+    {"EnumerateInstanceNames", &Call::EnumerateInstanceNames, &Call::EnumerateInteropInstanceNames},
     {"Associators", &Call::Associators},
     {"AssociatorNames", &Call::AssociatorNames},
     {"References", &Call::References},
@@ -328,14 +398,15 @@ const Method* FindMethod(const Request& request) {
 }
 
 void Run(const Method* method, Call& call, const Request& request) {
-  if (method == nullptr) {
+  const bool in_interop = IsInterop(request.name_space);
+  if (method == nullptr || (in_interop && method->run_in_interop == nullptr)) {
     throw CimError(CimCode::kNotSupported, fmt::format("{} is not supported", request.method));
   }
-  if (!EqualIgnoringCase(request.name_space, kNameSpace)) {
+  if (!in_interop && !EqualIgnoringCase(request.name_space, kNameSpace)) {
     throw CimError(CimCode::kInvalidNamespace,
                    fmt::format("no namespace {}; there is {}", request.name_space, kNameSpace));
   }
-  (call.*method->run)();
+  (call.*(in_interop ? method->run_in_interop : method->run))();
 }
 
 }  // namespace

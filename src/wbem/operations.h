@@ -5,6 +5,7 @@
 // - LocalOnly and IncludeQualifiers of instance operations are deprecated: all properties are
 //   returned, and no qualifiers.
 // - A class as the source of an association request is CIM_ERR_NOT_SUPPORTED.
+// - In the interop namespace (wbem/interop.h) instances are enumerated and got, nothing else.
 //
 // Thread rule: thread-safe.
 
@@ -19,7 +20,7 @@
 
 namespace wbem {
 
-// The one namespace that is served.
+// The namespace that the providers serve.
 inline constexpr const char* kNameSpace = "root/cimv2";
 
 // Carries out the request and writes the response, and says what it came to. `host` is the host

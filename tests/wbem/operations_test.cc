@@ -329,13 +329,48 @@ TEST_F(OperationsTest, ParametersOfTheWrongKind) {
             kInvalidParameter);
 }
 
+TEST_F(OperationsTest, TheInteropNamespaceTellsOfTheServer) {
+  for (const std::vector<std::string>& interop :
+       {std::vector<std::string>{"interop"}, std::vector<std::string>{"ROOT", "Interop"}}) {
+    const auto ask = [&](const std::string& method, const std::string& parameters) {
+      return CimAnswer(AnswerText(*manager, messages::Call(method, parameters, interop)), method);
+    };
+    const std::string manager_class = Class("CIM_ObjectManager");
+    EXPECT_THAT(ask("EnumerateInstances", manager_class).keys("Name"), ElementsAre("ostrel-pci"));
+    EXPECT_THAT(ask("EnumerateInstanceNames", Class("cim_namespace")).keys("Name"),
+                ElementsAre("interop", "root/interop", "root/cimv2"));
+    EXPECT_THAT(
+        ask("EnumerateInstances", manager_class + List("PropertyList", {"version"})).properties(),
+        ElementsAre("Version"));
+    EXPECT_EQ(ask("EnumerateInstances", Class("Ostrel_PCIDevice")).error(), kInvalidClass);
+    EXPECT_EQ(ask("EnumerateInstanceNames", Class("CIM_RegisteredProfile")).error(), kInvalidClass);
+    EXPECT_EQ(ask("EnumerateInstances", "").error(), kInvalidParameter);
+
+    const std::string system = *manager->SystemPath().Key("Name")->text();
+    std::vector<std::pair<std::string, std::string>> keys = {
+        {"Name", "ostrel-pci"},
+        {"SystemName", system},
+        {"SystemCreationClassName", "OMC_UnitaryComputerSystem"},
+        {"CreationClassName", "CIM_ObjectManager"}};
+    const auto get = [&] {
+      return ask("GetInstance",
+                 Parameter("InstanceName", messages::InstanceName("CIM_ObjectManager", keys)));
+    };
+    EXPECT_EQ(get().error(), 0);
+    keys[0].second = "other";
+    EXPECT_EQ(get().error(), kNotFound);
+    keys.erase(keys.begin());
+    EXPECT_EQ(get().error(), kNotFound);
+  }
+}
+
 TEST_F(OperationsTest, OtherNamespacesAreUnknown) {
   const auto ask = [](const std::vector<std::string>& name_space) {
     return CimAnswer(AnswerText(*manager, messages::Call("EnumerateClassNames", "", name_space)),
                      "EnumerateClassNames")
         .error();
   };
-  EXPECT_EQ(ask({"root", "interop"}), kInvalidNamespace);
+  EXPECT_EQ(ask({"root", "interop"}), kNotSupported);  // of this method
   EXPECT_EQ(ask({"root"}), kInvalidNamespace);
   EXPECT_EQ(ask({"root", "cimv2", "x"}), kInvalidNamespace);
   EXPECT_EQ(ask({"root/cimv2"}), 0);
