@@ -604,9 +604,17 @@ class Parser {
   void AddTree() {
     CLI::App* command = AddCommand("tree", kInventoryCommands, Command::kTree,
                                    "Draw the topology as a tree", kTreeExamples);
-    command->add_flag("--ports", arguments_.ports, "With the ports of every function");
-    command->add_flag("--buses", arguments_.buses, "With the port groups, one to a bus");
-    command->add_flag("--ascii", arguments_.ascii, "Draw with plain characters");
+    TreeStyle& tree = arguments_.tree;
+    command->add_flag("--ports", tree.ports, "With the ports of every function");
+    command->add_flag("--buses", tree.buses, "With the port groups, one to a bus");
+    command->add_flag("--links", tree.links, "With what every link runs at");
+    command->add_flag("--drivers", tree.drivers, "With the kernel's drivers");
+    command->add_flag("--all", all_, "Every function on a line of its own, on a terminal too");
+    command->add_flag("--ascii", ascii_, "Draw with plain characters");
+    command->parse_complete_callback([this, &tree] {
+      tree.fold = !all_;
+      tree.utf8 = !ascii_;
+    });
     AddFormat(command, {"text", "json", "dot"});
     AddSelection(command);
     AddProviders(command);
@@ -725,6 +733,8 @@ class Parser {
   Arguments arguments_;
   std::string format_;
   bool no_headings_ = false;
+  bool all_ = false;
+  bool ascii_ = false;
 };
 
 }  // namespace

@@ -19,6 +19,7 @@
 #include "tool/inventory/path.h"
 #include "tool/inventory/selection.h"
 #include "tool/managers/register_command.h"
+#include "tool/topology_render.h"
 
 namespace tool {
 
@@ -46,9 +47,7 @@ struct Arguments {
   bool names = false;
   std::vector<std::string> properties;
   broker::AssociationFilter filter;  // class names as the user wrote them
-  bool ports = false;
-  bool buses = false;
-  bool ascii = false;
+  TreeStyle tree{.fold = true};
   bool verbose = false;
   std::string address = "127.0.0.1";  // of serve
   int port = 5988;                    // of serve

@@ -16,6 +16,7 @@
 
 #include "cim/text.h"
 #include "cim/wbem_uri.h"
+#include "pci/error.h"
 #include "tool/class_names.h"
 #include "tool/command_line.h"
 #include "tool/element_writer.h"
@@ -24,6 +25,7 @@
 #include "tool/inventory/record.h"
 #include "tool/inventory/selected_elements.h"
 #include "tool/inventory/selection.h"
+#include "tool/inventory/tree_facts.h"
 #include "tool/json_value.h"
 #include "tool/library_file.h"
 #include "tool/managers/register_command.h"
@@ -194,15 +196,29 @@ void Get(const Arguments& arguments, Session& session, ElementWriter& writer) {
   }
 }
 
+// What CIM does not tell, where the functions are those of the reading that the host control
+// library shares. Details of them are read for whoever shows them.
+void AddFactsTo(Topology& topology, const Session& session, bool with_details) {
+  if (session.host() == nullptr) return;
+  if (!with_details) return AddFacts(*session.host(), topology);
+  const pci::Host::Wanted wanted{.names = false, .details = {.driver = true, .numa_node = true}};
+  try {
+    AddFacts(pci::Host::Read(pci::Source::FromEnvironment(), wanted), topology);
+  } catch (const pci::Error&) {
+    AddFacts(*session.host(), topology);  // it has been there a moment ago
+  }
+}
+
 void Tree(const Arguments& arguments, Session& session, std::ostream& out) {
-  TreeStyle style;
-  style.ports = arguments.ports;
-  style.buses = arguments.buses;
-  style.utf8 = !arguments.ascii && Utf8Locale();
-  style.width = TerminalWidth(STDOUT_FILENO);
   // Of a host that could not be read standard error tells all there is.
   if (session.incomplete() && session.host() == nullptr) return;
-  Topology topology = WalkTopology(session, {arguments.ports, arguments.buses});
+  TreeStyle style = arguments.tree;
+  style.utf8 = style.utf8 && Utf8Locale();
+  style.width = TerminalWidth(STDOUT_FILENO);
+  style.fold = style.fold && style.width > 0;
+  style.counts = true;
+  Topology topology = WalkTopology(session, {style.ports, style.buses});
+  AddFactsTo(topology, session, style.drivers || arguments.format == Format::kJson);
   const Selection selection(arguments.selection);
   if (!selection.is_all()) KeepSelected(SelectedAddresses(selection), topology);
   switch (arguments.format) {

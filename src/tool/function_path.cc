@@ -54,7 +54,8 @@ ObjectPath PathIn(const char* class_name, const std::string& address, const Sess
 
 bool LooksLikeAddress(std::string_view text) {
   const bool has_separator = text.find_first_of(":.") != std::string_view::npos;
-  return has_separator && text.find_first_not_of("0123456789abcdefABCDEF:.") == text.npos;
+  return has_separator &&
+         text.find_first_not_of("0123456789abcdefABCDEF:.") == std::string_view::npos;
 }
 
 // A switch answers for any device that it is asked for, and some bridges are listed by no

@@ -77,6 +77,7 @@ void Hang(Topology& topology, const Parents& parents) {
   for (std::size_t i = 0; i < parents.size(); ++i) {
     if (parents[i] != kTop) {
       topology.functions[parents[i]].children.push_back(i);
+      ++topology.functions[parents[i]].hanging;
       continue;
     }
     const std::string bus = RootBusOf(topology.functions[i]);

@@ -29,6 +29,17 @@ struct BusRange {
   bool operator==(const BusRange&) const = default;
 };
 
+// What CIM has no word for. Empty where it is not known.
+struct FunctionFacts {
+  std::string type;      // "root port", "switch", "device", ...
+  std::string ids;       // "8086:10d3"
+  std::string revision;  // "03"
+  std::string driver;
+  std::string link;               // "8 GT/s x4"; of a degraded one " of 16 GT/s x4" behind it
+  std::string physical_function;  // identifier, of a virtual function
+  std::int32_t numa_node = -1;    // -1: not known
+};
+
 struct Function {
   FunctionKind kind = FunctionKind::kDevice;
   std::string id;      // DeviceID
@@ -43,8 +54,10 @@ struct Function {
   std::string slot;                           // name of the slot that the function sits in
   std::string empty_slot;                     // name of the slot below a port that nothing sits in
   std::optional<BusRange> buses;              // of what may have functions below it
+  FunctionFacts facts;
   std::vector<TopologyPort> ports;
   std::vector<std::size_t> children;  // positions in Topology::functions
+  std::size_t hanging = 0;            // that hang below it, also where they are left out
 };
 
 struct TopologyBus {

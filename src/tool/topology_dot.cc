@@ -37,6 +37,16 @@ std::string_view Shape(FunctionKind kind) {
   return "box";
 }
 
+std::string_view Colour(FunctionKind kind) {
+  switch (kind) {
+    case FunctionKind::kBridge: return "#cfe2f3";
+    case FunctionKind::kSwitch: return "#d9ead3";
+    case FunctionKind::kDownstreamPort: return "#e6f2e1";
+    case FunctionKind::kDevice: break;
+  }
+  return "#fff2cc";
+}
+
 class DotRenderer {
  public:
   DotRenderer(const Topology& topology, const TreeStyle& style, std::ostream& out)
@@ -61,7 +71,8 @@ class DotRenderer {
 
  private:
   void Draw(const Function& function) {
-    Node(function.id, Label(function.id + SlotText(function), function.name), Shape(function.kind));
+    Node(function.id, Label(function.id + SlotText(function), function.name), Shape(function.kind),
+         fmt::format(", style=filled, fillcolor=\"{}\"", Colour(function.kind)));
     for (const std::size_t child : function.children) {
       Edge(function.id, topology_.functions[child].id);
     }
@@ -79,8 +90,10 @@ class DotRenderer {
     for (const std::string& port : bus.ports) Edge(bus.id, port, " [style=dashed]");
   }
 
-  void Node(std::string_view id, const std::string& quoted_label, std::string_view shape) {
-    out_ << fmt::format("  {} [label={}, shape={}];\n", DotQuoted(id), quoted_label, shape);
+  void Node(std::string_view id, const std::string& quoted_label, std::string_view shape,
+            std::string_view attributes = "") {
+    out_ << fmt::format("  {} [label={}, shape={}{}];\n", DotQuoted(id), quoted_label, shape,
+                        attributes);
   }
   void Edge(std::string_view from, std::string_view to, std::string_view attributes = "") {
     out_ << fmt::format("  {} -> {}{};\n", DotQuoted(from), DotQuoted(to), attributes);

@@ -50,6 +50,7 @@ class JsonRenderer {
     Member("bus", function.bus);
     Member("device", function.device);
     Member("function", function.number);
+    Facts(function.facts);
     if (!function.slot.empty()) Member("slot", function.slot);
     if (function.physical_slot) Member("physicalSlot", *function.physical_slot);
     if (!function.empty_slot.empty()) Member("emptySlot", function.empty_slot);
@@ -57,7 +58,7 @@ class JsonRenderer {
       Member("secondaryBus", function.buses->secondary);
       Member("subordinateBus", function.buses->subordinate);
     }
-    if (function.kind == FunctionKind::kSwitch) Member("numberOfPorts", function.children.size());
+    if (function.kind == FunctionKind::kSwitch) Member("numberOfPorts", function.hanging);
     if (style_.ports) {
       Array("ports", function.ports, [this](const TopologyPort& port) {
         Member("id", port.id);
@@ -66,6 +67,19 @@ class JsonRenderer {
       });
     }
     Functions("children", function.children);
+  }
+
+  void Facts(const FunctionFacts& facts) {
+    const auto add = [&](std::string_view name, const std::string& text) {
+      if (!text.empty()) Member(name, text);
+    };
+    add("type", facts.type);
+    add("ids", facts.ids);
+    add("revision", facts.revision);
+    add("driver", facts.driver);
+    add("link", facts.link);
+    add("physicalFunction", facts.physical_function);
+    if (facts.numa_node >= 0) Member("numaNode", static_cast<std::uint64_t>(facts.numa_node));
   }
 
   void Members(const TopologyBus& bus) {

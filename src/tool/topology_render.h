@@ -15,6 +15,10 @@ namespace tool {
 struct TreeStyle {
   bool ports = false;
   bool buses = false;
+  bool fold = false;   // what looks alike is one line, in text alone
+  bool links = false;  // in text; JSON has them anyway, as drivers
+  bool drivers = false;
+  bool counts = false;  // a last line of text tells how many functions there are
   bool utf8 = true;
   std::size_t width = 0;  // longer lines are cut; 0: no limit
 };

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tool/property_text.h"
+#include "tool/topology_fold.h"
 #include "tool/topology_render.h"
 #include "tool/utf8_text.h"
 
@@ -19,9 +20,10 @@ struct Lines {
   std::string_view through;
   std::string_view nothing;
   std::string_view ellipsis;
+  std::string_view times;
 };
-constexpr Lines kUtf8 = {"├─ ", "└─ ", "│  ", "   ", "…"};
-constexpr Lines kAscii = {"|- ", "`- ", "|  ", "   ", "..."};
+constexpr Lines kUtf8 = {"├─ ", "└─ ", "│  ", "   ", "…", "×"};
+constexpr Lines kAscii = {"|- ", "`- ", "|  ", "   ", "...", "x"};
 
 std::string_view Plural(std::size_t count) { return count == 1 ? "" : "s"; }
 
@@ -39,12 +41,31 @@ void AppendBuses(std::string& line, const Function& function) {
 void AppendKind(std::string& line, const Function& function) {
   switch (function.kind) {
     case FunctionKind::kSwitch:
-      fmt::format_to(std::back_inserter(line), "PCI Express switch, {} port{}",
-                     function.children.size(), Plural(function.children.size()));
+      fmt::format_to(std::back_inserter(line), "PCI Express switch, {} port{}", function.hanging,
+                     Plural(function.hanging));
       return;
     case FunctionKind::kDownstreamPort: line += "Downstream port"; return;
     case FunctionKind::kBridge:
-    case FunctionKind::kDevice: line += function.class_name; return;
+    case FunctionKind::kDevice: break;
+  }
+  // CIM calls a root port a bridge to PCI.
+  line += function.facts.type == "root port" ? "Root port" : function.class_name;
+}
+
+struct TopologyCounts {
+  std::size_t functions = 0;
+  std::size_t virtual_functions = 0;
+  std::size_t empty_slots = 0;
+};
+
+void CountBelow(const Topology& topology, const std::vector<std::size_t>& places,
+                TopologyCounts& counts) {
+  for (const std::size_t place : places) {
+    const Function& function = topology.functions[place];
+    ++counts.functions;
+    if (!function.facts.physical_function.empty()) ++counts.virtual_functions;
+    if (!function.empty_slot.empty()) ++counts.empty_slots;
+    CountBelow(topology, function.children, counts);
   }
 }
 
@@ -64,30 +85,49 @@ class TextRenderer {
       EndLine();
       Below(last, [&] { Functions(root.functions); });
     }
-    if (!buses) return;
-    for (const TopologyBus& bus : topology_.buses) Bus(bus, &bus == &topology_.buses.back());
+    if (buses) {
+      for (const TopologyBus& bus : topology_.buses) Bus(bus, &bus == &topology_.buses.back());
+    }
+    if (style_.counts) Counts();
   }
 
  private:
   void Functions(const std::vector<std::size_t>& functions) {
-    for (const std::size_t& place : functions) {
-      DrawFunction(topology_.functions[place], &place == &functions.back());
-    }
+    const std::vector<DrawnFunction> drawn = style_.fold && !style_.ports
+                                                 ? DrawFolded(topology_, functions)
+                                                 : DrawEach(topology_, functions);
+    for (const DrawnFunction& line : drawn) DrawFunction(line, &line == &drawn.back());
   }
 
-  void DrawFunction(const Function& function, bool last) {
+  void DrawFunction(const DrawnFunction& drawn, bool last) {
+    const Function& function = topology_.functions[drawn.place];
     BeginLine(last);
-    line_ += function.id;
+    line_ += drawn.address;
     AppendBuses(line_, function);
     line_ += SlotText(function);  // before the name, which a narrow terminal cuts off
     line_ += "  ";
+    if (drawn.count > 1)
+      fmt::format_to(std::back_inserter(line_), "{} {} ", drawn.count, lines_.times);
     AppendKind(line_, function);
     line_.append(": ").append(function.name);
+    AppendFacts(function.facts);
     EndLine();
     Below(last, [&] {
       if (style_.ports) Ports(function);
       Functions(function.children);
+      if (drawn.virtual_functions > 0) VirtualFunctions(drawn.virtual_functions);
     });
+  }
+
+  void AppendFacts(const FunctionFacts& facts) {
+    if (style_.links && !facts.link.empty()) line_.append("  link ").append(facts.link);
+    if (style_.drivers && !facts.driver.empty()) line_.append("  driver ").append(facts.driver);
+  }
+
+  void VirtualFunctions(std::size_t count) {
+    BeginLine(true);
+    fmt::format_to(std::back_inserter(line_), "+ {} virtual function{}", count, Plural(count));
+    EndLine();
   }
 
   void Ports(const Function& function) {
@@ -112,6 +152,19 @@ class TextRenderer {
         EndLine();
       }
     });
+  }
+
+  // Of what is drawn, folded or not.
+  void Counts() {
+    TopologyCounts counts;
+    for (const RootBus& root : topology_.roots) CountBelow(topology_, root.functions, counts);
+    line_ = fmt::format("{} function{}", counts.functions, Plural(counts.functions));
+    if (counts.virtual_functions > 0)
+      line_ += fmt::format(", {} virtual", counts.virtual_functions);
+    if (counts.empty_slots > 0) {
+      line_ += fmt::format(", {} empty slot{}", counts.empty_slots, Plural(counts.empty_slots));
+    }
+    EndLine();
   }
 
   void BeginLine(bool last) { line_.assign(indent_).append(last ? lines_.last : lines_.branch); }

@@ -20,7 +20,8 @@ constexpr const char* kTree =
     "      └─ switch [02-03]  PCI Express switch, 2 ports: Board switch\n"
     "         ├─ switch-a [03]  Downstream port: Board switch, left\n"
     "         │  └─ disk (slot 7)  NVM controller: Board disk\n"
-    "         └─ switch-b  Downstream port: Board switch, right\n";
+    "         └─ switch-b  Downstream port: Board switch, right\n"
+    "5 functions\n";
 
 TEST(OwnLibrary, IsAskedForTheHost) {
   const Outcome tree = RunOnBoard({"tree"});

@@ -133,7 +133,8 @@ TEST(Selection, IsDrawnWithItsWayToTheRootAndWhatIsBelow) {
             "            `- 0000:05:00.0\n"
             "               |- 0000:06:00.0\n"
             "               |  `- 0000:07:00.0\n"
-            "               `- 0000:06:01.0\n");
+            "               `- 0000:06:01.0\n"
+            "7 functions, 1 empty slot\n");
 }
 
 TEST(Selection, KeepsThePortGroupsOfWhatIsDrawn) {

@@ -159,12 +159,17 @@ TEST(Topology, IsAGraphOfFunctionsPortsAndBuses) {
   for (const char* line :
        {"\"system host\" [label=\"host\", shape=box3d];",
         "\"system host\" -> \"root bus 0000:00\";", "\"root bus 0000:00\" -> \"0000:00:01.0\";",
-        "\"0000:00:01.0\" [label=\"0000:00:01.0\\nName\", shape=house];",
-        "\"0000:01:00.0\" [label=\"0000:01:00.0\\nName\", shape=hexagon];",
-        "\"0000:02:00.0\" [label=\"0000:02:00.0\\nName\", shape=cds];",
+        "\"0000:00:01.0\" [label=\"0000:00:01.0\\nName\", shape=house, style=filled, "
+        "fillcolor=\"#cfe2f3\"];",
+        "\"0000:01:00.0\" [label=\"0000:01:00.0\\nName\", shape=hexagon, style=filled, "
+        "fillcolor=\"#d9ead3\"];",
+        "\"0000:02:00.0\" [label=\"0000:02:00.0\\nName\", shape=cds, style=filled, "
+        "fillcolor=\"#e6f2e1\"];",
         "\"0000:02:00.0\" -> \"0000:03:00.0\";",
-        "\"0000:03:00.0\" [label=\"0000:03:00.0 (slot 7-1)\\nName\", shape=box];",
-        "\"0000:02:01.0\" [label=\"0000:02:01.0 (empty slot 300)\\nName\", shape=cds];",
+        "\"0000:03:00.0\" [label=\"0000:03:00.0 (slot 7-1)\\nName\", shape=box, style=filled, "
+        "fillcolor=\"#fff2cc\"];",
+        "\"0000:02:01.0\" [label=\"0000:02:01.0 (empty slot 300)\\nName\", shape=cds, "
+        "style=filled, fillcolor=\"#e6f2e1\"];",
         "\"0000:00:01.0-pri\" [label=\"0000:00:01.0-pri\\nPCI\", shape=ellipse];",
         "\"0000:00:01.0\" -> \"0000:00:01.0-pri\" [style=dotted];",
         "\"Ostrel:bus-26\" [label=\"bus 1a\\nOstrel:bus-26\", shape=cylinder];",
