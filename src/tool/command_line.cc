@@ -297,7 +297,8 @@ class Parser {
     const std::size_t place = PlaceOfOperand(words);
     const CLI::App* command =
         place < words.size() ? FindCommand(words[place]) : FindCommand("list");
-    if (!words.empty() && words.back().starts_with('-') && TakesNextWord(words.back())) {
+    const std::string before = words.empty() ? "" : words.back();
+    if (before.starts_with('-') && TakesNextWord(before)) {
       if (command != nullptr) OfferValue(*command, words, current, out);
     } else if (command != nullptr && current.starts_with('-')) {
       OfferOptions(*command, place == words.size(), current, out);
