@@ -85,6 +85,7 @@ class Reader {
 
   Literals Elements(char close) {
     Literals read;
+    if (Accept(close)) return read;
     do {
       read.push_back(Literal());
     } while (Accept(','));
@@ -94,7 +95,10 @@ class Reader {
 
   std::string Literal() {
     SkipBlanks();
-    if (at_ >= text_.size() || text_[at_] != '"') return Word();
+    if (at_ >= text_.size() || text_[at_] != '"') {
+      const std::string sign = Accept('-') ? "-" : "";
+      return sign + Word();
+    }
     std::string joined;
     while (Accept('"')) {
       for (; Current() != '"'; ++at_) {

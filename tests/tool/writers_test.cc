@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "cim/mof_reader.h"
 #include "tool/element_writer.h"
 #include "tool/naive_json.h"
 #include "tool/property_text.h"
@@ -166,6 +167,17 @@ TEST(MofWriter, WritesInstanceDeclarations) {
             "  Empty = {};\n"
             "  Reference = \"root/cimv2:Test_Other.DeviceID=\\\"two\\\"\";\n"
             "};\n");
+}
+
+TEST(MofWriter, WritesWhatAReaderOfMofReads) {
+  const std::string text = R"(a "quoted" \ one, {1}; $)";
+  const mof::File file =
+      mof::Read(Written(MakeMofWriter, {SampleInstance(text), SampleInstance("")}));
+  ASSERT_EQ(file.instances.size(), 2U);
+  EXPECT_EQ(file.instances[0].class_name, "Test_Class");
+  EXPECT_EQ(file.instances[0].properties.at("Text"), mof::Literals{text});
+  EXPECT_EQ(file.instances[0].properties.at("Array"), (mof::Literals{"1", "2"}));
+  EXPECT_EQ(file.instances[1].properties.at("Text"), mof::Literals{""});
 }
 
 TEST(MofWriter, EscapesText) {

@@ -4,10 +4,16 @@
 
 #include <limits>
 #include <pugixml.hpp>
+#include <random>
 #include <string>
+#include <string_view>
+#include <variant>
 #include <vector>
 
 #include "cim/schema.h"
+#include "wbem/cim_xml_request.h"
+#include "wbem/messages.h"
+#include "wbem/parameters.h"
 
 namespace {
 
@@ -239,6 +245,45 @@ TEST(CimXmlWriter, InheritedPropertiesAreMarked) {
   xml.clear();
   wbem::AppendClass(xml, cls, local);
   EXPECT_EQ(Names(xml), (std::vector<std::string>{"BusNumber"}));
+}
+
+// What the server writes, a client sends back.
+TEST(CimXmlWriter, NamesAreReadBackAsTheyWere) {
+  std::mt19937 random(20261122);
+  const auto text = [&random] {
+    static constexpr std::string_view kLetters = "ab<>&\"' \t\r\n\xc3\xa9.:/";
+    std::string letters;
+    for (std::size_t i = random() % 9; i > 0; --i) {
+      const std::size_t at = random() % kLetters.size();
+      const bool two = kLetters[at] == '\xc3' || kLetters[at] == '\xa9';
+      letters += two ? std::string_view("\xc3\xa9") : kLetters.substr(at, 1);
+    }
+    return letters;
+  };
+  const auto device = [&] {
+    return ObjectPath{{},
+                      "root/cimv2",
+                      "Ostrel_PCIDevice",
+                      {{"SystemCreationClassName", Value(text())},
+                       {"SystemName", Value(text())},
+                       {"CreationClassName", Value(text())},
+                       {"DeviceID", Value(text())}}};
+  };
+  for (int i = 0; i < 500; ++i) {
+    const ObjectPath path =
+        i % 2 == 0
+            ? device()
+            : ObjectPath{{},
+                         "root/cimv2",
+                         "Ostrel_PCISystemDevice",
+                         {{"GroupComponent", Value(device())}, {"PartComponent", Value(device())}}};
+    std::string xml;
+    AppendInstanceName(xml, path, kPlace);
+    const wbem::Request request =
+        wbem::ParseRequest(messages::Call("GetInstance", messages::Parameter("InstanceName", xml)));
+    const auto& name = std::get<wbem::InstanceName>(request.parameters.at(0).value);
+    ASSERT_EQ(wbem::ToObjectPath(name, "root/cimv2"), path) << xml;
+  }
 }
 
 }  // namespace
