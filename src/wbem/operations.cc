@@ -54,10 +54,10 @@ void Check(const std::optional<requests::Failure>& failure) {
 }
 
 // One request being answered.
-class Call {
+class MethodCall {
  public:
-  Call(broker::ObjectManager& manager, const Request& request, const std::string& host,
-       AnswerStream& answer)
+  MethodCall(broker::ObjectManager& manager, const Request& request, const std::string& host,
+             AnswerStream& answer)
       : manager_(manager),
         operations_(manager, requests::AfterFailure::kStop),
         request_(request),
@@ -103,7 +103,7 @@ class Call {
   AnswerStream& answer_;
 };
 
-const schema::Class& Call::KnownClass(const std::string& name, CimCode if_unknown) {
+const schema::Class& MethodCall::KnownClass(const std::string& name, CimCode if_unknown) {
   const schema::Class* cls = schema::FindClass(name);
   if (cls == nullptr) throw CimError(if_unknown, fmt::format("unknown class {}", name));
   return *cls;
@@ -123,7 +123,7 @@ broker::PropertyList PropertyListOf(const Parameters& parameters) {
 // ---------------------------------------------------------------------------------------------
 // Classes
 
-Selection Call::SelectionOfClasses(const Parameters& parameters) {
+Selection MethodCall::SelectionOfClasses(const Parameters& parameters) {
   Selection selection;
   selection.local_only = parameters.Boolean("LocalOnly", true);
   selection.qualifiers = parameters.Boolean("IncludeQualifiers", true);
@@ -131,7 +131,7 @@ Selection Call::SelectionOfClasses(const Parameters& parameters) {
   return selection;
 }
 
-std::vector<const schema::Class*> Call::ClassesBelow(const Parameters& parameters) {
+std::vector<const schema::Class*> MethodCall::ClassesBelow(const Parameters& parameters) {
   const bool deep = parameters.Boolean("DeepInheritance", false);
   const auto above = parameters.Class("ClassName");
   if (above) KnownClass(*above, CimCode::kInvalidClass);
@@ -145,7 +145,7 @@ std::vector<const schema::Class*> Call::ClassesBelow(const Parameters& parameter
   return below;
 }
 
-void Call::GetClass() {
+void MethodCall::GetClass() {
   const Parameters parameters(request_, {"ClassName", "LocalOnly", "IncludeQualifiers",
                                          "IncludeClassOrigin", "PropertyList"});
   const std::string name = parameters.RequiredClass("ClassName");
@@ -155,7 +155,7 @@ void Call::GetClass() {
   answer_.Element([&](std::string& out) { AppendClass(out, cls, selection); });
 }
 
-void Call::EnumerateClasses() {
+void MethodCall::EnumerateClasses() {
   const Parameters parameters(request_, {"ClassName", "DeepInheritance", "LocalOnly",
                                          "IncludeQualifiers", "IncludeClassOrigin"});
   const Selection selection = SelectionOfClasses(parameters);
@@ -164,7 +164,7 @@ void Call::EnumerateClasses() {
   }
 }
 
-void Call::EnumerateClassNames() {
+void MethodCall::EnumerateClassNames() {
   const Parameters parameters(request_, {"ClassName", "DeepInheritance"});
   for (const schema::Class* cls : ClassesBelow(parameters)) {
     answer_.Element([&](std::string& out) { AppendClassName(out, cls->name); });
@@ -174,7 +174,7 @@ void Call::EnumerateClassNames() {
 // ---------------------------------------------------------------------------------------------
 // Instances
 
-Selection Call::SelectionOfInstances(const Parameters& parameters) {
+Selection MethodCall::SelectionOfInstances(const Parameters& parameters) {
   parameters.Boolean("LocalOnly", true);
   parameters.Boolean("IncludeQualifiers", false);
   Selection selection;
@@ -183,7 +183,7 @@ Selection Call::SelectionOfInstances(const Parameters& parameters) {
   return selection;
 }
 
-void Call::GetInstance() {
+void MethodCall::GetInstance() {
   const Parameters parameters(request_, {"InstanceName", "LocalOnly", "IncludeQualifiers",
                                          "IncludeClassOrigin", "PropertyList"});
   const Selection selection = SelectionOfInstances(parameters);
@@ -199,7 +199,7 @@ void Call::GetInstance() {
   answer_.Element([&](std::string& out) { AppendInstance(out, found.front(), selection, place_); });
 }
 
-void Call::NamedInstance(const Instance& instance, const Selection& selection) {
+void MethodCall::NamedInstance(const Instance& instance, const Selection& selection) {
   answer_.Element([&](std::string& out) {
     AppendWrapped(out, "VALUE.NAMEDINSTANCE", [&] {
       AppendInstanceName(out, instance.path, place_);
@@ -208,7 +208,7 @@ void Call::NamedInstance(const Instance& instance, const Selection& selection) {
   });
 }
 
-void Call::EnumerateInstances() {
+void MethodCall::EnumerateInstances() {
   const Parameters parameters(request_,
                               {"ClassName", "LocalOnly", "DeepInheritance", "IncludeQualifiers",
                                "IncludeClassOrigin", "PropertyList"});
@@ -222,7 +222,7 @@ void Call::EnumerateInstances() {
   Check(operations_.EnumerateInstances(cls, selection.properties, results));
 }
 
-void Call::EnumerateInstanceNames() {
+void MethodCall::EnumerateInstanceNames() {
   const Parameters parameters(request_, {"ClassName"});
   const schema::Class& cls =
       KnownClass(parameters.RequiredClass("ClassName"), CimCode::kInvalidClass);
@@ -235,7 +235,7 @@ void Call::EnumerateInstanceNames() {
 // ---------------------------------------------------------------------------------------------
 // Associations
 
-ObjectPath Call::SourcePath(const Parameters& parameters) const {
+ObjectPath MethodCall::SourcePath(const Parameters& parameters) const {
   const InstanceName* name = parameters.InstanceOrClass("ObjectName");
   if (name == nullptr) {
     throw CimError(CimCode::kNotSupported, "associations between classes are not served");
@@ -252,18 +252,18 @@ std::optional<std::string> FilterClass(const Parameters& parameters, std::string
   return name;
 }
 
-AssociationRequest Call::AssociatorsRequest(const Parameters& parameters) const {
+AssociationRequest MethodCall::AssociatorsRequest(const Parameters& parameters) const {
   return {SourcePath(parameters), FilterClass(parameters, "AssocClass"),
           FilterClass(parameters, "ResultClass"), parameters.Text("Role"),
           parameters.Text("ResultRole")};
 }
 
-AssociationRequest Call::ReferencesRequest(const Parameters& parameters) const {
+AssociationRequest MethodCall::ReferencesRequest(const Parameters& parameters) const {
   return {SourcePath(parameters), FilterClass(parameters, "ResultClass"), std::nullopt,
           parameters.Text("Role"), std::nullopt};
 }
 
-Results Call::Paths() {
+Results MethodCall::Paths() {
   return Results([this](ObjectPath&& path) {
     answer_.Element([&](std::string& out) {
       AppendWrapped(out, "OBJECTPATH", [&] { AppendInstancePath(out, path, place_); });
@@ -272,7 +272,7 @@ Results Call::Paths() {
 }
 
 // `selection` must outlive the results.
-Results Call::Objects(const Selection& selection) {
+Results MethodCall::Objects(const Selection& selection) {
   return Results([this, &selection](Instance&& instance) {
     answer_.Element([&](std::string& out) {
       AppendWrapped(out, "VALUE.OBJECTWITHPATH", [&] {
@@ -283,7 +283,7 @@ Results Call::Objects(const Selection& selection) {
   });
 }
 
-void Call::Associators() {
+void MethodCall::Associators() {
   const Parameters parameters(request_,
                               {"ObjectName", "AssocClass", "ResultClass", "Role", "ResultRole",
                                "IncludeQualifiers", "IncludeClassOrigin", "PropertyList"});
@@ -292,14 +292,14 @@ void Call::Associators() {
   Check(operations_.Associators(AssociatorsRequest(parameters), selection.properties, results));
 }
 
-void Call::AssociatorNames() {
+void MethodCall::AssociatorNames() {
   const Parameters parameters(request_,
                               {"ObjectName", "AssocClass", "ResultClass", "Role", "ResultRole"});
   Results results = Paths();
   Check(operations_.AssociatorNames(AssociatorsRequest(parameters), results));
 }
 
-void Call::References() {
+void MethodCall::References() {
   const Parameters parameters(request_, {"ObjectName", "ResultClass", "Role", "IncludeQualifiers",
                                          "IncludeClassOrigin", "PropertyList"});
   const Selection selection = SelectionOfInstances(parameters);
@@ -307,7 +307,7 @@ void Call::References() {
   Check(operations_.References(ReferencesRequest(parameters), selection.properties, results));
 }
 
-void Call::ReferenceNames() {
+void MethodCall::ReferenceNames() {
   const Parameters parameters(request_, {"ObjectName", "ResultClass", "Role"});
   Results results = Paths();
   Check(operations_.ReferenceNames(ReferencesRequest(parameters), results));
@@ -316,7 +316,7 @@ void Call::ReferenceNames() {
 // ---------------------------------------------------------------------------------------------
 // The interop namespace
 
-std::vector<Instance> Call::FindInterop(std::string_view class_name) const {
+std::vector<Instance> MethodCall::FindInterop(std::string_view class_name) const {
   return InteropInstances(class_name, *manager_.SystemPath().Key("Name")->text());
 }
 
@@ -337,7 +337,7 @@ bool Names(const InstanceName& name, const ObjectPath& path) {
          });
 }
 
-void Call::GetInteropInstance() {
+void MethodCall::GetInteropInstance() {
   const Parameters parameters(request_, {"InstanceName", "LocalOnly", "IncludeQualifiers",
                                          "IncludeClassOrigin", "PropertyList"});
   const InstanceName& name = parameters.RequiredInstance("InstanceName");
@@ -350,7 +350,7 @@ void Call::GetInteropInstance() {
   throw CimError(CimCode::kNotFound, fmt::format("no such instance of {}", name.class_name));
 }
 
-void Call::EnumerateInteropInstances() {
+void MethodCall::EnumerateInteropInstances() {
   const Parameters parameters(request_,
                               {"ClassName", "LocalOnly", "DeepInheritance", "IncludeQualifiers",
                                "IncludeClassOrigin", "PropertyList"});
@@ -360,7 +360,7 @@ void Call::EnumerateInteropInstances() {
   }
 }
 
-void Call::EnumerateInteropInstanceNames() {
+void MethodCall::EnumerateInteropInstanceNames() {
   const Parameters parameters(request_, {"ClassName"});
   for (const Instance& instance : FindInterop(parameters.RequiredClass("ClassName"))) {
     answer_.Element([&](std::string& out) { AppendInstanceName(out, instance.path, place_); });
@@ -372,21 +372,22 @@ void Call::EnumerateInteropInstanceNames() {
 
 struct Method {
   std::string_view name;
-  void (Call::*run)();
-  void (Call::*run_in_interop)() = nullptr;
+  void (MethodCall::*run)();
+  void (MethodCall::*run_in_interop)() = nullptr;
 };
 
 constexpr Method kMethods[] = {
-    {"GetClass", &Call::GetClass},
-    {"EnumerateClasses", &Call::EnumerateClasses},
-    {"EnumerateClassNames", &Call::EnumerateClassNames},
-    {"GetInstance", &Call::GetInstance, &Call::GetInteropInstance},
-    {"EnumerateInstances", &Call::EnumerateInstances, &Call::EnumerateInteropInstances},
-    {"EnumerateInstanceNames", &Call::EnumerateInstanceNames, &Call::EnumerateInteropInstanceNames},
-    {"Associators", &Call::Associators},
-    {"AssociatorNames", &Call::AssociatorNames},
-    {"References", &Call::References},
-    {"ReferenceNames", &Call::ReferenceNames},
+    {"GetClass", &MethodCall::GetClass},
+    {"EnumerateClasses", &MethodCall::EnumerateClasses},
+    {"EnumerateClassNames", &MethodCall::EnumerateClassNames},
+    {"GetInstance", &MethodCall::GetInstance, &MethodCall::GetInteropInstance},
+    {"EnumerateInstances", &MethodCall::EnumerateInstances, &MethodCall::EnumerateInteropInstances},
+    {"EnumerateInstanceNames", &MethodCall::EnumerateInstanceNames,
+     &MethodCall::EnumerateInteropInstanceNames},
+    {"Associators", &MethodCall::Associators},
+    {"AssociatorNames", &MethodCall::AssociatorNames},
+    {"References", &MethodCall::References},
+    {"ReferenceNames", &MethodCall::ReferenceNames},
 };
 
 const Method* FindMethod(const Request& request) {
@@ -397,7 +398,7 @@ const Method* FindMethod(const Request& request) {
   return found != std::end(kMethods) ? found : nullptr;
 }
 
-void Run(const Method* method, Call& call, const Request& request) {
+void Run(const Method* method, MethodCall& call, const Request& request) {
   const bool in_interop = IsInterop(request.name_space);
   if (method == nullptr || (in_interop && method->run_in_interop == nullptr)) {
     throw CimError(CimCode::kNotSupported, fmt::format("{} is not supported", request.method));
@@ -415,7 +416,7 @@ Outcome Answer(broker::ObjectManager& manager, const Request& request, const std
                ByteSink& sink) {
   const Method* method = FindMethod(request);
   AnswerStream answer(request, method != nullptr ? method->name : request.method, sink);
-  Call call(manager, request, host, answer);
+  MethodCall call(manager, request, host, answer);
   try {
     Run(method, call, request);
     answer.Finish();
