@@ -88,7 +88,8 @@ TEST_P(LinksOfHost, AreAsEver) {
 // At what every end runs and what it can; judged by the lesser of both.
 TEST_P(LinksOfHost, AreWhatLspciSaysOfBothEnds) {
   const auto rates = LspciRates(lspci::OfDump(host_.dump()));
-  for (const Json& function : Json::parse(host_.OfDump({"list", "-o", "json"}))["functions"]) {
+  const Json list = Json::parse(host_.OfDump({"list", "-o", "json"}));
+  for (const Json& function : list["functions"]) {
     const auto found = rates.find(function["address"]);
     const Ends ends = found == rates.end() ? Ends() : found->second;
     if (ends.now.width > 0) {
