@@ -24,7 +24,7 @@ class RecordOfHost : public testing::TestWithParam<std::string> {
   std::string Record(const Words& source) {
     const Outcome run = RunTool(Joined({"record"}, source));
     EXPECT_EQ(run.status, 0) << run.err;
-    const std::string path = folder_.Path("record");
+    std::string path = folder_.Path("record");
     std::ofstream(path) << run.out;
     return path;
   }

@@ -122,7 +122,7 @@ TEST(Selection, IsDrawnWithItsWayToTheRootAndWhatIsBelow) {
   EXPECT_EQ(RunOnRecord({"tree", "-s", "06:00", "--ascii", "-o", "text"}).status, 0);
   std::string ids;
   for (const std::string& line : Lines(RunOnRecord({"tree", "-s", "06:", "--ascii"}).out)) {
-    ids += line.substr(0, line.find_first_of(" ", line.find_first_of("0[r"))) + '\n';
+    ids += line.substr(0, line.find(' ', line.find_first_of("0[r"))) + '\n';
   }
   EXPECT_EQ(ids,
             "recorded\n"

@@ -308,6 +308,12 @@ TEST_F(Dump, BinaryAndEndlessLinesAreRefused) {
 // ---------------------------------------------------------------------------------------------
 // Anything
 
+TEST_F(Dump, ALineThatIsCutBetweenItsBytesCostsItsFunction) {
+  std::string cut = Endpoint("00:02.0").Resize(128).DumpText();
+  cut = cut.substr(0, cut.rfind("70: ") + 4 + 3 * 8 - 1) + "\n\n";
+  EXPECT_THAT(TroubleOf(cut), HasSubstr("the last line of 0000:00:02.0 is cut off"));
+}
+
 TEST_F(Dump, CutOffAnywhereIsAnAnswerOrAnError) {
   std::string text;
   for (const char* address : {"00:01.0", "00:02.0", "01:00.0"}) {
